@@ -1,0 +1,6 @@
+// Classes: the framework's general classes (persistent objects, lists,
+// string lists, streams, filers, components and collections). Each group
+// lives in its own header under platform/classes/; include this one.
+#pragma once
+
+#include "platform/classes/Persistent.h"
