@@ -4,3 +4,5 @@
 #pragma once
 
 #include "platform/classes/Persistent.h"
+#include "platform/RTLConsts.h"
+#include "platform/classes/ClassesTypes.h"
