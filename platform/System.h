@@ -40,6 +40,10 @@ namespace pel {
 using String = std::string;
 using HRESULT = int32_t;
 
+// Line break of text produced by the framework's classes (Text of a string
+// list): the framework's own CR LF. Reading text accepts CR, LF and CR LF.
+constexpr const char* sLineBreak = "\r\n";
+
 constexpr HRESULT S_OK = 0;
 constexpr HRESULT E_NOINTERFACE = static_cast<HRESULT>(0x80004002u);
 
