@@ -3,6 +3,6 @@
 // lives in its own header under platform/classes/; include this one.
 #pragma once
 
-#include "platform/classes/Persistent.h"
 #include "platform/RTLConsts.h"
 #include "platform/classes/ClassesTypes.h"
+#include "platform/classes/Persistent.h"

@@ -37,11 +37,11 @@ class Exception : public TObject, public std::exception {
 };
 
 // Declares an exception class that adds nothing but its name.
-#define PEL_EXCEPTION(Name, Parent)          \
-  class Name : public Parent {               \
-    PEL_CLASS(Name, Parent)                  \
-   public:                                   \
-    using Parent::Parent;                    \
+#define PEL_EXCEPTION(Name, Parent) \
+  class Name : public Parent {      \
+    PEL_CLASS(Name, Parent)         \
+   public:                          \
+    using Parent::Parent;           \
   };
 
 PEL_EXCEPTION(EAbort, Exception)

@@ -14,8 +14,7 @@ bool TClassInfo::InheritsFrom(TClass AClass) const noexcept {
 }
 
 TClass TObject::StaticClass() {
-  static const TClassInfo info{"TObject", nullptr,
-                               detail::FactoryFor<TObject, TCtorArgs<>>::Get(),
+  static const TClassInfo info{"TObject", nullptr, detail::FactoryFor<TObject, TCtorArgs<>>::Get(),
                                &detail::kFamilyTag<TCtorArgs<>>, sizeof(TObject)};
   return &info;
 }
@@ -24,26 +23,19 @@ String TObject::ClassName() const { return ClassType()->Name; }
 
 TClass TObject::ClassParent() const { return ClassType()->Parent; }
 
-bool TObject::InheritsFrom(TClass AClass) const {
-  return ClassType()->InheritsFrom(AClass);
-}
+bool TObject::InheritsFrom(TClass AClass) const { return ClassType()->InheritsFrom(AClass); }
 
 std::size_t TObject::InstanceSize() const { return ClassType()->InstanceSize; }
 
 bool TObject::GetInterface(const TGUID&, void**) { return false; }
-
-void TObject::Free() {
-  BeforeDestruction();
-  delete this;
-}
 
 void RaiseInvalidCast() { throw EInvalidCast(SysConst::SInvalidCast); }
 
 void RaiseIntfCast() { throw EIntfCastError(SysConst::SIntfCastError); }
 
 void RaiseAbstractClass(TClass AClass) {
-  throw EAbstractError(Format("Cannot create an instance of %s",
-                              {String(AClass ? AClass->Name : "nil")}));
+  throw EAbstractError(
+      Format("Cannot create an instance of %s", {String(AClass ? AClass->Name : "nil")}));
 }
 
 Currency Currency::FromDouble(double d) {
@@ -53,8 +45,8 @@ Currency Currency::FromDouble(double d) {
 String GUIDToString(const TGUID& g) {
   char buf[40];
   std::snprintf(buf, sizeof buf, "{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}",
-                unsigned(g.D1), unsigned(g.D2), unsigned(g.D3), g.D4[0], g.D4[1], g.D4[2],
-                g.D4[3], g.D4[4], g.D4[5], g.D4[6], g.D4[7]);
+                unsigned(g.D1), unsigned(g.D2), unsigned(g.D3), g.D4[0], g.D4[1], g.D4[2], g.D4[3],
+                g.D4[4], g.D4[5], g.D4[6], g.D4[7]);
   return buf;
 }
 
@@ -76,7 +68,7 @@ int32_t TInterfacedObject::AddRef() { return ++FRefCount; }
 
 int32_t TInterfacedObject::Release() {
   int32_t n = --FRefCount;
-  if (n == 0) Free();
+  if (n == 0) pel::Free(this);
   return n;
 }
 

@@ -95,8 +95,7 @@ template <class T, class Args>
 struct FactoryFor;
 template <class T, class... A>
 struct FactoryFor<T, TCtorArgs<A...>> {
-  static constexpr bool kCan =
-      !std::is_abstract_v<T> && std::is_constructible_v<T, A...>;
+  static constexpr bool kCan = !std::is_abstract_v<T> && std::is_constructible_v<T, A...>;
   static void (*Get())() {
     if constexpr (kCan) {
       return reinterpret_cast<void (*)()>(&Construct<T, A...>);
@@ -109,23 +108,21 @@ struct FactoryFor<T, TCtorArgs<A...>> {
 template <class Self, class Parent>
 TClassInfo MakeClassInfo(const char* name) {
   using Args = typename CreateArgsOf<Self>::type;
-  return TClassInfo{name, Parent::StaticClass(),
-                    FactoryFor<Self, Args>::Get(), &kFamilyTag<Args>,
+  return TClassInfo{name, Parent::StaticClass(), FactoryFor<Self, Args>::Get(), &kFamilyTag<Args>,
                     sizeof(Self)};
 }
 
 }  // namespace detail
 
 // Declares a class's descriptor. Put it first in the class body.
-#define PEL_CLASS(Self, Parent)                                               \
- public:                                                                      \
-  static ::pel::TClass StaticClass() {                                        \
-    static const ::pel::TClassInfo info =                                     \
-        ::pel::detail::MakeClassInfo<Self, Parent>(#Self);                    \
-    return &info;                                                             \
-  }                                                                           \
-  ::pel::TClass ClassType() const override { return StaticClass(); }          \
-                                                                              \
+#define PEL_CLASS(Self, Parent)                                                              \
+ public:                                                                                     \
+  static ::pel::TClass StaticClass() {                                                       \
+    static const ::pel::TClassInfo info = ::pel::detail::MakeClassInfo<Self, Parent>(#Self); \
+    return &info;                                                                            \
+  }                                                                                          \
+  ::pel::TClass ClassType() const override { return StaticClass(); }                         \
+                                                                                             \
  private:
 
 // The root of every class.
@@ -154,10 +151,6 @@ class TObject {
   // in *Obj (without adding a reference) and return true, or return false and
   // leave *Obj untouched.
   virtual bool GetInterface(const TGUID& IID, void** Obj);
-
-  // The framework's Free as a member: nothing for a null receiver is handled
-  // by the free function pel::Free.
-  void Free();
 };
 
 // Creates an object and completes its construction.
@@ -173,9 +166,12 @@ T* New(A&&... args) {
   return obj;
 }
 
-// Destroys an object made with New (nothing for null).
+// Destroys an object made with New (nothing for null): BeforeDestruction,
+// then the destructor.
 inline void Free(TObject* obj) {
-  if (obj) obj->Free();
+  if (!obj) return;
+  obj->BeforeDestruction();
+  delete obj;
 }
 
 template <class T>
@@ -258,9 +254,7 @@ class TClassOf {
     return static_cast<Base*>(fn(std::forward<A>(args)...));
   }
 
-  friend bool operator==(const TClassOf& a, const TClassOf& b) {
-    return a.FClass == b.FClass;
-  }
+  friend bool operator==(const TClassOf& a, const TClassOf& b) { return a.FClass == b.FClass; }
 
  private:
   TClass FClass = nullptr;
@@ -285,8 +279,18 @@ struct IInterface;
 // argument list does.
 struct TVarRec {
   enum TKind : uint8_t {
-    vtInteger, vtBoolean, vtChar, vtExtended, vtPointer, vtPChar, vtObject,
-    vtClass, vtAnsiString, vtCurrency, vtInterface, vtInt64
+    vtInteger,
+    vtBoolean,
+    vtChar,
+    vtExtended,
+    vtPointer,
+    vtPChar,
+    vtObject,
+    vtClass,
+    vtAnsiString,
+    vtCurrency,
+    vtInterface,
+    vtInt64
   };
   TKind VType;
   union {
@@ -383,8 +387,7 @@ String GUIDToString(const TGUID& g);
 // The root interface. Implementations derive from it virtually so that a
 // class implementing several interfaces has one reference count.
 struct IInterface {
-  static constexpr TGUID IID =
-      TGUID::Parse("{00000000-0000-0000-C000-000000000046}");
+  static constexpr TGUID IID = TGUID::Parse("{00000000-0000-0000-C000-000000000046}");
   virtual HRESULT QueryInterface(const TGUID& IID, void** Obj) = 0;
   virtual int32_t AddRef() = 0;
   virtual int32_t Release() = 0;
@@ -481,8 +484,7 @@ bool GetInterfaceOf(Self* self, const TGUID& IID, void** Obj) {
     *Obj = static_cast<IInterface*>(self);
     return true;
   }
-  return ((IID == Is::IID ? (*Obj = static_cast<Is*>(self), true) : false) ||
-          ...);
+  return ((IID == Is::IID ? (*Obj = static_cast<Is*>(self), true) : false) || ...);
 }
 
 // An object that implements IInterface with an atomic count and frees itself
