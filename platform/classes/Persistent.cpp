@@ -13,7 +13,7 @@ void TPersistent::AssignTo(TPersistent* Dest) { Dest->AssignError(this); }
 
 void TPersistent::DefineProperties(TFiler*) {}
 
-TPersistent* TPersistent::GetOwner() { return nullptr; }
+TPersistent* TPersistent::GetPersistentOwner() { return nullptr; }
 
 String TPersistent::GetNamePath() { return ClassName(); }
 

@@ -24,8 +24,10 @@ class TPersistent : public TObject {
   // Hook for streaming properties that are not published (binary data,
   // lists). The base defines none.
   virtual void DefineProperties(TFiler* Filer);
-  // The object that owns this one for naming purposes (nothing here).
-  virtual TPersistent* GetOwner();
+  // The object that owns this one for naming purposes (nothing here). The
+  // framework calls it GetOwner; several library classes publish an Owner
+  // property of another type, so the hook has its own name here.
+  virtual TPersistent* GetPersistentOwner();
   virtual String GetNamePath();
 
  protected:
