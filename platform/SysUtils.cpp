@@ -223,7 +223,7 @@ namespace {
 
 class TFormatter {
  public:
-  TFormatter(const String& Fmt, TVarRecs Args) : FFmt(Fmt), FArgs(Args.begin(), Args.size()) {}
+  TFormatter(const String& Fmt, TVarRecs Args) : FFmt(Fmt), FArgs{Args.begin(), Args.size()} {}
 
   String Run() {
     while (FPos < FFmt.size()) {
