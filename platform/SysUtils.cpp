@@ -99,10 +99,11 @@ TDecimal DecimalOfDouble(double Value) {
   }
   char buf[64];
   std::snprintf(buf, sizeof buf, "%.*e", kMaxDigits - 1, std::fabs(Value));
-  // buf is "d.ddd...e[+-]xx".
+  // buf is "d.ddd...e[+-]xx"; the point is the C locale's, so skip
+  // whatever is not a digit.
   const char* e = std::strchr(buf, 'e');
-  D.Digits.push_back(buf[0]);
-  D.Digits.append(buf + 2, static_cast<std::size_t>(e - (buf + 2)));
+  for (const char* c = buf; c < e; ++c)
+    if (*c >= '0' && *c <= '9') D.Digits.push_back(*c);
   D.Exp = std::atoi(e + 1) + 1;
   StripTrailingZeros(D);
   return D;
@@ -223,7 +224,7 @@ namespace {
 
 class TFormatter {
  public:
-  TFormatter(const String& Fmt, TVarRecs Args) : FFmt(Fmt), FArgs(Args.begin(), Args.size()) {}
+  TFormatter(const String& Fmt, TVarRecs Args) : FFmt(Fmt), FArgs{Args.begin(), Args.size()} {}
 
   String Run() {
     while (FPos < FFmt.size()) {
@@ -411,7 +412,8 @@ class TFormatter {
     // address needs them.
     auto v = reinterpret_cast<uintptr_t>(a.VPointer);
     char buf[24];
-    std::snprintf(buf, sizeof buf, "%08llX", static_cast<unsigned long long>(v));
+    std::snprintf(buf, sizeof buf, "%0*llX", v > UINT32_MAX ? 16 : 8,
+                  static_cast<unsigned long long>(v));
     return buf;
   }
 
