@@ -32,6 +32,19 @@ class UpdateScope {
   TStrings* FStrings;
 };
 
+// The walk of both ForEach forms: from the last index down, so that the
+// action may delete the item it is given without disturbing the walk.
+template <class Filter, class Action>
+void ForEachDown(TStrings* list, const Filter& filter, const Action& action, int32_t ATag) {
+  for (int32_t Index = list->GetCount() - 1; Index >= 0; --Index) {
+    if (filter && !filter(list, Index, list->Get(Index), list->GetObject(Index), ATag)) continue;
+    // The action is not checked for being assigned until it is needed;
+    // calling a missing one is the framework's access violation.
+    if (!action) throw EAccessViolation(SysConst::SAccessViolation);
+    action(list, Index, list->Get(Index), list->GetObject(Index), ATag);
+  }
+}
+
 }  // namespace
 
 TPelStringList::TPelStringList() : FCompare(StringCompareFor(soCaseInsensitiveLocale)) {}
@@ -309,26 +322,140 @@ void TPelStringList::SetStringOpsType(TStringOpsType Value) {
   }
 }
 
-template <class Filter, class Action>
-void TPelStringList::Walk(const Filter& filter, const Action& action, int32_t ATag) {
-  // From the last index down, so that the action may delete the item it is
-  // given without disturbing the walk.
-  for (int32_t Index = GetCount() - 1; Index >= 0; --Index) {
-    if (filter && !filter(this, Index, Get(Index), GetObject(Index), ATag)) continue;
-    // The action is not checked for being assigned until it is needed;
-    // calling a missing one is the framework's access violation.
-    if (!action) throw EAccessViolation(SysConst::SAccessViolation);
-    action(this, Index, Get(Index), GetObject(Index), ATag);
-  }
-}
-
 void TPelStringList::ForEach(TForEachFilterProc Filter, TForEachObjectProc Action, int32_t ATag) {
-  Walk(Filter, Action, ATag);
+  ForEachDown(this, Filter, Action, ATag);
 }
 
 void TPelStringList::ForEach(const TForEachFilterMethod& Filter, const TForEachObjectMethod& Action,
                              int32_t ATag) {
-  Walk(Filter, Action, ATag);
+  ForEachDown(this, Filter, Action, ATag);
+}
+
+// --- TSFCList ----------------------------------------------------------------
+
+void TSFCList::BeforeDestruction() {
+  FOwner = nullptr;
+  TStringList::BeforeDestruction();
+}
+
+void TSFCList::Assign(TPersistent* Source) {
+  auto* platformList = dynamic_cast<TStringList*>(Source);
+  if (!(GetSorted() && platformList && platformList->GetSorted())) {
+    TStringList::Assign(Source);
+    return;
+  }
+  // Trust the source's order: the sort that setting Sorted again would run
+  // is skipped while Assigning is set.
+  UpdateScope update(this);
+  SetSorted(false);
+  FAssigning = true;
+  try {
+    TStrings::Assign(Source);
+    SetSorted(true);
+  } catch (...) {
+    FAssigning = false;
+    throw;
+  }
+  FAssigning = false;
+}
+
+void TSFCList::Put(int32_t Index, const String& S) {
+  if (FOwner) FOwner->BeforePut(this, Index, S);
+  TStringList::Put(Index, S);
+}
+
+void TSFCList::PutObject(int32_t Index, TObject* AObject) {
+  if (FOwner) FOwner->BeforePutObject(this, Index, AObject);
+  TStringList::PutObject(Index, AObject);
+}
+
+// As in TPelStringList, the flag is stored first: opening fires nothing,
+// closing fires Changed once. Intended.
+void TSFCList::SetUpdateState(bool Updating) {
+  FUpdating = Updating;
+  TStringList::SetUpdateState(Updating);
+}
+
+int32_t TSFCList::AddObject(const String& S, TObject* AObject) {
+  UpdateScope update(this);
+  return TStringList::AddObject(S, AObject);
+}
+
+void TSFCList::Clear() {
+  if (FOwner) FOwner->BeforeClear(this);
+  TStringList::Clear();
+}
+
+void TSFCList::Delete(int32_t Index) {
+  if (FOwner) FOwner->BeforeDelete(this, Index);
+  TStringList::Delete(Index);
+}
+
+int32_t TSFCList::IndexOf(const String& S) {
+  if (GetSorted()) {
+    int32_t Index;
+    return Find(S, Index) ? Index : -1;
+  }
+  for (int32_t i = 0; i < GetCount(); ++i)
+    if (Get(i) == S) return i;
+  return -1;
+}
+
+void TSFCList::Changed() {
+  if (FUpdating) return;
+  if (FOwner) FOwner->StringsChanged(this);
+  TStringList::Changed();
+}
+
+void TSFCList::Changing() {
+  if (FUpdating) return;
+  if (FOwner) FOwner->StringsChanging(this);
+  TStringList::Changing();
+}
+
+void TSFCList::Sort() {
+  if (FAssigning) return;
+  TStringList::Sort();
+}
+
+void TSFCList::ForEach(TForEachFilterProc Filter, TForEachObjectProc Action, int32_t ATag) {
+  ForEachDown(this, Filter, Action, ATag);
+}
+
+void TSFCList::ForEach(const TForEachFilterMethod& Filter, const TForEachObjectMethod& Action,
+                       int32_t ATag) {
+  ForEachDown(this, Filter, Action, ATag);
+}
+
+// --- TSFCFreeList ------------------------------------------------------------
+
+// Owned objects are freed while the descendant's Clear can still run; the
+// change events are dropped first so that nobody is told.
+void TSFCFreeList::BeforeDestruction() {
+  SetOnChange(nullptr);
+  SetOnChanging(nullptr);
+  Clear();
+  TSFCList::BeforeDestruction();
+}
+
+void TSFCFreeList::PutObject(int32_t Index, TObject* AObject) {
+  UpdateScope update(this);
+  if (FFreeMembers) Free(GetObject(Index));
+  TSFCList::PutObject(Index, AObject);
+}
+
+void TSFCFreeList::Delete(int32_t Index) {
+  UpdateScope update(this);
+  TObject* member = FFreeMembers ? GetObject(Index) : nullptr;
+  TSFCList::Delete(Index);
+  Free(member);
+}
+
+void TSFCFreeList::Clear() {
+  UpdateScope update(this);
+  if (FFreeMembers)
+    for (int32_t i = GetCount() - 1; i >= 0; --i) Delete(i);
+  TSFCList::Clear();
 }
 
 }  // namespace pel

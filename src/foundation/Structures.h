@@ -28,6 +28,9 @@
 //
 // One addition: SetCapacity below Count raises SListCapacityError instead of
 // cutting strings off behind the list's back.
+//
+// TSFCList and TSFCFreeList, further down, bring the same owner hooks to the
+// platform's TStringList.
 #pragma once
 
 #include <functional>
@@ -158,8 +161,6 @@ class TPelStringList : public TStrings {
 
  private:
   void CheckIndex(int32_t Index);
-  template <class Filter, class Action>
-  void Walk(const Filter& filter, const Action& action, int32_t ATag);
 
   bool FUpdating = false;
   IPtr<IStringsOwner> FOwner;
@@ -173,6 +174,64 @@ class TPelStringList : public TStrings {
   bool FFreeData = false;
   bool FFreeObjects = false;
   TStringCompareFunc FCompare;
+};
+
+// ---------------------------------------------------------------------------
+// TSFCList: the platform string list with an IStringsOwner that is told
+// before each mutation and on every change notice. Storage, comparison and
+// sorting stay the platform list's.
+class TSFCList : public TStringList {
+  PEL_CLASS(TSFCList, TStringList)
+ public:
+  void BeforeDestruction() override;
+
+  // A sorted platform source is copied in its own order, without re-sorting.
+  void Assign(TPersistent* Source) override;
+  void Put(int32_t Index, const String& S) override;
+  void PutObject(int32_t Index, TObject* AObject) override;
+  void SetUpdateState(bool Updating) override;
+  // One Changed per addition and no Changing: the platform AddObject runs
+  // inside an update bracket.
+  int32_t AddObject(const String& S, TObject* AObject) override;
+  void Clear() override;
+  void Delete(int32_t Index) override;
+  // Unsorted: the first string exactly equal to S (case-sensitive whatever
+  // CaseSensitive says). Sorted: the platform Find.
+  int32_t IndexOf(const String& S) override;
+  void Changed() override;
+  void Changing() override;
+  void Sort() override;
+
+  virtual void ForEach(TForEachFilterProc Filter, TForEachObjectProc Action, int32_t ATag);
+  virtual void ForEach(const TForEachFilterMethod& Filter, const TForEachObjectMethod& Action,
+                       int32_t ATag);
+
+  const IPtr<IStringsOwner>& GetOwner() const { return FOwner; }
+  void SetOwner(const IPtr<IStringsOwner>& Value) { FOwner = Value; }
+
+ private:
+  bool FAssigning = false;
+  bool FUpdating = false;
+  IPtr<IStringsOwner> FOwner;
+};
+
+// TSFCFreeList: a TSFCList that owns the objects of its strings while
+// FreeMembers is set (the default).
+class TSFCFreeList : public TSFCList {
+  PEL_CLASS(TSFCFreeList, TSFCList)
+ public:
+  void BeforeDestruction() override;
+
+  void PutObject(int32_t Index, TObject* AObject) override;
+  void Delete(int32_t Index) override;
+  // Deletes the strings one by one from the last, freeing each object.
+  void Clear() override;
+
+  bool GetFreeMembers() const { return FFreeMembers; }
+  void SetFreeMembers(bool Value) { FFreeMembers = Value; }
+
+ private:
+  bool FFreeMembers = true;
 };
 
 }  // namespace pel

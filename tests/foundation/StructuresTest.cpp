@@ -381,3 +381,85 @@ TEST(PelStringList, SortMovesObjectsAndDataWithStrings) {
   l->SetSorted(false);
   EXPECT_EQ(Strings(*l), (std::vector<std::string>{"a", "b", "c"}));
 }
+
+TEST(SFCList, OwnerHooksOnThePlatformList) {
+  auto l = Make<TSFCList>();
+  auto* owner = New<TRecordingOwner>();
+  l->SetOwner(IPtr<IStringsOwner>(owner));
+  std::vector<std::string>& log = owner->Log;
+  l->SetOnChanging([&](TObject*) { log.push_back("changing"); });
+  l->SetOnChange([&](TObject*) { log.push_back("changed"); });
+
+  // One addition is one Changed and no Changing: it runs inside an update.
+  l->AddObject("Apple", nullptr);
+  EXPECT_EQ(log, (std::vector<std::string>{"owner.changed", "changed"}));
+  log.clear();
+  l->Put(0, "Banana");
+  EXPECT_EQ(log, (std::vector<std::string>{"put 0 Banana", "owner.changing", "changing",
+                                           "owner.changed", "changed"}));
+  log.clear();
+  EXPECT_THROW(l->Delete(4), EStringListError);
+  EXPECT_EQ(log, (std::vector<std::string>{"delete 4"}));
+  // Unsorted search is exact, whatever CaseSensitive says.
+  EXPECT_EQ(l->IndexOf("Banana"), 0);
+  EXPECT_EQ(l->IndexOf("banana"), -1);
+  log.clear();
+  l->Clear();
+  EXPECT_EQ(log.front(), "clear");
+
+  // A sorted platform source keeps its order in a sorted target.
+  auto source = Make<TStringList>();
+  source->SetCaseSensitive(true);
+  for (const char* s : {"b", "B", "a"}) source->Add(s);
+  source->SetSorted(true);
+  l->SetSorted(true);  // case-insensitive: would order differently
+  l->Assign(source.get());
+  EXPECT_EQ(Strings(*l), Strings(*source));
+  EXPECT_TRUE(l->GetSorted());
+  l->SetOwner(nullptr);
+}
+
+TEST(SFCList, FreeListOwnsItsMembers) {
+  std::vector<std::string> freed;
+  auto l = Make<TSFCFreeList>();
+  EXPECT_TRUE(l->GetFreeMembers());
+  for (int i = 0; i < 3; ++i)
+    l->AddObject("s" + std::to_string(i), New<TTracked>(&freed, "o" + std::to_string(i)));
+  l->Delete(1);
+  EXPECT_EQ(freed, (std::vector<std::string>{"o1"}));
+  l->PutObject(0, New<TTracked>(&freed, "o3"));
+  EXPECT_EQ(freed, (std::vector<std::string>{"o1", "o0"}));
+  freed.clear();
+  l->Clear();  // last first
+  EXPECT_EQ(freed, (std::vector<std::string>{"o2", "o3"}));
+
+  TTracked kept(&freed, "kept");
+  l->SetFreeMembers(false);
+  l->AddObject("k", &kept);
+  l->Clear();
+  EXPECT_EQ(freed.size(), 2u);
+
+  // Freeing the list frees what it still owns, telling nobody.
+  auto* owning = New<TSFCFreeList>();
+  owning->AddObject("x", New<TTracked>(&freed, "last"));
+  int events = 0;
+  owning->SetOnChange([&](TObject*) { ++events; });
+  Free(owning);
+  EXPECT_EQ(freed.back(), "last");
+  EXPECT_EQ(events, 0);
+}
+
+TEST(SFCList, ForEachVisitsFromTheEnd) {
+  auto l = Make<TSFCList>();
+  for (const char* s : {"a", "b", "c"}) l->Add(s);
+  std::string order;
+  l->ForEach(
+      TForEachFilterMethod(),
+      TForEachObjectMethod([&](TObject* sender, int32_t index, const String& s, TObject*, int32_t) {
+        order += s;
+        if (s == "b") static_cast<TSFCList*>(sender)->Delete(index);
+      }),
+      0);
+  EXPECT_EQ(order, "cba");
+  EXPECT_EQ(Strings(*l), (std::vector<std::string>{"a", "c"}));
+}
