@@ -149,10 +149,17 @@ int32_t TPelCustomHashtable::MidSquareHash(void* Key, int32_t Size) {
 // three. The first digit thus stands twice at the front: intended.
 int32_t TPelCustomHashtable::FoldingHash(void* Key, int32_t Size) {
   uint32_t v = static_cast<uint32_t>(KeyBits(Key)) & 0x7FFFFFFFu;
-  int32_t m = DecimalDigits(v);
-  uint32_t t = v / kPow10[m - 1];
+  // Digits, most significant first (division by a constant stays cheap).
+  uint8_t digits[10];
+  int32_t m = 0;
+  do {
+    digits[9 - m++] = static_cast<uint8_t>(v % 10);
+    v /= 10;
+  } while (v != 0);
+  const uint8_t* s = digits + 10 - m;
+  uint32_t t = s[0];
   for (int32_t i = 0; i < m; ++i) {
-    if (i % 2 == 0 || i % 3 == 0) t = t * 10 + (v / kPow10[m - 1 - i]) % 10;
+    if (i % 2 == 0 || i % 3 == 0) t = t * 10 + s[i];
   }
   return Reduce(t, Size);
 }
