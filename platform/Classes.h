@@ -6,3 +6,5 @@
 #include "platform/RTLConsts.h"
 #include "platform/classes/ClassesTypes.h"
 #include "platform/classes/Persistent.h"
+#include "platform/classes/Lists.h"
+#include "platform/classes/InterfaceList.h"

@@ -6,9 +6,47 @@
 //
 // Format follows the framework's directives:
 //   "%" [index ":"] ["-"] [width] ["." precision] type
-// with types d u x s f e g n m p, "*" for a width or precision taken from
-// the arguments, and "%%" for a percent sign. A directive that does not fit
-// its argument, or an argument that is missing, raises EConvertError.
+// A directive that does not fit its argument, an unknown type, a '%' at the
+// end of the format, or an argument that is missing raises EConvertError
+// with the whole format in the message ("Format '%s' invalid or
+// incompatible with argument", "No argument for format '%s'").
+//
+//   index      sets the argument pointer; later directives without an index
+//              go on from there ("%1:s %0:s %s" of a, b gives "b a b").
+//   width      pads with blanks on the left, or on the right after "-";
+//              a longer text is never cut.
+//   precision  d u x: the least number of digits, zero-padded (the sign of
+//              %d comes on top: "%.5d" of -12 is "-00012"); s: the most
+//              characters kept; e g: significant digits (1..18, default
+//              15); f n m: decimals (0..18, default 2).
+//   "*"        in place of index, width or precision takes the number from
+//              the next argument (an integer). A negative width from "*"
+//              pads nothing; a negative precision from "*" counts as none.
+//   %%         a percent sign.
+//
+//   d  vtInteger or vtInt64, signed decimal.
+//   u  vtInteger (read as 32-bit unsigned) or vtInt64 (64-bit unsigned).
+//   x  the same bits in upper-case hexadecimal.
+//   s  String, const char* (null is empty) or char.
+//   e  double or Currency, scientific: "1.00000000000000E+003" (one digit
+//      before the point, the exponent always signed, at least 3 digits).
+//   f  fixed: "1234.50".
+//   g  general, the shorter of fixed and scientific: "1234.5", "1E20",
+//      "1E-5" (scientific when the integer part needs more digits than the
+//      precision, or the value is below 0.0001; the exponent then has no
+//      "+" and no leading zeros).
+//   n  fixed with ',' between thousands: "1,234.50".
+//   m  money in the US format the framework defaults to: "$1,234.50",
+//      negative "($1,234.50)".
+//   p  vtPointer, upper-case hexadecimal of at least 8 digits (the
+//      framework's 32-bit width); an address that needs more gets 16.
+//
+// Floats: a double is first taken to 18 significant digits; e and g round
+// those to the precision, f n m to 15 significant digits and then to the
+// decimals, each time half away from zero ("%.2f" of 1.005 is "1.01",
+// "%.1f" of 0.25 is "0.3"). A Currency is exact. Infinities and NaN are
+// written "INF", "-INF", "NAN". f n m fall back to general format for
+// values of 1E18 and more. A value that rounds to zero has no sign.
 #pragma once
 
 #include <exception>
@@ -92,17 +130,33 @@ String Format(const String& Fmt, TVarRecs Args);
 
 String IntToStr(int32_t Value);
 String IntToStr(int64_t Value);
+// Upper-case hexadecimal of the value's bits at its own width (an int32_t
+// -1 gives "FFFFFFFF"), left-padded with zeros to Digits.
+String IntToHex(int32_t Value, int32_t Digits);
 String IntToHex(int64_t Value, int32_t Digits);
-// Strict: optional sign, then decimal digits or "$" and hex digits; leading
-// and trailing blanks are not allowed. Raises EConvertError (SInvalidInteger).
+
+// Strict: optional sign, then decimal digits, or "$" or "0x" and hex
+// digits; no blanks anywhere. A decimal number must fit the signed range; a
+// hexadecimal one may use all bits and is read as two's complement
+// ("$FFFFFFFF" is -1 for StrToInt). Anything else, overflow included,
+// raises EConvertError ("'%s' is not a valid integer value").
 int32_t StrToInt(const String& S);
 int64_t StrToInt64(const String& S);
 int32_t StrToIntDef(const String& S, int32_t Default);
+int64_t StrToInt64Def(const String& S, int64_t Default);
 bool TryStrToInt(const String& S, int32_t& Value);
+bool TryStrToInt64(const String& S, int64_t& Value);
 
-// The shortest text with at most 15 significant digits; exponent form
-// ("1.5E20", "1E-5") where the framework switches to it.
+// General format with 15 significant digits and no trailing zeros:
+// "0.1", "0.333333333333333", "1E15", "100000000000000", "0.0001",
+// "1E-5", "1.5E-5", "1.23456789012346E17". Scientific when the value needs
+// more than 15 integer digits or is below 0.0001.
 String FloatToStr(double Value);
+// Blanks (' ') before and after are allowed; then an optional sign, digits
+// with an optional '.' (at least one digit: "5." and ".5" are numbers, "."
+// is not), and an optional exponent "E" [sign] digits. The separator is
+// '.' whatever the C locale says. Out-of-range values and anything else
+// raise EConvertError ("'%s' is not a valid floating point value").
 double StrToFloat(const String& S);
 bool TryStrToFloat(const String& S, double& Value);
 
@@ -112,20 +166,26 @@ bool TryStrToFloat(const String& S, double& Value);
 String UpperCase(const String& S);
 String LowerCase(const String& S);
 char UpCase(char C);
+// Trimming removes control characters and blanks (bytes <= ' ').
 String Trim(const String& S);
 String TrimLeft(const String& S);
 String TrimRight(const String& S);
 
 // ---------------------------------------------------------------------------
-// Comparison. Each returns <0, 0 or >0.
+// Comparison. Each returns <0, 0 or >0. Strings are bytes compared as
+// unsigned; a shorter string that is a prefix of the other sorts first.
 //
-// CompareStr: ordinal comparison of the bytes (unsigned), case-sensitive.
-// CompareText: ordinal comparison with ASCII letters folded to upper case.
+// CompareStr: byte order, case-sensitive: "B" < "_" < "a".
+// CompareText: byte order with ASCII letters folded to upper case, so '_'
+//   (after 'Z') sorts after every letter: "a" < "B" < "_".
 // AnsiCompareStr: the C library's collation (strcoll) of the current
 //   LC_COLLATE locale. In the "C" locale that is byte order, as CompareStr.
-// AnsiCompareText: as AnsiCompareStr on both strings folded to lower case
-//   by the current LC_CTYPE locale; so it ignores case in every locale,
-//   the "C" locale included.
+// AnsiCompareText: AnsiCompareStr of both strings folded to lower case by
+//   the C library's tolower of the current LC_CTYPE locale, so it ignores
+//   case in every locale. In the "C" locale that is byte order of the
+//   lower-cased strings: "_" < "a" < "B" (unlike CompareText), and
+//   AnsiCompareText("abc", "ABC") is 0.
+// SameText: CompareText == 0.
 int32_t CompareStr(const String& S1, const String& S2);
 int32_t CompareText(const String& S1, const String& S2);
 int32_t AnsiCompareStr(const String& S1, const String& S2);

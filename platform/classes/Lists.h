@@ -1,0 +1,91 @@
+// TList: the framework's list of untyped pointers.
+//
+// Storage grows by 4 while the capacity is at most 8, by 16 while it is at
+// most 64 and by a quarter above (4, 8, 12, 28, 44, 60, 76, 95, 118, ...).
+// Indexes are 0-based; a bad index raises EListError ("List index out of
+// bounds (%d)") and leaves the list as it was.
+//
+// Descendants watch the pointers coming and going through the virtual
+// Notify, which runs after the list has changed and never for nil:
+//   Add, Insert          lnAdded
+//   Delete, Remove       lnDeleted
+//   Extract              lnExtracted (and no lnDeleted)
+//   Put                  lnDeleted for the old pointer, then lnAdded for
+//                        the new one (nothing when they are the same)
+//   SetCount, Clear      lnDeleted for each pointer dropped, last first
+//   Move, Exchange,
+//   Sort, Pack (of nils) nothing
+// Freeing the list clears it in BeforeDestruction, so a descendant's Notify
+// sees every deletion.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "platform/System.h"
+#include "platform/classes/ClassesTypes.h"
+
+namespace pel {
+
+// Orders two items for TList::Sort: <0, 0 or >0.
+using TListSortCompare = int32_t (*)(void* Item1, void* Item2);
+
+// The largest count and capacity a list accepts.
+constexpr int32_t MaxListSize = INT32_MAX / 16;
+
+class TList : public TObject {
+  PEL_CLASS(TList, TObject)
+ public:
+  TList() = default;
+  ~TList() override = default;
+  void BeforeDestruction() override;
+
+  int32_t Add(void* Item);
+  void Insert(int32_t Index, void* Item);
+  void Delete(int32_t Index);
+  // Deletes the first occurrence; returns its index or -1.
+  int32_t Remove(void* Item);
+  // Takes the first occurrence out without deleting it: Notify hears
+  // lnExtracted. Returns Item, or nullptr when it is not in the list.
+  void* Extract(void* Item);
+  virtual void Clear();
+  int32_t IndexOf(void* Item) const;
+  void* First() const;
+  void* Last() const;
+  // Deletes every nil pointer.
+  void Pack();
+  void Sort(TListSortCompare Compare);
+  // Moves the item at CurIndex to NewIndex; the others close up.
+  void Move(int32_t CurIndex, int32_t NewIndex);
+  void Exchange(int32_t Index1, int32_t Index2);
+  // Grows the storage when it is full; returns the list.
+  TList* Expand();
+
+  void* Get(int32_t Index) const;
+  void Put(int32_t Index, void* Item);
+  int32_t GetCount() const { return FCount; }
+  // Growing fills with nil; shrinking deletes the items beyond.
+  void SetCount(int32_t NewCount);
+  int32_t GetCapacity() const { return FCapacity; }
+  // Raises SListCapacityError below Count or above MaxListSize.
+  void SetCapacity(int32_t NewCapacity);
+  // The storage itself (Count items are in use).
+  void** List() { return FList.data(); }
+
+  // Raises EListError with Msg formatted with Data.
+  [[noreturn]] static void Error(const char* Msg, int32_t Data);
+
+ protected:
+  virtual void Grow();
+  virtual void Notify(void* Ptr, TListNotification Action);
+
+ private:
+  void CheckIndex(int32_t Index) const;
+  void QuickSort(int32_t L, int32_t R, TListSortCompare Compare);
+
+  std::vector<void*> FList;  // FCapacity slots
+  int32_t FCount = 0;
+  int32_t FCapacity = 0;
+};
+
+}  // namespace pel

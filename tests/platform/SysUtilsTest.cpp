@@ -1,0 +1,254 @@
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <cstdint>
+#include <limits>
+
+#include "platform/SysUtils.h"
+
+using namespace pel;
+
+namespace {
+
+// The message of the EConvertError that Format raises, or "" when it does not.
+std::string FormatError(const String& Fmt, TVarRecs Args) {
+  try {
+    Format(Fmt, Args);
+  } catch (const EConvertError& e) {
+    return e.Message();
+  }
+  return "";
+}
+
+std::string Invalid(const String& Fmt) {
+  return "Format '" + Fmt + "' invalid or incompatible with argument";
+}
+std::string Missing(const String& Fmt) { return "No argument for format '" + Fmt + "'"; }
+
+}  // namespace
+
+TEST(Format, IntegerDirectives) {
+  EXPECT_EQ(Format("%d|%5d|%-5d|", {12, 12, 12}), "12|   12|12   |");
+  EXPECT_EQ(Format("%.5d|%.5d|%.1d", {12, -12, 123}), "00012|-00012|123");
+  EXPECT_EQ(Format("%d", {int64_t(-9000000000)}), "-9000000000");
+  EXPECT_EQ(Format("%d", {std::numeric_limits<int32_t>::min()}), "-2147483648");
+  EXPECT_EQ(Format("%d", {std::numeric_limits<int64_t>::min()}), "-9223372036854775808");
+  EXPECT_EQ(Format("%u|%u", {-1, int64_t(-1)}), "4294967295|18446744073709551615");
+  EXPECT_EQ(Format("%x|%.4x|%x|%X", {255, 255, -1, 171}), "FF|00FF|FFFFFFFF|AB");
+  EXPECT_EQ(Format("%x", {int64_t(-1)}), "FFFFFFFFFFFFFFFF");
+  EXPECT_EQ(Format("%D", {7}), "7");
+}
+
+TEST(Format, StringAndPointerDirectives) {
+  String s = "abc";
+  const char* nul = nullptr;
+  EXPECT_EQ(Format("%s|%.2s|%s|%s|%s|", {s, s, 'x', "pc", nul}), "abc|ab|x|pc||");
+  EXPECT_EQ(Format("%5s|%-5s|%-8.3s|", {"ab", "ab", "abcdef"}), "   ab|ab   |abc     |");
+  EXPECT_EQ(Format("%3s", {"longer"}), "longer");
+  EXPECT_EQ(Format("%p", {reinterpret_cast<void*>(uintptr_t(0x1234ABCD))}), "1234ABCD");
+  EXPECT_EQ(Format("%p", {nullptr}), "00000000");
+  if constexpr (sizeof(void*) == 8) {
+    EXPECT_EQ(Format("%p", {reinterpret_cast<void*>(uintptr_t(0x7FFF12345678ull))}),
+              "00007FFF12345678");
+  }
+}
+
+TEST(Format, FloatDirectives) {
+  EXPECT_EQ(Format("%e", {1000.0}), "1.00000000000000E+003");
+  EXPECT_EQ(Format("%.3e|%e", {1234.5, -0.00012345}), "1.23E+003|-1.23450000000000E-004");
+  EXPECT_EQ(Format("%.1e|%.2e|%e|%.2e", {1e100, 1e100, 0.0, 0.125}),
+            "1E+100|1.0E+100|0.00000000000000E+000|1.3E-001");
+  EXPECT_EQ(Format("%g|%g|%g|%g|%g", {1e20, 0.1, 1e-5, 123456.0, 1.0 / 3}),
+            "1E20|0.1|1E-5|123456|0.333333333333333");
+  EXPECT_EQ(Format("%g|%g|%g|%.3g", {1e15, 1e14, 0.0001, 1234.5}),
+            "1E15|100000000000000|0.0001|1.23E3");
+  EXPECT_EQ(Format("%f|%.1f|%.0f|%.2f|%.0f", {1.0, 0.25, 2.5, 1.005, -2.5}), "1.00|0.3|3|1.01|-3");
+  EXPECT_EQ(Format("%.1f|%.3f|%5.1f", {-0.04, 0.0005, 3.14159}), "0.0|0.001|  3.1");
+  EXPECT_EQ(Format("%n|%.0n|%n|%n", {1234567.891, 1234.5, -1234.5, 999.999}),
+            "1,234,567.89|1,235|-1,234.50|1,000.00");
+  EXPECT_EQ(Format("%m|%m|%.0m", {1234.5, -1234.5, 0.5}), "$1,234.50|($1,234.50)|$1");
+  EXPECT_EQ(Format("%f", {1e20}), "1E20");
+  const double inf = std::numeric_limits<double>::infinity();
+  EXPECT_EQ(Format("%f|%e|%g", {inf, -inf, std::numeric_limits<double>::quiet_NaN()}),
+            "INF|-INF|NAN");
+}
+
+TEST(Format, CurrencyArguments) {
+  Currency c = Currency::FromRaw(123456);  // 12.3456
+  EXPECT_EQ(Format("%f|%m|%e|%g|%n", {c, c, c, c, c}),
+            "12.35|$12.35|1.23456000000000E+001|12.3456|12.35");
+  Currency big = Currency::FromRaw(-12345678901234);  // -1234567890.1234
+  EXPECT_EQ(Format("%.4n|%m", {big, big}), "-1,234,567,890.1234|($1,234,567,890.12)");
+  EXPECT_EQ(Format("%.3g|%.1f", {big, Currency::FromRaw(-1)}), "-1.23E9|0.0");
+}
+
+TEST(Format, IndexAndStar) {
+  EXPECT_EQ(Format("%1:s %0:s %s", {"a", "b", "c"}), "b a b");
+  EXPECT_EQ(Format("%0:d %d|%1:d %d", {7, 8, 9}), "7 8|8 9");
+  EXPECT_EQ(Format("%*d|%-*d|%.*f", {5, 42, 4, 7, 2, 3.14159}), "   42|7   |3.14");
+  EXPECT_EQ(Format("%*.*f|", {8, 3, 2.5}), "   2.500|");
+  EXPECT_EQ(Format("%*d|%.*f", {-5, 42, -1, 3.14159}), "42|3.14");
+  EXPECT_EQ(Format("%*:s", {2, "a", "b"}), "b");
+  EXPECT_EQ(Format("%1:-4d|", {1, 2}), "2   |");
+  EXPECT_EQ(Format("100%%|%%d", {}), "100%|%d");
+}
+
+TEST(Format, Errors) {
+  EXPECT_EQ(FormatError("%d", {1.5}), Invalid("%d"));
+  EXPECT_EQ(FormatError("%f", {1}), Invalid("%f"));
+  EXPECT_EQ(FormatError("%s", {1}), Invalid("%s"));
+  EXPECT_EQ(FormatError("%x", {"a"}), Invalid("%x"));
+  EXPECT_EQ(FormatError("%p", {1}), Invalid("%p"));
+  EXPECT_EQ(FormatError("%d", {true}), Invalid("%d"));
+  EXPECT_EQ(FormatError("%z", {1}), Invalid("%z"));
+  EXPECT_EQ(FormatError("abc%", {1}), Invalid("abc%"));
+  EXPECT_EQ(FormatError("%5", {1}), Invalid("%5"));
+  EXPECT_EQ(FormatError("%5-d", {1}), Invalid("%5-d"));
+  EXPECT_EQ(FormatError("%*d", {"x", 1}), Invalid("%*d"));
+  EXPECT_EQ(FormatError("%99999999999d", {1}), Invalid("%99999999999d"));
+  EXPECT_EQ(FormatError("%d", {}), Missing("%d"));
+  EXPECT_EQ(FormatError("%d %d", {1}), Missing("%d %d"));
+  EXPECT_EQ(FormatError("%3:d", {1}), Missing("%3:d"));
+  EXPECT_EQ(FormatError("%*d", {5}), Missing("%*d"));
+  EXPECT_THROW(Format("%s", {}), EConvertError);
+  EXPECT_EQ(FormatError("no directives", {}), "");
+}
+
+TEST(IntConversion, ToText) {
+  EXPECT_EQ(IntToStr(-42), "-42");
+  EXPECT_EQ(IntToStr(int64_t(1) << 40), "1099511627776");
+  EXPECT_EQ(IntToHex(255, 4), "00FF");
+  EXPECT_EQ(IntToHex(255, 0), "FF");
+  EXPECT_EQ(IntToHex(-1, 2), "FFFFFFFF");
+  EXPECT_EQ(IntToHex(int64_t(-1), 2), "FFFFFFFFFFFFFFFF");
+}
+
+TEST(IntConversion, FromText) {
+  EXPECT_EQ(StrToInt("12"), 12);
+  EXPECT_EQ(StrToInt("+12"), 12);
+  EXPECT_EQ(StrToInt("-12"), -12);
+  EXPECT_EQ(StrToInt("$FF"), 255);
+  EXPECT_EQ(StrToInt("$ff"), 255);
+  EXPECT_EQ(StrToInt("-$FF"), -255);
+  EXPECT_EQ(StrToInt("0xFF"), 255);
+  EXPECT_EQ(StrToInt("0X1f"), 31);
+  EXPECT_EQ(StrToInt("$FFFFFFFF"), -1);
+  EXPECT_EQ(StrToInt("2147483647"), 2147483647);
+  EXPECT_EQ(StrToInt("-2147483648"), std::numeric_limits<int32_t>::min());
+  EXPECT_EQ(StrToInt("007"), 7);
+  for (const char* bad : {"", "-", "+", "$", "0x", " 12", "12 ", "1e3", "2147483648", "-2147483649",
+                          "$100000000", "12a", "x1f", "--1", "1.0"}) {
+    int32_t v = 99;
+    EXPECT_FALSE(TryStrToInt(bad, v)) << bad;
+    EXPECT_EQ(v, 99) << bad;
+    EXPECT_EQ(StrToIntDef(bad, -7), -7) << bad;
+  }
+  try {
+    StrToInt("12x");
+    ADD_FAILURE() << "no exception";
+  } catch (const EConvertError& e) {
+    EXPECT_STREQ(e.what(), "'12x' is not a valid integer value");
+  }
+  EXPECT_EQ(StrToInt64("9223372036854775807"), std::numeric_limits<int64_t>::max());
+  EXPECT_EQ(StrToInt64("-9223372036854775808"), std::numeric_limits<int64_t>::min());
+  EXPECT_EQ(StrToInt64("$FFFFFFFFFFFFFFFF"), -1);
+  EXPECT_EQ(StrToInt64("$FFFFFFFF"), 4294967295);
+  EXPECT_THROW(StrToInt64("9223372036854775808"), EConvertError);
+  EXPECT_THROW(StrToInt64("$10000000000000000"), EConvertError);
+  EXPECT_EQ(StrToInt64Def("x", 5), 5);
+}
+
+TEST(FloatConversion, ToText) {
+  EXPECT_EQ(FloatToStr(0.1), "0.1");
+  EXPECT_EQ(FloatToStr(1.0 / 3), "0.333333333333333");
+  EXPECT_EQ(FloatToStr(2.0 / 3), "0.666666666666667");
+  EXPECT_EQ(FloatToStr(0.1 + 0.2), "0.3");
+  EXPECT_EQ(FloatToStr(1e15), "1E15");
+  EXPECT_EQ(FloatToStr(1e14), "100000000000000");
+  EXPECT_EQ(FloatToStr(999999999999999.0), "999999999999999");
+  EXPECT_EQ(FloatToStr(9999999999999999.0), "1E16");
+  EXPECT_EQ(FloatToStr(1e-5), "1E-5");
+  EXPECT_EQ(FloatToStr(1.5e-5), "1.5E-5");
+  EXPECT_EQ(FloatToStr(0.0001), "0.0001");
+  EXPECT_EQ(FloatToStr(123456789012345678.0), "1.23456789012346E17");
+  EXPECT_EQ(FloatToStr(-2.5), "-2.5");
+  EXPECT_EQ(FloatToStr(0.0), "0");
+  EXPECT_EQ(FloatToStr(-0.0), "0");
+  EXPECT_EQ(FloatToStr(100), "100");
+  EXPECT_EQ(FloatToStr(1.23e-10), "1.23E-10");
+  EXPECT_EQ(FloatToStr(-1e300), "-1E300");
+}
+
+TEST(FloatConversion, FromText) {
+  EXPECT_EQ(StrToFloat("1.5"), 1.5);
+  EXPECT_EQ(StrToFloat(" 1.5 "), 1.5);
+  EXPECT_EQ(StrToFloat("1e3"), 1000);
+  EXPECT_EQ(StrToFloat("1E+3"), 1000);
+  EXPECT_EQ(StrToFloat("-1.5e-3"), -0.0015);
+  EXPECT_EQ(StrToFloat(".5"), 0.5);
+  EXPECT_EQ(StrToFloat("5."), 5);
+  EXPECT_EQ(StrToFloat("+7"), 7);
+  EXPECT_EQ(StrToFloat("1e-400"), 0);
+  for (const char* bad : {"", " ", ".", "-", "1,5", "1e", "1e+", "inf", "nan", "$10", "1.5x", "1 5",
+                          "1e999", "\t1"}) {
+    double v = 42;
+    EXPECT_FALSE(TryStrToFloat(bad, v)) << bad;
+    EXPECT_EQ(v, 42) << bad;
+  }
+  try {
+    StrToFloat("abc");
+    ADD_FAILURE() << "no exception";
+  } catch (const EConvertError& e) {
+    EXPECT_STREQ(e.what(), "'abc' is not a valid floating point value");
+  }
+}
+
+TEST(Strings, CaseAndTrim) {
+  EXPECT_EQ(UpperCase("abc-XYZ \xe4"), "ABC-XYZ \xe4");
+  EXPECT_EQ(LowerCase("ABC-xyz \xc4"), "abc-xyz \xc4");
+  EXPECT_EQ(UpCase('q'), 'Q');
+  EXPECT_EQ(UpCase('1'), '1');
+  EXPECT_EQ(Trim(" \t\r\n ab c \x01"), "ab c");
+  EXPECT_EQ(TrimLeft("  ab  "), "ab  ");
+  EXPECT_EQ(TrimRight("  ab  "), "  ab");
+  EXPECT_EQ(Trim("\xa0x\xa0"), "\xa0x\xa0");
+  EXPECT_EQ(Trim("   "), "");
+  EXPECT_EQ(Trim(String("\0a\0", 3)), "a");
+}
+
+TEST(Strings, Comparisons) {
+  const char* old = std::setlocale(LC_ALL, nullptr);
+  std::string saved = old ? old : "C";
+  std::setlocale(LC_ALL, "C");
+
+  EXPECT_LT(CompareStr("B", "_"), 0);
+  EXPECT_LT(CompareStr("_", "a"), 0);
+  EXPECT_GT(CompareStr("a", "B"), 0);
+  EXPECT_LT(CompareStr("ab", "abc"), 0);
+  EXPECT_EQ(CompareStr("abc", "abc"), 0);
+  EXPECT_GT(CompareStr("\x80", "a"), 0);  // bytes are unsigned
+
+  EXPECT_LT(CompareText("a", "B"), 0);
+  EXPECT_LT(CompareText("B", "_"), 0);
+  EXPECT_GT(CompareText("_", "a"), 0);
+  EXPECT_EQ(CompareText("aBc", "AbC"), 0);
+  EXPECT_GT(CompareText("abcd", "ABC"), 0);
+  EXPECT_TRUE(SameText("Hello", "hELLO"));
+  EXPECT_FALSE(SameText("Hello", "Hell"));
+
+  EXPECT_LT(AnsiCompareStr("B", "_"), 0);
+  EXPECT_LT(AnsiCompareStr("_", "a"), 0);
+  EXPECT_GT(AnsiCompareStr("a", "B"), 0);
+  EXPECT_EQ(AnsiCompareStr("abc", "abc"), 0);
+  EXPECT_NE(AnsiCompareStr("abc", "ABC"), 0);
+  EXPECT_LT(AnsiCompareStr(String("a\0b", 3), String("a\0c", 3)), 0);
+  EXPECT_GT(AnsiCompareStr(String("a\0", 2), "a"), 0);
+
+  EXPECT_EQ(AnsiCompareText("abc", "ABC"), 0);
+  EXPECT_LT(AnsiCompareText("_", "a"), 0);
+  EXPECT_LT(AnsiCompareText("a", "B"), 0);
+  EXPECT_GT(AnsiCompareText("B", "_"), 0);
+  EXPECT_LT(AnsiCompareText(String("A\0a", 3), String("a\0B", 3)), 0);
+
+  std::setlocale(LC_ALL, saved.c_str());
+}
