@@ -5,6 +5,7 @@
 #include <new>
 #include <vector>
 
+#include "lists/PelLists.h"
 #include "platform/RTLConsts.h"
 
 namespace pel {
@@ -501,7 +502,24 @@ void TPelCustomHashtable::Assign(TPersistent* Source) {
   EndUpdate();
 }
 
-void TPelCustomHashtable::AssignTo(TPersistent* Dest) { TPersistent::AssignTo(Dest); }
+// A linked list receives the keys (not the values) as its items.
+void TPelCustomHashtable::AssignTo(TPersistent* Dest) {
+  auto* list = dynamic_cast<TPelCustomLinkedList*>(Dest);
+  if (!list) {
+    TPersistent::AssignTo(Dest);
+    return;
+  }
+  Owned<TPelHashtableEnumerator> keys(New<TPelHashtableEnumerator>(this, true));
+  list->BeginUpdate();
+  try {
+    list->Clear();
+    while (keys->HasMoreElements()) list->Add(static_cast<TObject*>(keys->NextElementP()));
+  } catch (...) {
+    list->EndUpdate();
+    throw;
+  }
+  list->EndUpdate();
+}
 
 // ---------------------------------------------------------------------------
 // Pointer and integer keys

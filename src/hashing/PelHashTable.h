@@ -12,7 +12,8 @@
 //     backward costs amortised constant time;
 //   * notifies the HashTableOwner hook first and OnChange second after a
 //     put, remove or clear, unless inside BeginUpdate/EndUpdate;
-//   * copies from another table (Assign).
+//   * copies from another table (Assign) and hands its keys to a linked
+//     list (AssignTo).
 //
 // Keys: the hash methods read a key as a 32-bit integer. Pointers are 64
 // bits wide here, so a pointer key is hashed by its low 32 bits (keys are

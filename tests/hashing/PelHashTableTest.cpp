@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "hashing/PelHashTable.h"
+#include "lists/PelLists.h"
 
 using namespace pel;
 
@@ -541,4 +542,25 @@ TEST(PelHashTable, AssignCopiesAndFreeingReachesOverrides) {
   logged->Put("x", nullptr);
   Free(logged);
   EXPECT_EQ("clear(1) ", gClearLog);
+}
+
+TEST(PelHashTable, AssignToLinkedListGivesTheKeys) {
+  auto t = Make<TPelHashtable>();
+  for (intptr_t k : {7, 3, 110, 9}) t->Put(P(k), P(k * 2));
+  auto list = Make<TPelLinkedList>();
+  auto stale = Make<TObject>();
+  list->Add(stale.get());
+  int changes = 0;
+  list->SetOnChange([&](TObject*) { ++changes; });
+  // The list's own Assign asks the table to assign itself.
+  list->Assign(t.get());
+  EXPECT_EQ(1, changes);
+  std::vector<intptr_t> items;
+  for (int32_t i = 0; i < list->GetCount(); ++i) items.push_back(I(list->GetItem(i)));
+  EXPECT_EQ(KeysByEnumeration(*t), items);
+  EXPECT_EQ((std::vector<intptr_t>{9, 110, 7, 3}), items);  // 9 heads bucket 9
+  // Anything else still ends in the conversion error.
+  auto other = Make<TPersistent>();
+  EXPECT_RAISES(EConvertError, "Cannot assign a TPelHashtable to a TPersistent",
+                t->AssignTo(other.get()));
 }
