@@ -564,3 +564,26 @@ TEST(PelHashTable, AssignToLinkedListGivesTheKeys) {
   EXPECT_RAISES(EConvertError, "Cannot assign a TPelHashtable to a TPersistent",
                 t->AssignTo(other.get()));
 }
+
+TEST(PelHashTable, ResizingAroundLiveCursors) {
+  auto t = Make<TPelHashtable>();
+  for (intptr_t k = 1; k <= 30; ++k) t->Put(P(k), P(k));
+  // Shrinking below the enumerator's bucket cursor does not read past the
+  // buckets; the enumerator goes on from the top of the new array.
+  IPtr<IIterator> keys = t->Indices();
+  t->SetCapacity(7);
+  EXPECT_EQ(30 - 7, t->GetCollisions());  // 30 keys fill all 7 buckets
+  std::set<intptr_t> seen;
+  while (keys->HasMoreElements()) seen.insert(I(keys->NextElement()));
+  EXPECT_EQ(30u, seen.size());
+  // Without buckets nothing can be stored, and nothing is lost by trying.
+  t->SetCapacity(0);
+  EXPECT_EQ(0, t->GetCount());
+  EXPECT_EQ(0u, t->GetCapacity());
+  EXPECT_RAISES(EPelHashtableError, "Subscript out of range", t->Put(P(1), P(1)));
+  EXPECT_EQ(0, t->GetCount());
+  EXPECT_FALSE(keys->HasMoreElements());
+  t->SetCapacity(5);
+  t->Put(P(1), P(1));
+  EXPECT_EQ(P(1), t->Get(P(1)));
+}
