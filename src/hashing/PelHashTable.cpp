@@ -576,6 +576,47 @@ int32_t TPelStringHashtable::HashCode(void* Key, int32_t Size) {
   return TPelCustomHashtable::HashCode(reinterpret_cast<void*>(static_cast<uintptr_t>(h)), Size);
 }
 
+void TPelStringHashtable::Assign(TPersistent* Source) {
+  auto* list = dynamic_cast<TStrings*>(Source);
+  if (!list) {
+    TPelCustomHashtable::Assign(Source);
+    return;
+  }
+  const int32_t n = list->GetCount();
+  for (int32_t i = 0; i < n; ++i)
+    if (list->Get(i).empty()) HashError(SArgumentNull);
+  BeginUpdate();
+  try {
+    Clear();
+    for (int32_t i = 0; i < n; ++i) Put(list->Get(i), list->GetObject(i));
+  } catch (...) {
+    EndUpdate();
+    throw;
+  }
+  EndUpdate();
+}
+
+void TPelStringHashtable::AssignTo(TPersistent* Dest) {
+  auto* list = dynamic_cast<TStrings*>(Dest);
+  if (!list) {
+    TPelCustomHashtable::AssignTo(Dest);
+    return;
+  }
+  Owned<TPelHashtableEnumerator> keys(New<TPelHashtableEnumerator>(this, true));
+  list->BeginUpdate();
+  try {
+    list->Clear();
+    while (keys->HasMoreElements()) {
+      String key = TextOf(keys->NextElementP());
+      list->AddObject(key, static_cast<TObject*>(GetItem(key)));
+    }
+  } catch (...) {
+    list->EndUpdate();
+    throw;
+  }
+  list->EndUpdate();
+}
+
 void* TPelStringHashtable::Get(const String& Key) { return GetValue(Chars(Key)); }
 
 void* TPelStringHashtable::Put(const String& Key, void* Value) {

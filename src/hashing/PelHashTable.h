@@ -281,6 +281,14 @@ class TPelStringHashtable : public TPelCustomHashtable {
   TPelHashtableEntry* NewHashtableEntry() override;
   // Key is zero-terminated text.
   int32_t HashCode(void* Key, int32_t Size) override;
+  // From a string list: every string with its object as the value (a
+  // repeated string keeps the later object), one notification. A list
+  // holding an empty string is refused ("Argument is null") before anything
+  // changes.
+  void Assign(TPersistent* Source) override;
+  // To a string list: every key with its value as the object, in
+  // enumeration order.
+  void AssignTo(TPersistent* Dest) override;
 
   virtual void* Get(const String& Key);
   virtual void* Put(const String& Key, void* Value);

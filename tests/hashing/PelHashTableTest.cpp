@@ -587,3 +587,46 @@ TEST(PelHashTable, ResizingAroundLiveCursors) {
   t->Put(P(1), P(1));
   EXPECT_EQ(P(1), t->Get(P(1)));
 }
+
+TEST(PelHashTable, StringTableAndStringLists) {
+  TObject* objs[4] = {New<TObject>(), New<TObject>(), New<TObject>(), New<TObject>()};
+  auto list = Make<TStringList>();
+  list->AddObject("one", objs[0]);
+  list->AddObject("two", objs[1]);
+  list->AddObject("one", objs[2]);  // the later object wins
+  auto t = Make<TPelStringHashtable>();
+  t->Put("stale", objs[3]);
+  int changes = 0;
+  t->SetOnChange([&](TObject*) { ++changes; });
+  t->Assign(list.get());
+  EXPECT_EQ(1, changes);
+  EXPECT_EQ(2, t->GetCount());
+  EXPECT_EQ(objs[2], t->Get("one"));
+  EXPECT_EQ(objs[1], t->Get("two"));
+  EXPECT_FALSE(t->ContainsKey("stale"));
+
+  // An empty string is refused before the table changes.
+  list->Add("");
+  EXPECT_RAISES(EPelHashtableError, "Argument is null", t->Assign(list.get()));
+  EXPECT_EQ(2, t->GetCount());
+  EXPECT_EQ(1, changes);
+
+  // Back to a list: keys in enumeration order, values as objects; the
+  // list's own Assign gets there too.
+  t->Put("three", objs[3]);
+  auto out = Make<TStringList>();
+  out->Add("old");
+  int listChanges = 0;
+  out->SetOnChange([&](TObject*) { ++listChanges; });
+  out->Assign(t.get());
+  EXPECT_EQ(1, listChanges);
+  IPtr<IStringIterator> keys = t->Indices();
+  ASSERT_EQ(3, out->GetCount());
+  for (int32_t i = 0; i < 3; ++i) {
+    String k = keys->NextElement();
+    EXPECT_EQ(k, out->Get(i));
+    EXPECT_EQ(t->Get(k), out->GetObject(i));
+  }
+  t.reset();
+  for (TObject* o : objs) Free(o);
+}
