@@ -32,8 +32,10 @@
 //
 // Lifetime rules the caller keeps:
 //   * an enumerator holds a plain pointer to its table: the table must
-//     outlive it, and an enumerator does not follow entries added or removed
-//     after its last Reset (the internal cursor of NextElement included);
+//     outlive it. It does not follow entries added or removed after its
+//     last Reset (the table's own cursor of NextElement included), and the
+//     entry it holds as the next one is kept even when that entry is
+//     removed and freed: Reset an enumerator after changing its table;
 //   * assigning one table to another copies key and value pointers; a
 //     string table's keys are its own character data, so a pointer table
 //     filled from a string table must not outlive it, and a string table
