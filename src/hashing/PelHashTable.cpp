@@ -206,12 +206,17 @@ void TPelCustomHashtable::SetCapacity(uint32_t Value) {
   }
   uint32_t n = FCount == 0 ? 0 : FCapacity;
   // Hash every entry into the new size first, so that a failing hash leaves
-  // the table as it was.
-  std::vector<int32_t> target;
-  target.reserve(static_cast<size_t>(FCount));
+  // the table as it was. The moves then run down a flat array instead of
+  // the chains.
+  struct TMove {
+    TPelHashtableEntry* Entry;
+    int32_t Bucket;
+  };
+  std::vector<TMove> moves;
+  moves.reserve(static_cast<size_t>(FCount));
   for (uint32_t b = n; b > 0; --b)
     for (TPelHashtableEntry* e = FBuckets[b - 1]; e; e = e->FNext)
-      target.push_back(BucketOf(e->GetKey(), Value));
+      moves.push_back({e, BucketOf(e->GetKey(), Value)});
   TPelHashtableEntry** buckets;
   try {
     buckets = new TPelHashtableEntry*[Value]();
@@ -222,18 +227,12 @@ void TPelCustomHashtable::SetCapacity(uint32_t Value) {
   FBuckets = buckets;
   FCapacity = Value;
   FCollisions = 0;
-  size_t k = 0;
-  for (uint32_t b = n; b > 0; --b) {
-    TPelHashtableEntry* e = old[b - 1];
-    while (e) {
-      TPelHashtableEntry* next = e->FNext;
-      int32_t i = target[k++];
-      e->FIndex = i;
-      e->FNext = buckets[i];
-      buckets[i] = e;
-      if (e->FNext) ++FCollisions;
-      e = next;
-    }
+  for (const TMove& m : moves) {
+    TPelHashtableEntry* e = m.Entry;
+    e->FIndex = m.Bucket;
+    e->FNext = buckets[m.Bucket];
+    buckets[m.Bucket] = e;
+    if (e->FNext) ++FCollisions;
   }
   delete[] old;
 }
