@@ -68,7 +68,7 @@ TEST(ObjectModel, VirtualHooksReachDescendantOverrides) {
   // A class reference to an abstract class cannot create.
   EXPECT_THROW(TShapeClass(TAbstractShape::StaticClass()).Create(1), EAbstractError);
   // A class reference of the wrong family is refused.
-  EXPECT_THROW(TShapeClass(TObject::StaticClass()), EInvalidCast);
+  EXPECT_THROW((void)TShapeClass(TObject::StaticClass()), EInvalidCast);
 }
 
 namespace {
