@@ -125,10 +125,16 @@ void TPelCustomLinkedList::SetNode(int32_t Index, TSQNode* Node) {
   Change();
 }
 
+TSQNode* TPelCustomLinkedList::HeadOf(const TPelCustomLinkedList* List) {
+  if (!List) AccessViolation();
+  return List->FHead;
+}
+
 void TPelCustomLinkedList::AddLinkedList(TPelCustomLinkedList* List) {
+  TSQNode* first = HeadOf(List);
   BeginUpdate();
   try {
-    for (TSQNode* src = List->FHead; src; src = src->GetNext()) {
+    for (TSQNode* src = first; src; src = src->GetNext()) {
       TSQNode* node = NewNode();
       int32_t before = FCount;
       try {
@@ -560,9 +566,10 @@ TSQNode* TPelPriorityQueue::Insert(TSQNode* Node, TSQNode*) {
 }
 
 void TPelPriorityQueue::AddLinkedList(TPelCustomLinkedList* List) {
+  TSQNode* first = HeadOf(List);
   BeginUpdate();
   try {
-    for (TSQNode* src = HeadOf(List); src; src = src->GetNext()) {
+    for (TSQNode* src = first; src; src = src->GetNext()) {
       TSQPriorityNode* node = As<TSQPriorityNode>(NewNode());
       try {
         node->Assign(src);
@@ -653,9 +660,10 @@ TSQNode* TPelPriorityStringQueue::Insert(TSQNode* Node, TSQNode*) {
 }
 
 void TPelPriorityStringQueue::AddLinkedList(TPelCustomLinkedList* List) {
+  TSQNode* first = HeadOf(List);
   BeginUpdate();
   try {
-    for (TSQNode* src = HeadOf(List); src; src = src->GetNext()) {
+    for (TSQNode* src = first; src; src = src->GetNext()) {
       TSQPriorityStringNode* node = As<TSQPriorityStringNode>(NewNode());
       int32_t before = FCount;
       try {

@@ -189,7 +189,8 @@ class TPelCustomLinkedList : public TPersistent {
 
   TSQNode* GetHead() const { return FHead; }
   TSQNode* GetTail() const { return FTail; }
-  static TSQNode* HeadOf(const TPelCustomLinkedList* List) { return List->FHead; }
+  // List's head; EAccessViolation for no list.
+  static TSQNode* HeadOf(const TPelCustomLinkedList* List);
 
   // Raises EListError with Msg.
   [[noreturn]] static void Error(const char* Msg);
