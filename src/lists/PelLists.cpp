@@ -341,6 +341,7 @@ TSQNode* TPelDoublyLinkedList::NewNode() { return New<TSQDoubleNode>(); }
 
 TObject* TPelQueue::GetTop() {
   if (IsEmpty()) Error(SListEmpty);
+  if (!FHead) AccessViolation();
   return FHead->GetItem();
 }
 
@@ -433,6 +434,7 @@ TSQNode* TPelStringQueue::NewNode() { return New<TSQStringNode>(); }
 
 String TPelStringQueue::GetTopString() {
   if (IsEmpty()) Error(SListEmpty);
+  if (!FHead) AccessViolation();
   return As<TSQStringNode>(FHead)->GetValue();
 }
 
@@ -543,6 +545,8 @@ TSQNode* TPelPriorityQueue::Insert(TSQNode* Node, TSQNode*) {
     // Newest first among equal priorities at the head: intended.
     node->SetNext(FHead);
     FHead = node;
+  } else if (!FTail) {
+    AccessViolation();
   } else if (p >= As<TSQPriorityNode>(FTail)->GetPriority()) {
     // Behind an equal tail: intended.
     FTail->SetNext(node);
