@@ -1,0 +1,9 @@
+// Every unit of the library.
+#pragma once
+
+#include "foundation/CommonInterfaces.h"
+#include "foundation/RefCount.h"
+#include "foundation/Structures.h"
+#include "platform/Classes.h"
+#include "platform/SysUtils.h"
+#include "platform/System.h"
