@@ -426,6 +426,16 @@ void TPelStack::AddStack(TPelCustomLinkedList* List) {
 // ---------------------------------------------------------------------------
 // TPelStringQueue and TPelStringStack
 
+void TPelStringQueue::AssignTo(TPersistent* Dest) {
+  if (auto* strings = dynamic_cast<TStrings*>(Dest)) {
+    strings->Clear();
+    for (TSQNode* node = FHead; node; node = node->GetNext())
+      strings->AddObject(As<TSQStringNode>(node)->GetValue(), node->GetItem());
+    return;
+  }
+  TPelQueue::AssignTo(Dest);
+}
+
 TSQNode* TPelStringQueue::Insert(TSQNode* Node, TSQNode* Before) {
   return TPelQueue::Insert(As<TSQStringNode>(Node), Before);
 }

@@ -282,6 +282,9 @@ class TPelStack : public TPelQueue {
 class TPelStringQueue : public TPelQueue {
   PEL_CLASS(TPelStringQueue, TPelQueue)
  public:
+  // Into a platform TStrings: cleared, then each value with its item from
+  // the head. Anything else goes to TPersistent.
+  void AssignTo(TPersistent* Dest) override;
   // Node must be a TSQStringNode (EInvalidCast otherwise).
   TSQNode* Insert(TSQNode* Node, TSQNode* Before) override;
   TSQNode* NewNode() override;
