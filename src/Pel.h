@@ -4,6 +4,7 @@
 #include "foundation/CommonInterfaces.h"
 #include "foundation/RefCount.h"
 #include "foundation/Structures.h"
+#include "lists/PelLists.h"
 #include "platform/Classes.h"
 #include "platform/SysUtils.h"
 #include "platform/System.h"

@@ -125,10 +125,16 @@ void TPelCustomLinkedList::SetNode(int32_t Index, TSQNode* Node) {
   Change();
 }
 
+TSQNode* TPelCustomLinkedList::HeadOf(const TPelCustomLinkedList* List) {
+  if (!List) AccessViolation();
+  return List->FHead;
+}
+
 void TPelCustomLinkedList::AddLinkedList(TPelCustomLinkedList* List) {
+  TSQNode* first = HeadOf(List);
   BeginUpdate();
   try {
-    for (TSQNode* src = List->FHead; src; src = src->GetNext()) {
+    for (TSQNode* src = first; src; src = src->GetNext()) {
       TSQNode* node = NewNode();
       int32_t before = FCount;
       try {
@@ -335,6 +341,7 @@ TSQNode* TPelDoublyLinkedList::NewNode() { return New<TSQDoubleNode>(); }
 
 TObject* TPelQueue::GetTop() {
   if (IsEmpty()) Error(SListEmpty);
+  if (!FHead) AccessViolation();
   return FHead->GetItem();
 }
 
@@ -419,6 +426,16 @@ void TPelStack::AddStack(TPelCustomLinkedList* List) {
 // ---------------------------------------------------------------------------
 // TPelStringQueue and TPelStringStack
 
+void TPelStringQueue::AssignTo(TPersistent* Dest) {
+  if (auto* strings = dynamic_cast<TStrings*>(Dest)) {
+    strings->Clear();
+    for (TSQNode* node = FHead; node; node = node->GetNext())
+      strings->AddObject(As<TSQStringNode>(node)->GetValue(), node->GetItem());
+    return;
+  }
+  TPelQueue::AssignTo(Dest);
+}
+
 TSQNode* TPelStringQueue::Insert(TSQNode* Node, TSQNode* Before) {
   return TPelQueue::Insert(As<TSQStringNode>(Node), Before);
 }
@@ -427,6 +444,7 @@ TSQNode* TPelStringQueue::NewNode() { return New<TSQStringNode>(); }
 
 String TPelStringQueue::GetTopString() {
   if (IsEmpty()) Error(SListEmpty);
+  if (!FHead) AccessViolation();
   return As<TSQStringNode>(FHead)->GetValue();
 }
 
@@ -537,6 +555,8 @@ TSQNode* TPelPriorityQueue::Insert(TSQNode* Node, TSQNode*) {
     // Newest first among equal priorities at the head: intended.
     node->SetNext(FHead);
     FHead = node;
+  } else if (!FTail) {
+    AccessViolation();
   } else if (p >= As<TSQPriorityNode>(FTail)->GetPriority()) {
     // Behind an equal tail: intended.
     FTail->SetNext(node);
@@ -560,9 +580,10 @@ TSQNode* TPelPriorityQueue::Insert(TSQNode* Node, TSQNode*) {
 }
 
 void TPelPriorityQueue::AddLinkedList(TPelCustomLinkedList* List) {
+  TSQNode* first = HeadOf(List);
   BeginUpdate();
   try {
-    for (TSQNode* src = HeadOf(List); src; src = src->GetNext()) {
+    for (TSQNode* src = first; src; src = src->GetNext()) {
       TSQPriorityNode* node = As<TSQPriorityNode>(NewNode());
       try {
         node->Assign(src);
@@ -653,9 +674,10 @@ TSQNode* TPelPriorityStringQueue::Insert(TSQNode* Node, TSQNode*) {
 }
 
 void TPelPriorityStringQueue::AddLinkedList(TPelCustomLinkedList* List) {
+  TSQNode* first = HeadOf(List);
   BeginUpdate();
   try {
-    for (TSQNode* src = HeadOf(List); src; src = src->GetNext()) {
+    for (TSQNode* src = first; src; src = src->GetNext()) {
       TSQPriorityStringNode* node = As<TSQPriorityStringNode>(NewNode());
       int32_t before = FCount;
       try {

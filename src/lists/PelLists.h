@@ -189,7 +189,8 @@ class TPelCustomLinkedList : public TPersistent {
 
   TSQNode* GetHead() const { return FHead; }
   TSQNode* GetTail() const { return FTail; }
-  static TSQNode* HeadOf(const TPelCustomLinkedList* List) { return List->FHead; }
+  // List's head; EAccessViolation for no list.
+  static TSQNode* HeadOf(const TPelCustomLinkedList* List);
 
   // Raises EListError with Msg.
   [[noreturn]] static void Error(const char* Msg);
@@ -281,6 +282,9 @@ class TPelStack : public TPelQueue {
 class TPelStringQueue : public TPelQueue {
   PEL_CLASS(TPelStringQueue, TPelQueue)
  public:
+  // Into a platform TStrings: cleared, then each value with its item from
+  // the head. Anything else goes to TPersistent.
+  void AssignTo(TPersistent* Dest) override;
   // Node must be a TSQStringNode (EInvalidCast otherwise).
   TSQNode* Insert(TSQNode* Node, TSQNode* Before) override;
   TSQNode* NewNode() override;

@@ -374,6 +374,10 @@ TEST(PelLinkedList, AssignFromListsAndPlatformLists) {
   list->AddLinkedList(strings.get());
   EXPECT_EQ(changes.Count, 3);
   EXPECT_EQ(ItemsOf(list->GetHead()), (std::vector<TObject*>{&it.c, nullptr, &it.a, &it.a, &it.b}));
+  // No list to copy from: the access violation is raised before anything.
+  ExpectRaises<EAccessViolation>([&] { list->AddLinkedList(nullptr); }, "Access violation");
+  EXPECT_EQ(changes.Count, 3);
+  EXPECT_EQ(list->GetCount(), 5);
 }
 
 TEST(PelDoublyLinkedList, BackLinksFollowInsertsAndDeletes) {

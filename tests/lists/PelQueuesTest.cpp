@@ -159,6 +159,16 @@ TEST(PelStringQueue, StringsItemsAndSearch) {
   other->SetStrings(2, "Gamma");
   EXPECT_TRUE(q->Equals(other.get()));
 
+  // Into a platform string list: replaced by the values and items in order.
+  Owned<TStringList> list = Make<TStringList>();
+  list->Add("stale");
+  list->Assign(q.get());
+  EXPECT_EQ(list->GetText(), String("Alpha\r\nBeta\r\nGamma\r\n"));
+  EXPECT_EQ(list->GetObject(1), &b);
+  ExpectRaises<EConvertError>([&] { q->Assign(list.get()); },
+                              "Cannot assign a TStringList to a TPelStringQueue");
+  EXPECT_EQ(q->GetCount(), 3);
+
   q->Reset();
   EXPECT_EQ(q->GetNext()->GetValue(), "Alpha");
   EXPECT_EQ(q->PopString(), "Alpha");
