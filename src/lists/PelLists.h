@@ -1,5 +1,7 @@
-// PelLists: list nodes, singly and doubly linked lists with a cursor, and the
-// linked queues, stacks and priority queues built on them.
+// PelLists: list nodes, singly and doubly linked lists with a cursor, the
+// linked queues, stacks and priority queues built on them, and the
+// array-backed lists, queues and stacks (TFreeList, TQQueue, TQStack,
+// TQStringQueue, TQStringStack; their code is in PelListsArrays.cpp).
 //
 // A list owns its nodes: it makes them through the virtual NewNode and frees
 // them when they are deleted, replaced or cleared. It never owns the objects
@@ -14,7 +16,9 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
+#include "foundation/Structures.h"
 #include "platform/Classes.h"
 
 namespace pel {
@@ -368,6 +372,136 @@ class TPelPriorityQueue : public TPelQueue {
   TSQPriorityNode* GetPriorityNode(int32_t Index);
   void SetPriorityNode(int32_t Index, TSQPriorityNode* Node);
   TSQPriorityNode* GetNext();
+};
+
+// ---------------------------------------------------------------------------
+// Array lists, queues and stacks
+
+// A growable array of object references that frees what leaves it by
+// deletion while FreeItems is set (the default). Growth and messages are the
+// platform list's; Notify sees lnAdded, lnDeleted and lnExtracted as TList's
+// does, and only lnDeleted under FreeItems frees.
+//
+// Kept on purpose: Put frees the old object even when it is the very object
+// being stored again, leaving the slot referring to a freed object.
+class TFreeList : public TPersistent {
+  PEL_CLASS(TFreeList, TPersistent)
+ public:
+  TFreeList() = default;
+  explicit TFreeList(bool AFreeItems) : FFreeItems(AFreeItems) {}
+  // Clear runs here so that a descendant's Notify and Clear are used.
+  void BeforeDestruction() override;
+
+  // From another TFreeList: clear (freeing under FreeItems), then add every
+  // item; the objects are shared, not copied.
+  void Assign(TPersistent* Source) override;
+  // The same from a platform list.
+  void Assign(TList* Source);
+
+  virtual TObject* Get(int32_t Index);
+  virtual void Put(int32_t Index, TObject* Item);
+  virtual void SetCount(int32_t NewCount);
+  virtual int32_t Add(TObject* Item);
+  virtual void Clear();
+  // Assigns this list into Dest, or into a new list of this list's class.
+  virtual TFreeList* Clone(TFreeList* Dest);
+  virtual void Delete(int32_t Index);
+  // Raises EListError with Msg formatted with Data.
+  [[noreturn]] virtual void Error(const char* Msg, int32_t Data);
+  // True for a TList or TFreeList with the same references in order.
+  virtual bool Equals(TObject* Obj);
+  virtual void Insert(int32_t Index, TObject* Item);
+
+  int32_t Remove(TObject* Item);
+  TObject* Extract(TObject* Item);
+  void Pack();
+  TObject* First() { return Get(0); }
+  TObject* Last() { return Get(FCount - 1); }
+  int32_t IndexOf(TObject* Item) const;
+  void Exchange(int32_t Index1, int32_t Index2);
+  // Moves an item without freeing it.
+  void Move(int32_t CurIndex, int32_t NewIndex);
+  void Sort(TListSortCompare Compare);
+  TFreeList* Expand();
+
+  int32_t GetCount() const { return FCount; }
+  int32_t GetCapacity() const { return FCapacity; }
+  void SetCapacity(int32_t NewCapacity);
+  bool GetFreeItems() const { return FFreeItems; }
+  void SetFreeItems(bool Value) { FFreeItems = Value; }
+
+ protected:
+  virtual void Grow();
+  virtual void Notify(TObject* Item, TListNotification Action);
+
+ private:
+  void CheckIndex(int32_t Index);
+  void QuickSort(int32_t L, int32_t R, TListSortCompare Compare);
+
+  std::vector<TObject*> FList;  // FCapacity slots
+  int32_t FCount = 0;
+  int32_t FCapacity = 0;
+  bool FFreeItems = true;
+};
+
+// A first-in-first-out queue of untyped pointers on the platform list.
+class TQQueue : public TList {
+  PEL_CLASS(TQQueue, TList)
+ public:
+  // From a TList: its items in order. From a linked list: the items of its
+  // nodes, and then still EConvertError "Error assigning %s to %s" (intended:
+  // the copy stays). Anything else: that error, nothing copied.
+  virtual void Assign(TObject* Source);
+  virtual void* Pop();
+  virtual void Push(void* Item);
+  virtual void* Top();
+  bool IsEmpty() const { return GetCount() == 0; }
+
+ protected:
+  [[noreturn]] static void Empty();
+};
+
+// A last-in-first-out stack: Top and Pop take the last item.
+class TQStack : public TQQueue {
+  PEL_CLASS(TQStack, TQQueue)
+ public:
+  void* Pop() override;
+  void* Top() override;
+};
+
+// A first-in-first-out queue of (string, object) pairs on TSFCList, so that
+// the list's owner hears of every push and pop. Pairs are always appended;
+// Pop and Top take the pair at the top index, which is 0 for a queue.
+class TQStringQueue : public TSFCList {
+  PEL_CLASS(TQStringQueue, TSFCList)
+ public:
+  void Push(TObject* AObject) { AddObject("", AObject); }
+  void PushString(const String& S) { Add(S); }
+  void PushItem(const String& S, TObject* AObject) { AddObject(S, AObject); }
+  // Each raises EListError "List is empty" on an empty queue.
+  TObject* Pop();
+  String PopString();
+  String PopItem(TObject*& AObject);
+  TObject* Top();
+  String TopString();
+  String TopItem(TObject*& AObject);
+  bool IsEmpty() { return GetCount() == 0; }
+  bool IsSorted() const { return GetSorted(); }
+  // A queue keeps its order: true raises "Cannot sort stack or queue",
+  // false does nothing.
+  void SetSorted(bool Value);
+
+ protected:
+  void CheckNotEmpty();
+  int32_t FTop = 0;
+};
+
+// A last-in-first-out stack of pairs: every change moves the top index to
+// the last pair.
+class TQStringStack : public TQStringQueue {
+  PEL_CLASS(TQStringStack, TQStringQueue)
+ protected:
+  void Changed() override;
 };
 
 }  // namespace pel

@@ -1,0 +1,190 @@
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "ListsTestSupport.h"
+#include "lists/PelLists.h"
+
+using namespace pel;
+using pel::test::TCountedItem;
+
+namespace {
+
+template <class E>
+std::string MessageOf(const std::function<void()>& f) {
+  try {
+    f();
+  } catch (const E& e) {
+    return e.what();
+  }
+  return "no error";
+}
+
+// Records what the list tells its descendants.
+class TWatchedFreeList : public TFreeList {
+  PEL_CLASS(TWatchedFreeList, TFreeList)
+ public:
+  std::vector<std::string> Log;
+
+ protected:
+  void Notify(TObject* Item, TListNotification Action) override {
+    Log.push_back(Action == lnAdded ? "added" : Action == lnDeleted ? "deleted" : "extracted");
+    TFreeList::Notify(Item, Action);
+  }
+};
+
+}  // namespace
+
+TEST(FreeList, FreesWhatLeavesByDeletionOnly) {
+  TCountedItem::Alive = 0;
+  auto l = Make<TFreeList>();
+  EXPECT_TRUE(l->GetFreeItems());
+  std::vector<TCountedItem*> items;
+  for (int i = 0; i < 6; ++i) {
+    items.push_back(New<TCountedItem>());
+    l->Add(items.back());
+  }
+  l->Delete(0);
+  EXPECT_EQ(l->Remove(items[1]), 0);
+  EXPECT_EQ(TCountedItem::Alive, 4);
+  l->Put(0, New<TCountedItem>());  // replaces items[2], which is freed
+  EXPECT_EQ(TCountedItem::Alive, 4);
+  EXPECT_EQ(l->Extract(items[3]), items[3]);  // handed back, not freed
+  l->Move(0, 1);
+  l->Exchange(0, 1);
+  EXPECT_EQ(TCountedItem::Alive, 4);
+  EXPECT_EQ(l->GetCount(), 3);
+  l->SetCount(1);  // shrinking frees the dropped items
+  EXPECT_EQ(TCountedItem::Alive, 2);
+  l->SetCount(4);  // growing adds nil slots, which Pack removes
+  EXPECT_EQ(l->Get(3), nullptr);
+  l->Pack();
+  EXPECT_EQ(l->GetCount(), 1);
+  EXPECT_EQ(TCountedItem::Alive, 2);
+  l.reset();  // destruction frees the rest
+  EXPECT_EQ(TCountedItem::Alive, 1);
+  Free(items[3]);
+
+  auto keeper = Make<TFreeList>(false);
+  TCountedItem kept;
+  keeper->Add(&kept);
+  keeper->Delete(0);
+  keeper->Add(&kept);
+  keeper->Clear();
+  EXPECT_EQ(TCountedItem::Alive, 1);
+}
+
+TEST(FreeList, GrowthErrorsAndNotifications) {
+  auto l = Make<TWatchedFreeList>();
+  l->SetFreeItems(false);
+  std::vector<int32_t> capacities;
+  TObject o;
+  for (int i = 0; i < 96; ++i) {
+    l->Add(&o);
+    if (capacities.empty() || capacities.back() != l->GetCapacity())
+      capacities.push_back(l->GetCapacity());
+  }
+  EXPECT_EQ(capacities, (std::vector<int32_t>{4, 8, 12, 28, 44, 60, 76, 95, 118}));
+  l->Clear();
+  EXPECT_EQ(l->GetCapacity(), 0);
+  l->Log.clear();
+
+  l->Add(&o);
+  l->Add(nullptr);  // nil is never notified
+  l->Put(1, &o);    // over nil: only the newcomer is told
+  l->Put(1, &o);    // over an item, even the same one: deleted, then added
+  l->Extract(&o);
+  EXPECT_EQ(l->Log, (std::vector<std::string>{"added", "added", "deleted", "added", "extracted"}));
+  EXPECT_EQ(MessageOf<EListError>([&] { l->Get(1); }), "List index out of bounds (1)");
+  EXPECT_EQ(MessageOf<EListError>([&] { l->Insert(3, &o); }), "List index out of bounds (3)");
+  EXPECT_EQ(MessageOf<EListError>([&] { l->SetCount(-1); }), "List count out of bounds (-1)");
+  EXPECT_EQ(MessageOf<EListError>([&] { l->SetCapacity(0); }), "List capacity out of bounds (0)");
+  EXPECT_EQ(MessageOf<EListError>([&] { l->Move(0, 5); }), "List index out of bounds (5)");
+  EXPECT_EQ(l->GetCount(), 1);
+  EXPECT_EQ(l->Get(0), &o);
+}
+
+TEST(FreeList, AssignCloneEqualsAndSort) {
+  TObject a, b, c;
+  auto source = Make<TFreeList>(false);
+  for (TObject* x : {&c, &a, &b}) source->Add(x);
+  source->Sort([](void* x, void* y) { return x < y ? -1 : x > y ? 1 : 0; });
+  EXPECT_LT(source->Get(0), source->Get(1));
+  EXPECT_LT(source->Get(1), source->Get(2));
+
+  TFreeList* copy = source->Clone(nullptr);
+  EXPECT_EQ(copy->ClassType(), TFreeList::StaticClass());
+  copy->SetFreeItems(false);
+  EXPECT_TRUE(copy->Equals(source.get()));
+  auto platform = Make<TList>();
+  for (int32_t i = 0; i < 3; ++i) platform->Add(source->Get(i));
+  EXPECT_TRUE(copy->Equals(platform.get()));
+  platform->Exchange(0, 1);
+  EXPECT_FALSE(copy->Equals(platform.get()));
+  copy->Assign(platform.get());
+  EXPECT_TRUE(copy->Equals(platform.get()));
+  EXPECT_FALSE(copy->Equals(&a));
+  TPersistent other;
+  EXPECT_EQ(MessageOf<EConvertError>([&] { copy->Assign(&other); }),
+            "Cannot assign a TPersistent to a TFreeList");
+  Free(copy);
+}
+
+TEST(ArrayQueues, QueueAndStackOrder) {
+  int v[3] = {1, 2, 3};
+  auto q = Make<TQQueue>();
+  auto s = Make<TQStack>();
+  for (int& x : v) {
+    q->Push(&x);
+    s->Push(&x);
+  }
+  EXPECT_EQ(*static_cast<int*>(q->Top()), 1);
+  EXPECT_EQ(*static_cast<int*>(q->Pop()), 1);
+  EXPECT_EQ(*static_cast<int*>(s->Pop()), 3);
+  EXPECT_EQ(*static_cast<int*>(s->Top()), 2);
+  s->Clear();
+  EXPECT_TRUE(s->IsEmpty());
+  EXPECT_EQ(MessageOf<EListError>([&] { s->Pop(); }), "List is empty");
+  EXPECT_EQ(MessageOf<EListError>([&] { s->Top(); }), "List is empty");
+
+  // From a platform list: a plain copy.
+  auto list = Make<TList>();
+  list->Add(&v[2]);
+  q->Assign(list.get());
+  EXPECT_EQ(q->GetCount(), 1);
+  // From a linked list the items are copied and the call still fails.
+  auto linked = Make<TPelLinkedList>();
+  TObject item1, item2;
+  linked->Add(&item1);
+  linked->Add(&item2);
+  EXPECT_EQ(MessageOf<EConvertError>([&] { q->Assign(linked.get()); }),
+            "Error assigning TPelLinkedList to TQQueue");
+  EXPECT_EQ(q->GetCount(), 2);
+  EXPECT_EQ(q->Pop(), &item1);
+  EXPECT_EQ(MessageOf<EConvertError>([&] { q->Assign(nullptr); }),
+            "Error assigning nil to TQQueue");
+  EXPECT_EQ(q->GetCount(), 1);
+}
+
+TEST(ArrayQueues, StringQueueAndStack) {
+  auto stack = Make<TQStringStack>();
+  stack->PushString("a");
+  stack->PushString("b");
+  EXPECT_EQ(stack->TopString(), "b");
+  EXPECT_EQ(stack->PopString(), "b");
+  EXPECT_EQ(stack->PopString(), "a");
+  EXPECT_EQ(MessageOf<EListError>([&] { stack->PopString(); }), "List is empty");
+
+  auto queue = Make<TQStringQueue>();
+  TObject o1, o2;
+  queue->PushItem("x", &o1);
+  queue->Push(&o2);
+  TObject* got = nullptr;
+  EXPECT_EQ(queue->PopItem(got), "x");
+  EXPECT_EQ(got, &o1);
+  EXPECT_EQ(queue->Pop(), &o2);
+  EXPECT_TRUE(queue->IsEmpty());
+  queue->SetSorted(false);  // no-op
+  EXPECT_EQ(MessageOf<EListError>([&] { queue->SetSorted(true); }), "Cannot sort stack or queue");
+  EXPECT_FALSE(queue->IsSorted());
+}
