@@ -211,8 +211,14 @@ String MoneyText(TDecimal D, int Decimals) {
   if (D.Special) return D.Special;
   if (D.Exp > kMaxFixedExp) return GeneralText(D, kFloatDigits);
   RoundDecimals(D, Decimals);
-  String s = "$" + FixedDigits(D, Decimals, true);
-  return D.Negative && !D.Digits.empty() ? "(" + s + ")" : s;
+  // Built by appending: g++ 12 warns falsely on "literal" + String here.
+  String s(1, '$');
+  s += FixedDigits(D, Decimals, true);
+  if (!D.Negative || D.Digits.empty()) return s;
+  String r(1, '(');
+  r += s;
+  r += ')';
+  return r;
 }
 
 }  // namespace
@@ -357,7 +363,9 @@ class TFormatter {
     if (type == 'd') {
       uint64_t mag = v < 0 ? 0 - static_cast<uint64_t>(v) : static_cast<uint64_t>(v);
       // The precision counts digits; the sign comes on top.
-      return (v < 0 ? "-" : "") + ZeroPad(std::to_string(mag), prec);
+      String r = v < 0 ? "-" : "";
+      r += ZeroPad(std::to_string(mag), prec);
+      return r;
     }
     if (type == 'u') return ZeroPad(std::to_string(bits), prec);
     char buf[24];
