@@ -91,6 +91,8 @@ void TStringList::InsertObject(int32_t Index, const String& S, TObject* AObject)
 void TStringList::InsertItem(int32_t Index, const String& S, TObject* AObject) {
   Changing();
   if (FCount == FCapacity) Grow();
+  // A descendant's SetCapacity may have declined to grow.
+  if (FCount == FCapacity) Error(SListCapacityError, FCount);
   std::rotate(FList.begin() + Index, FList.begin() + FCount, FList.begin() + FCount + 1);
   FList[Index].FString = S;
   FList[Index].FObject = AObject;

@@ -191,6 +191,8 @@ void TPelStringList::Grow() {
 void TPelStringList::InsertItem(int32_t Index, const String& S) {
   Changing();
   if (FCount == GetCapacity()) Grow();
+  // A descendant's SetCapacity may have declined to grow.
+  if (FCount == GetCapacity()) Error(SListCapacityError, FCount);
   // Rotate the spare (empty) item at FCount down to Index.
   std::rotate(FList.begin() + Index, FList.begin() + FCount, FList.begin() + FCount + 1);
   FList[Index].FString = S;
