@@ -6,3 +6,4 @@
 #include "platform/classes/Persistent.h"
 #include "platform/RTLConsts.h"
 #include "platform/classes/ClassesTypes.h"
+#include "platform/classes/Streams.h"
