@@ -7,3 +7,5 @@
 #include "platform/RTLConsts.h"
 #include "platform/classes/ClassesTypes.h"
 #include "platform/classes/Streams.h"
+#include "platform/TypInfo.h"
+#include "platform/classes/ClassRegistry.h"
