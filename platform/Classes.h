@@ -9,3 +9,6 @@
 #include "platform/classes/Streams.h"
 #include "platform/TypInfo.h"
 #include "platform/classes/ClassRegistry.h"
+#include "platform/classes/Collection.h"
+#include "platform/classes/Component.h"
+#include "platform/classes/Filer.h"
