@@ -12,3 +12,4 @@
 #include "platform/classes/Collection.h"
 #include "platform/classes/Component.h"
 #include "platform/classes/Filer.h"
+#include "platform/classes/ObjectText.h"

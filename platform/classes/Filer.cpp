@@ -261,9 +261,14 @@ void TWriter::WriteProperty(TPersistent* Instance, const TPropInfo* P) {
     case tkClass: {
       TObject* obj = GetObjectProp(Instance, P);
       if (auto* comp = dynamic_cast<TComponent*>(obj)) {
+        // The root itself is called "Owner"; a component owned elsewhere is
+        // qualified by its owner's name.
         String name = comp->GetName();
-        if (name.empty()) return;
-        if (comp->Owner() && comp->Owner() != FLookupRoot)
+        if (comp == FLookupRoot)
+          name = "Owner";
+        else if (name.empty())
+          return;
+        else if (comp->Owner() && comp->Owner() != FLookupRoot)
           name = comp->Owner()->GetName() + "." + name;
         WritePropName(P->Name);
         WriteIdent(name);
@@ -830,7 +835,9 @@ void TReader::ResolveFixups() {
     std::size_t dot = f.Name.find('.');
     if (dot == String::npos) {
       target = FRoot ? FRoot->FindComponent(f.Name) : nullptr;
-      if (!target && FRoot && SameIdentifier(FRoot->GetName(), f.Name)) target = FRoot;
+      if (!target && FRoot &&
+          (SameIdentifier(f.Name, "Owner") || SameIdentifier(FRoot->GetName(), f.Name)))
+        target = FRoot;
     } else if (FRoot) {
       String ownerName = f.Name.substr(0, dot);
       TComponent* owner =
