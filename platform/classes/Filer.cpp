@@ -343,6 +343,13 @@ TValueType TReader::NextValue() {
   return v;
 }
 
+TReader::DepthGuard::DepthGuard(TReader* R) : Reader(R) {
+  if (++Reader->FDepth > kMaxDepth) {
+    --Reader->FDepth;
+    throw EReadError(SInvalidImage);
+  }
+}
+
 bool TReader::EndOfList() {
   uint8_t b;
   Read(&b, 1);
@@ -574,6 +581,7 @@ String TReader::ReadStr() {
 }
 
 void TReader::SkipValue() {
+  DepthGuard depth(this);
   auto skip = [this](int64_t n) {
     if (n < 0 || n > FStream->GetSize() - FStream->GetPosition()) throw EReadError(SReadError);
     FStream->Seek(n, soCurrent);
@@ -664,6 +672,7 @@ void TReader::DefineBinaryProperty(const String& Name, const TStreamProc& ReadDa
 }
 
 void TReader::ReadCollection(TCollection* Collection) {
+  DepthGuard depth(this);
   Collection->BeginUpdate();
   try {
     if (!EndOfList()) Collection->Clear();
@@ -789,6 +798,7 @@ void TReader::ReadData(TComponent* Instance) {
 }
 
 TComponent* TReader::ReadComponent(TComponent* Component) {
+  DepthGuard depth(this);
   TFilerFlags flags;
   int32_t childPos;
   ReadPrefix(flags, childPos);

@@ -229,6 +229,15 @@ class TReader : public TFiler {
     const TPropInfo* PropInfo;
     String Name;
   };
+  // Nesting of components, collections and lists being read; a stream
+  // nested deeper than kMaxDepth is refused rather than exhausting the stack.
+  static constexpr int kMaxDepth = 500;
+  struct DepthGuard {
+    explicit DepthGuard(TReader* R);
+    ~DepthGuard() { --Reader->FDepth; }
+    TReader* Reader;
+  };
+  int FDepth = 0;
   TComponent* FOwner = nullptr;
   String FPropName;
   bool FPropHandled = false;

@@ -303,6 +303,17 @@ TEST(Filer, MalformedStreamsRaiseAndLeakNothing) {
   } catch (const EClassNotFound& e) {
     EXPECT_STREQ(e.what(), "Class TUnknown not found");
   }
+  // Components nested without end are refused before the stack runs out.
+  String deep = "TPF0";
+  for (int i = 0; i < 2000; ++i) deep += String("\x08TDrawing\x00\x00", 11);
+  try {
+    read(deep);
+    FAIL();
+  } catch (const EReadError& e) {
+    EXPECT_STREQ(e.what(), "Invalid stream format");
+  }
+  EXPECT_THROW(ObjectBinaryToText(Make<TStringStream>(deep).get(), Make<TStringStream>().get()),
+               EReadError);
   // A long-string length far beyond the stream.
   auto s = Make<TMemoryStream>();
   {
