@@ -325,10 +325,10 @@ class TBinaryToText {
 
 class TTextToBinary {
  public:
-  TTextToBinary(const String& Text, TStream* Out) : FText(Text), FWriter(Out) {}
+  TTextToBinary(const String& Text, TStream* Out) : FText(Text), FWriter(Make<TWriter>(Out)) {}
 
   void Run() {
-    FWriter.WriteSignature();
+    FWriter->WriteSignature();
     ReadObject(0);
   }
 
@@ -420,7 +420,7 @@ class TTextToBinary {
     if (!isFloat) {
       FPos = save;
       FLine = saveLine;
-      FWriter.WriteInteger(Integer());
+      FWriter->WriteInteger(Integer());
       return;
     }
     char* end = nullptr;
@@ -430,15 +430,15 @@ class TTextToBinary {
     char suffix = FPos < FText.size() ? static_cast<char>(FText[FPos] | 32) : '\0';
     if (suffix == 's') {
       ++FPos;
-      FWriter.WriteSingle(static_cast<float>(d));
+      FWriter->WriteSingle(static_cast<float>(d));
     } else if (suffix == 'c') {
       ++FPos;
-      FWriter.WriteCurrency(Currency::FromDouble(d));
+      FWriter->WriteCurrency(Currency::FromDouble(d));
     } else if (suffix == 'd') {
       ++FPos;
-      FWriter.WriteDate(d);
+      FWriter->WriteDate(d);
     } else {
-      FWriter.WriteFloat(d);
+      FWriter->WriteFloat(d);
     }
   }
 
@@ -492,7 +492,7 @@ class TTextToBinary {
     if (!wide) {
       String s;
       for (uint32_t c : chars) s += static_cast<char>(c);
-      FWriter.WriteString(s);
+      FWriter->WriteString(s);
       return;
     }
     std::vector<uint16_t> units;
@@ -505,7 +505,7 @@ class TTextToBinary {
         units.push_back(static_cast<uint16_t>(c));
       }
     }
-    FWriter.WriteValue(vaWString);
+    FWriter->WriteValue(vaWString);
     int32_t n = static_cast<int32_t>(units.size());
     String raw;
     for (int i = 0; i < 4; ++i) raw += static_cast<char>(static_cast<uint32_t>(n) >> (8 * i));
@@ -513,7 +513,7 @@ class TTextToBinary {
       raw += static_cast<char>(u & 0xFF);
       raw += static_cast<char>(u >> 8);
     }
-    FWriter.Stream()->WriteBuffer(raw.data(), static_cast<int32_t>(raw.size()));
+    FWriter->Stream()->WriteBuffer(raw.data(), static_cast<int32_t>(raw.size()));
   }
 
   void Value(int depth) {
@@ -525,43 +525,43 @@ class TTextToBinary {
       Number();
     } else if (c == '[') {
       ++FPos;
-      FWriter.WriteValue(vaSet);
+      FWriter->WriteValue(vaSet);
       if (PeekChar() != ']') {
         for (;;) {
-          FWriter.WriteStr(Ident());
+          FWriter->WriteStr(Ident());
           if (PeekChar() != ',') break;
           ++FPos;
         }
       }
       Expect(']');
-      FWriter.WriteStr(String());
+      FWriter->WriteStr(String());
     } else if (c == '(') {
       ++FPos;
-      FWriter.WriteListBegin();
+      FWriter->WriteListBegin();
       while (PeekChar() != ')') {
         if (FPos >= FText.size()) Error(Format(SCharExpected, {String(")")}));
         Value(depth + 1);
       }
       ++FPos;
-      FWriter.WriteListEnd();
+      FWriter->WriteListEnd();
     } else if (c == '<') {
       ++FPos;
-      FWriter.WriteValue(vaCollection);
+      FWriter->WriteValue(vaCollection);
       while (PeekChar() != '>') {
         if (!IsWord("item")) Error(Format(SSymbolExpected, {String("item")}));
         Ident();
         if (PeekChar() == '[') {
           ++FPos;
-          FWriter.WriteInteger(Integer());
+          FWriter->WriteInteger(Integer());
           Expect(']');
         }
-        FWriter.WriteListBegin();
+        FWriter->WriteListBegin();
         while (!IsWord("end")) Property(depth + 1);
         Ident();
-        FWriter.WriteListEnd();
+        FWriter->WriteListEnd();
       }
       ++FPos;
-      FWriter.WriteListEnd();
+      FWriter->WriteListEnd();
     } else if (c == '{') {
       ++FPos;
       String data;
@@ -581,9 +581,9 @@ class TTextToBinary {
       }
       if (hi >= 0) Error(SInvalidBinary);
       ++FPos;
-      FWriter.WriteBinary(data.data(), static_cast<int32_t>(data.size()));
+      FWriter->WriteBinary(data.data(), static_cast<int32_t>(data.size()));
     } else if (IdentStart(c)) {
-      FWriter.WriteIdent(Ident(true));
+      FWriter->WriteIdent(Ident(true));
     } else {
       Error(SInvalidProperty);
     }
@@ -592,7 +592,7 @@ class TTextToBinary {
   void Property(int depth) {
     String name = Ident(true);
     if (name.size() > 255) Error(SLineTooLong);
-    FWriter.WriteStr(name);
+    FWriter->WriteStr(name);
     Expect('=');
     Value(depth);
   }
@@ -620,26 +620,26 @@ class TTextToBinary {
       Expect(']');
       flags |= ffChildPos;
     }
-    FWriter.WritePrefix(flags, childPos);
-    FWriter.WriteStr(className);
-    FWriter.WriteStr(name);
+    FWriter->WritePrefix(flags, childPos);
+    FWriter->WriteStr(className);
+    FWriter->WriteStr(name);
     while (!IsWord("end") && !IsWord("object") && !IsWord("inherited") && !IsWord("inline")) {
       if (FPos >= FText.size()) Error(Format(SSymbolExpected, {String("end")}));
       Property(depth);
     }
-    FWriter.WriteListEnd();
+    FWriter->WriteListEnd();
     while (!IsWord("end")) {
       if (FPos >= FText.size()) Error(Format(SSymbolExpected, {String("end")}));
       ReadObject(depth + 1);
     }
     Ident();
-    FWriter.WriteListEnd();
+    FWriter->WriteListEnd();
   }
 
   const String& FText;
   std::size_t FPos = 0;
   int32_t FLine = 1;
-  TWriter FWriter;
+  Owned<TWriter> FWriter;
 };
 
 }  // namespace

@@ -26,24 +26,24 @@ const Registered gRegistered;
 TEST(Filer, ValuesAreWrittenByteExact) {
   auto m = Make<TMemoryStream>();
   {
-    TWriter w(m.get());
-    w.WriteInteger(int32_t{-128});
-    w.WriteInteger(int32_t{128});
-    w.WriteInteger(int32_t{-32769});
-    w.WriteInteger(int64_t{1} << 32);
-    w.WriteInteger(int64_t{5});
-    w.WriteBoolean(true);
-    w.WriteIdent("nil");
-    w.WriteIdent("alNone");
-    w.WriteString("ab");
-    w.WriteFloat(1.5);
-    w.WriteSet(0b101, &TShadeInfo);
-    w.WriteBinary("xy", 2);
-    w.WriteListBegin();
-    w.WriteListEnd();
-    w.WriteChar('q');
-    w.WriteSingle(2.0f);
-    w.WriteCurrency(Currency::FromRaw(12345));
+    auto w = Make<TWriter>(m.get());
+    w->WriteInteger(int32_t{-128});
+    w->WriteInteger(int32_t{128});
+    w->WriteInteger(int32_t{-32769});
+    w->WriteInteger(int64_t{1} << 32);
+    w->WriteInteger(int64_t{5});
+    w->WriteBoolean(true);
+    w->WriteIdent("nil");
+    w->WriteIdent("alNone");
+    w->WriteString("ab");
+    w->WriteFloat(1.5);
+    w->WriteSet(0b101, &TShadeInfo);
+    w->WriteBinary("xy", 2);
+    w->WriteListBegin();
+    w->WriteListEnd();
+    w->WriteChar('q');
+    w->WriteSingle(2.0f);
+    w->WriteCurrency(Currency::FromRaw(12345));
   }
   const unsigned char expected[] = {
       2,  0x80,                                                     // vaInt8 -128
@@ -65,27 +65,27 @@ TEST(Filer, ValuesAreWrittenByteExact) {
   ASSERT_EQ(Bytes(m.get()), String(reinterpret_cast<const char*>(expected), sizeof expected));
 
   m->SetPosition(0);
-  TReader r(m.get());
-  EXPECT_EQ(r.ReadInteger(), -128);
-  EXPECT_EQ(r.ReadInteger(), 128);
-  EXPECT_EQ(r.ReadInteger(), -32769);
-  EXPECT_EQ(r.ReadInt64(), int64_t{1} << 32);
-  EXPECT_EQ(r.ReadInt64(), 5);
-  EXPECT_TRUE(r.ReadBoolean());
-  EXPECT_EQ(r.ReadIdent(), "nil");
-  EXPECT_EQ(r.ReadIdent(), "alNone");
-  EXPECT_EQ(r.NextValue(), vaString);
-  EXPECT_EQ(r.ReadString(), "ab");
-  EXPECT_EQ(r.ReadFloat(), 1.5);
-  EXPECT_EQ(r.ReadSet(&TShadeInfo), 0b101u);
-  r.SkipValue();  // the binary
-  r.ReadListBegin();
-  EXPECT_TRUE(r.EndOfList());
-  r.ReadListEnd();
-  EXPECT_EQ(r.ReadChar(), 'q');
-  EXPECT_EQ(r.ReadSingle(), 2.0f);
-  EXPECT_EQ(r.ReadCurrency().Value, 12345);
-  EXPECT_THROW(r.ReadValue(), EReadError);  // at the end
+  auto r = Make<TReader>(m.get());
+  EXPECT_EQ(r->ReadInteger(), -128);
+  EXPECT_EQ(r->ReadInteger(), 128);
+  EXPECT_EQ(r->ReadInteger(), -32769);
+  EXPECT_EQ(r->ReadInt64(), int64_t{1} << 32);
+  EXPECT_EQ(r->ReadInt64(), 5);
+  EXPECT_TRUE(r->ReadBoolean());
+  EXPECT_EQ(r->ReadIdent(), "nil");
+  EXPECT_EQ(r->ReadIdent(), "alNone");
+  EXPECT_EQ(r->NextValue(), vaString);
+  EXPECT_EQ(r->ReadString(), "ab");
+  EXPECT_EQ(r->ReadFloat(), 1.5);
+  EXPECT_EQ(r->ReadSet(&TShadeInfo), 0b101u);
+  r->SkipValue();  // the binary
+  r->ReadListBegin();
+  EXPECT_TRUE(r->EndOfList());
+  r->ReadListEnd();
+  EXPECT_EQ(r->ReadChar(), 'q');
+  EXPECT_EQ(r->ReadSingle(), 2.0f);
+  EXPECT_EQ(r->ReadCurrency().Value, 12345);
+  EXPECT_THROW(r->ReadValue(), EReadError);  // at the end
 }
 
 TEST(Filer, LongStringsFloatsAndTypeMismatches) {
@@ -93,29 +93,29 @@ TEST(Filer, LongStringsFloatsAndTypeMismatches) {
   String longStr(300, 'z');
   const double values[] = {0.0, -0.0, 1e-310, 3.141592653589793, -2.5e300, 1.0 / 3};
   {
-    TWriter w(m.get());
-    w.WriteString(String(255, 'y'));
-    w.WriteString(longStr);
-    for (double d : values) w.WriteFloat(d);
-    w.WriteString("x");
+    auto w = Make<TWriter>(m.get());
+    w->WriteString(String(255, 'y'));
+    w->WriteString(longStr);
+    for (double d : values) w->WriteFloat(d);
+    w->WriteString("x");
   }
   const char* mem = static_cast<const char*>(m->GetMemory());
   EXPECT_EQ(mem[0], vaString);
   EXPECT_EQ(mem[257], vaLString);
   m->SetPosition(0);
-  TReader r(m.get());
-  EXPECT_EQ(r.ReadString(), String(255, 'y'));
-  EXPECT_EQ(r.ReadString(), longStr);
+  auto r = Make<TReader>(m.get());
+  EXPECT_EQ(r->ReadString(), String(255, 'y'));
+  EXPECT_EQ(r->ReadString(), longStr);
   for (double d : values) {
-    double back = r.ReadFloat();
+    double back = r->ReadFloat();
     EXPECT_EQ(back, d);
     EXPECT_EQ(std::signbit(back), std::signbit(d));
   }
   int64_t pos = m->GetPosition();
-  EXPECT_THROW(r.ReadInteger(), EReadError);
+  EXPECT_THROW(r->ReadInteger(), EReadError);
   EXPECT_EQ(m->GetPosition(), pos);  // a mismatch leaves the value in place
-  EXPECT_THROW(r.ReadBoolean(), EReadError);
-  EXPECT_EQ(r.ReadString(), "x");
+  EXPECT_THROW(r->ReadBoolean(), EReadError);
+  EXPECT_EQ(r->ReadString(), "x");
 }
 
 namespace {
@@ -219,19 +219,19 @@ TEST(Filer, FilerFlagsPrefixAComponent) {
   kept->SetName("Kept");
   auto m = Make<TMemoryStream>();
   {
-    TWriter w(m.get());
-    w.WriteSignature();
-    w.WriteStr("TDrawing");
-    w.WriteStr("Root");
-    w.WriteListEnd();
-    w.WritePrefix(ffInherited | ffChildPos, 3);
-    w.WriteStr("TDrawing");
-    w.WriteStr("Kept");
-    w.WritePropName("Count");
-    w.WriteInteger(int32_t{9});
-    w.WriteListEnd();
-    w.WriteListEnd();
-    w.WriteListEnd();
+    auto w = Make<TWriter>(m.get());
+    w->WriteSignature();
+    w->WriteStr("TDrawing");
+    w->WriteStr("Root");
+    w->WriteListEnd();
+    w->WritePrefix(ffInherited | ffChildPos, 3);
+    w->WriteStr("TDrawing");
+    w->WriteStr("Kept");
+    w->WritePropName("Count");
+    w->WriteInteger(int32_t{9});
+    w->WriteListEnd();
+    w->WriteListEnd();
+    w->WriteListEnd();
   }
   EXPECT_EQ(static_cast<const unsigned char*>(m->GetMemory())[19], 0xF3);
   m->SetPosition(0);
@@ -317,12 +317,12 @@ TEST(Filer, MalformedStreamsRaiseAndLeakNothing) {
   // A long-string length far beyond the stream.
   auto s = Make<TMemoryStream>();
   {
-    TWriter w(s.get());
-    w.WriteValue(vaLString);
+    auto w = Make<TWriter>(s.get());
+    w->WriteValue(vaLString);
     int32_t huge = 0x7FFFFFF0;
     s->WriteBuffer(&huge, 4);
   }
   s->SetPosition(0);
-  TReader r(s.get());
-  EXPECT_THROW(r.ReadString(), EReadError);
+  auto r = Make<TReader>(s.get());
+  EXPECT_THROW(r->ReadString(), EReadError);
 }

@@ -102,13 +102,13 @@ TEST(Streams, CopyFromAndLoadSave) {
 TEST(Streams, FileStreamModesAndErrors) {
   String missing = TempName("missing");
   try {
-    TFileStream f(missing, fmOpenRead);
+    Make<TFileStream>(missing, fmOpenRead);
     FAIL();
   } catch (const EFOpenError& e) {
     EXPECT_EQ(String(e.what()), "Cannot open file " + missing);
   }
   try {
-    TFileStream f("/nonexistent-dir/x", fmCreate);
+    Make<TFileStream>("/nonexistent-dir/x", fmCreate);
     FAIL();
   } catch (const EFCreateError& e) {
     EXPECT_STREQ(e.what(), "Cannot create file /nonexistent-dir/x");
@@ -128,14 +128,14 @@ TEST(Streams, FileStreamModesAndErrors) {
   }
   {
     auto excl = Make<TFileStream>(name, fmOpenReadWrite | fmShareExclusive);
-    EXPECT_THROW(TFileStream(name, fmOpenRead | fmShareDenyWrite), EFOpenError);
+    EXPECT_THROW(Make<TFileStream>(name, fmOpenRead | fmShareDenyWrite), EFOpenError);
     auto shared = Make<TFileStream>(name, fmOpenRead | fmShareDenyNone);
     EXPECT_EQ(shared->GetSize(), 4);
   }
   {
     auto a = Make<TFileStream>(name, fmOpenRead | fmShareDenyWrite);
     auto b = Make<TFileStream>(name, fmOpenRead | fmShareDenyWrite);
-    EXPECT_THROW(TFileStream(name, fmOpenReadWrite | fmShareExclusive), EFOpenError);
+    EXPECT_THROW(Make<TFileStream>(name, fmOpenReadWrite | fmShareExclusive), EFOpenError);
   }
   std::remove(name.c_str());
 }
