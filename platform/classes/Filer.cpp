@@ -675,7 +675,14 @@ void TReader::ReadCollection(TCollection* Collection) {
   DepthGuard depth(this);
   Collection->BeginUpdate();
   try {
-    if (!EndOfList()) Collection->Clear();
+    if (!EndOfList()) {
+      // Pending references into the items about to go are dropped with them.
+      std::erase_if(FFixups, [Collection](const Fixup& f) {
+        auto* item = dynamic_cast<TCollectionItem*>(f.Instance);
+        return item && item->GetCollection() == Collection;
+      });
+      Collection->Clear();
+    }
     while (!EndOfList()) {
       TValueType v = NextValue();
       if (v == vaInt8 || v == vaInt16 || v == vaInt32) ReadInteger();  // item order, unused
