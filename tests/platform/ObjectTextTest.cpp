@@ -79,8 +79,35 @@ TEST(ObjectText, FrameworkStreamsReadHere) {
   EXPECT_EQ(e->ComponentCount(), 0);
 }
 
+// A descendant stream: children flagged inherited are found in the root,
+// the others are created; the child positions are passed over.
+TEST(ObjectText, InheritedChildrenAreFoundNotCreated) {
+  String bin = DataFile("inherited.bin");
+  RegisterStreamTestClasses();
+  auto form = Make<TDrawing>(nullptr);
+  auto* first = New<TDrawing>(form.get());
+  first->SetName("First");
+  auto* second = New<TDrawing>(form.get());
+  second->SetName("Second");
+  auto in = Make<TStringStream>(bin);
+  EXPECT_EQ(in->ReadComponent(form.get()), form.get());
+  EXPECT_EQ(form->GetName(), "Form");
+  EXPECT_EQ(form->FCount, 2);
+  EXPECT_EQ(second->FCount, 5);
+  ASSERT_EQ(form->ComponentCount(), 3);
+  EXPECT_EQ(form->Components(2)->GetName(), "Third");
+  EXPECT_EQ(first->FLoadedCount, 1);
+
+  try {
+    ReadDrawing(bin);
+    FAIL();
+  } catch (const EReadError& e) {
+    EXPECT_STREQ(e.what(), "Ancestor for 'Second' not found");
+  }
+}
+
 TEST(ObjectText, TextFormMatchesTheFrameworkBothWays) {
-  for (const char* name : {"drawing", "empty"}) {
+  for (const char* name : {"drawing", "empty", "inherited"}) {
     String bin = DataFile(String(name) + ".bin");
     String txt = DataFile(String(name) + ".txt");
     EXPECT_EQ(ToText(bin), txt) << name;

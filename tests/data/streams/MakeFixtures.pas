@@ -6,14 +6,14 @@ program MakeFixtures;
 
 uses Classes, SysUtils, StreamClasses;
 
-procedure Save(C: TComponent; const Name: string);
+procedure Save(C: TComponent; const Name: string; Ancestor: TComponent = nil);
 var
   Bin: TFileStream;
   Txt: TFileStream;
 begin
   Bin := TFileStream.Create(Name + '.bin', fmCreate);
   try
-    Bin.WriteComponent(C);
+    Bin.WriteDescendent(C, Ancestor);
     Bin.Position := 0;
     Txt := TFileStream.Create(Name + '.txt', fmCreate);
     try
@@ -27,7 +27,7 @@ begin
 end;
 
 var
-  D, Child: TDrawing;
+  D, Child, A: TDrawing;
   P: TPoint;
   L: TLabelItem;
 begin
@@ -74,5 +74,28 @@ begin
     Save(D, 'empty');
   finally
     D.Free;
+  end;
+
+  { A descendant of an ancestor with two children: the children it shares
+    are written as inherited, in a different order with their positions,
+    and only what differs from the ancestor is written. }
+  A := TDrawing.Create(nil);
+  D := TDrawing.Create(nil);
+  try
+    A.Name := 'Form';
+    A.Count := 1;
+    TDrawing.Create(A).Name := 'First';
+    TDrawing.Create(A).Name := 'Second';
+    D.Name := 'Form';
+    D.Count := 2;
+    Child := TDrawing.Create(D);
+    Child.Name := 'Second';
+    Child.Count := 5;
+    TDrawing.Create(D).Name := 'First';
+    TDrawing.Create(D).Name := 'Third';
+    Save(D, 'inherited', A);
+  finally
+    D.Free;
+    A.Free;
   end;
 end.
