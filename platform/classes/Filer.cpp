@@ -861,7 +861,8 @@ void TReader::ResolveFixups() {
           SameIdentifier(FRoot->GetName(), ownerName) ? FRoot : FRoot->FindComponent(ownerName);
       if (owner) target = owner->FindComponent(f.Name.substr(dot + 1));
     }
-    if (!target) throw EReadError(SInvalidPropertyValue);
+    TClass want = f.PropInfo->PropType->ClassType;
+    if (!target || (want && !target->InheritsFrom(want))) throw EReadError(SInvalidPropertyValue);
     SetObjectProp(f.Instance, f.PropInfo, target);
   }
   FFixups.clear();

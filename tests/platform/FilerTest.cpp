@@ -294,6 +294,20 @@ TEST(Filer, MalformedStreamsRaiseAndLeakNothing) {
   } catch (const EReadError& e) {
     EXPECT_STREQ(e.what(), "Property Cnt_x does not exist");
   }
+  // A reference to a component that does not exist.
+  bad = good;
+  std::size_t ref = bad.find(
+      "\x05"
+      "Child",
+      bad.find("Buddy"));
+  ASSERT_NE(ref, String::npos);
+  bad.replace(ref + 1, 5, "Nobod");
+  try {
+    read(bad);
+    FAIL();
+  } catch (const EReadError& e) {
+    EXPECT_STREQ(e.what(), "Invalid property value");
+  }
   // An unregistered class name.
   bad = good;
   bad.replace(5, 8, "TUnknown");
