@@ -11,4 +11,11 @@
 #include "platform/classes/InterfaceList.h"
 #include "platform/classes/Strings.h"
 #include "platform/classes/StringList.h"
+#include "platform/classes/Streams.h"
+#include "platform/TypInfo.h"
+#include "platform/classes/ClassRegistry.h"
+#include "platform/classes/Collection.h"
+#include "platform/classes/Component.h"
+#include "platform/classes/Filer.h"
+#include "platform/classes/ObjectText.h"
 // clang-format on

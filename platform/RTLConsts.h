@@ -15,6 +15,30 @@ constexpr const char* SDuplicateItem = "List does not allow duplicates ($0%x)";
 
 // Persistence (SAssignError lives with TPersistent)
 
-// Streams, filers and components: added with the streaming classes.
+// Streams, filers and components
+constexpr const char* SReadError = "Stream read error";
+constexpr const char* SWriteError = "Stream write error";
+constexpr const char* SFCreateError = "Cannot create file %s";
+constexpr const char* SFOpenError = "Cannot open file %s";
+constexpr const char* SMemoryStreamError = "Out of memory while expanding memory stream";
+constexpr const char* SInvalidImage = "Invalid stream format";
+constexpr const char* SReadOnlyProperty = "Property is read-only";
+constexpr const char* SInvalidProperty = "Invalid property value";
+constexpr const char* SInvalidPropertyValue = "Invalid property value";
+constexpr const char* SInvalidPropertyType = "Invalid property type: %s";
+constexpr const char* SUnknownProperty = "Property %s does not exist";
+constexpr const char* SClassNotFound = "Class %s not found";
+constexpr const char* SDuplicateClass = "A class named %s already exists";
+constexpr const char* SDuplicateName = "A component named %s already exists";
+constexpr const char* SInvalidName = "'%s' is not a valid component name";
+constexpr const char* SAncestorNotFound = "Ancestor for '%s' not found";
+constexpr const char* SInvalidBinary = "Invalid binary value";
+constexpr const char* SParseError = "%s on line %d";
+constexpr const char* SIdentifierExpected = "Identifier expected";
+constexpr const char* SNumberExpected = "Number expected";
+constexpr const char* SCharExpected = "'%s' expected";
+constexpr const char* SSymbolExpected = "%s expected";
+constexpr const char* SInvalidString = "Invalid string constant";
+constexpr const char* SLineTooLong = "Line too long";
 
 }  // namespace pel

@@ -14,8 +14,9 @@ bool TClassInfo::InheritsFrom(TClass AClass) const noexcept {
 }
 
 TClass TObject::StaticClass() {
-  static const TClassInfo info{"TObject", nullptr, detail::FactoryFor<TObject, TCtorArgs<>>::Get(),
-                               &detail::kFamilyTag<TCtorArgs<>>, sizeof(TObject)};
+  static const TClassInfo info{"TObject", nullptr,
+                               detail::FactoryFor<TObject, TCtorArgs<>>::Get(),
+                               &detail::kFamilyTag<TCtorArgs<>>, sizeof(TObject), nullptr};
   return &info;
 }
 

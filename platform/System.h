@@ -50,6 +50,7 @@ constexpr HRESULT E_NOINTERFACE = static_cast<HRESULT>(0x80004002u);
 class TObject;
 struct TClassInfo;
 struct TGUID;
+struct TPropTable;
 using TClass = const TClassInfo*;
 
 // Family marker: a base class that defines a virtual constructor with
@@ -70,6 +71,9 @@ struct TClassInfo {
   const void* FactoryFamily;
   // Instance size, as the framework's InstanceSize reports it.
   std::size_t InstanceSize;
+  // The class's own published properties (declared with PEL_PUBLISHED in
+  // platform/TypInfo.h), or null when the class declares none.
+  const TPropTable* (*PropTable)();
 
   bool InheritsFrom(TClass AClass) const noexcept;
 };
@@ -105,11 +109,32 @@ struct FactoryFor<T, TCtorArgs<A...>> {
   }
 };
 
+// A class publishes properties when it declares its own table: the
+// PEL_PUBLISHED macro names the declaring class as PublishedOwner, so a
+// class that only inherits a table is told apart from one that has its own.
+template <class T, class = void>
+struct OwnPropTable {
+  static const TPropTable* (*Get())() { return nullptr; }
+};
+template <class T>
+struct OwnPropTable<T, std::void_t<typename T::PublishedOwner>> {
+  static const TPropTable* (*Get())() {
+    if constexpr (std::is_same_v<typename T::PublishedOwner, T>)
+      return &T::PublishedProps;
+    else
+      return nullptr;
+  }
+};
+
 template <class Self, class Parent>
 TClassInfo MakeClassInfo(const char* name) {
   using Args = typename CreateArgsOf<Self>::type;
-  return TClassInfo{name, Parent::StaticClass(), FactoryFor<Self, Args>::Get(), &kFamilyTag<Args>,
-                    sizeof(Self)};
+  return TClassInfo{name,
+                    Parent::StaticClass(),
+                    FactoryFor<Self, Args>::Get(),
+                    &kFamilyTag<Args>,
+                    sizeof(Self),
+                    OwnPropTable<Self>::Get()};
 }
 
 }  // namespace detail

@@ -1,0 +1,100 @@
+#include <gtest/gtest.h>
+
+#include "platform/Classes.h"
+
+using namespace pel;
+
+namespace {
+
+String gLog;
+
+// Logs every notification it receives.
+class TWatcher : public TComponent {
+  PEL_CLASS(TWatcher, TComponent)
+ public:
+  using TComponent::TComponent;
+  void Notification(TComponent* AComponent, TOperation Operation) override {
+    TComponent::Notification(AComponent, Operation);
+    gLog += GetName() + (Operation == opInsert ? "+" : "-") + AComponent->GetName() + ";";
+  }
+};
+
+}  // namespace
+
+TEST(Component, OwnershipNamesAndNotificationOrder) {
+  gLog.clear();
+  auto owner = Make<TWatcher>(nullptr);
+  owner->SetName("Owner");
+  TWatcher* a = New<TWatcher>(owner.get());
+  a->SetName("A");
+  TWatcher* b = New<TWatcher>(owner.get());
+  b->SetName("B");
+  EXPECT_EQ(owner->ComponentCount(), 2);
+  EXPECT_EQ(owner->Components(1), b);
+  EXPECT_EQ(b->GetComponentIndex(), 1);
+  EXPECT_EQ(owner->FindComponent("a"), a);
+  EXPECT_EQ(owner->FindComponent(""), nullptr);
+  EXPECT_THROW(owner->Components(2), EListError);
+  // Each owned component (last first, the newcomer too, still unnamed) and
+  // then the owner hear of an insertion.
+  EXPECT_EQ(gLog, "+;Owner+;+;A+;Owner+;");
+
+  try {
+    b->SetName("A");
+    FAIL();
+  } catch (const EComponentError& e) {
+    EXPECT_STREQ(e.what(), "A component named A already exists");
+  }
+  EXPECT_EQ(b->GetName(), "B");
+  EXPECT_THROW(b->SetName("1x"), EComponentError);
+  b->SetName("b2");
+
+  gLog.clear();
+  Free(a);
+  EXPECT_EQ(owner->ComponentCount(), 1);
+  EXPECT_EQ(gLog, "b2-A;A-A;Owner-A;");
+}
+
+TEST(Component, DestroyingFreesOwnedAndTellsFreeNotificationPartners) {
+  gLog.clear();
+  auto other = Make<TWatcher>(nullptr);
+  other->SetName("Other");
+  auto owner = New<TWatcher>(nullptr);
+  owner->SetName("Owner");
+  TWatcher* child = New<TWatcher>(owner);
+  child->SetName("Child");
+  child->FreeNotification(other.get());
+  EXPECT_TRUE(child->ComponentState() & csFreeNotification);
+  gLog.clear();
+  Free(owner);
+  // The partner hears of the child's end; the owner and the child of its removal.
+  EXPECT_NE(gLog.find("Other-Child;"), String::npos);
+  EXPECT_EQ(gLog.find("Other-Owner"), String::npos);
+
+  // After RemoveFreeNotification nothing is said.
+  auto x = New<TWatcher>(nullptr);
+  x->SetName("X");
+  x->FreeNotification(other.get());
+  x->RemoveFreeNotification(other.get());
+  gLog.clear();
+  Free(x);
+  EXPECT_EQ(gLog, "");
+}
+
+TEST(Component, StateFlagsDuringDestruction) {
+  struct TProbe : public TComponent {
+    using TComponent::TComponent;
+    TComponentState* Seen = nullptr;
+    void Notification(TComponent* C, TOperation Op) override {
+      TComponent::Notification(C, Op);
+      if (Seen && Op == opRemove) *Seen = ComponentState();
+    }
+  };
+  TComponentState seen = 0;
+  auto* owner = New<TComponent>(nullptr);
+  auto* probe = New<TProbe>(owner);
+  probe->Seen = &seen;
+  New<TComponent>(owner);
+  Free(owner);
+  EXPECT_TRUE(seen & csDestroying);
+}

@@ -1,0 +1,190 @@
+#include <gtest/gtest.h>
+
+#include "platform/Classes.h"
+
+using namespace pel;
+
+namespace {
+
+enum TFruit : uint8_t { frApple, frPear, frPlum };
+const char* const kFruitNames[] = {"frApple", "frPear", "frPlum"};
+const TTypeInfo TFruitInfo = EnumTypeInfo("TFruit", kFruitNames);
+const TTypeInfo TFruitsInfo = SetTypeInfo("TFruits", &TFruitInfo);
+
+class TBasket : public TPersistent {
+  PEL_CLASS(TBasket, TPersistent)
+  PEL_PUBLISHED(TBasket, Property<&TBasket::GetCount, &TBasket::SetCount>("Count").WithDefault(3),
+                Property<&TBasket::GetFruit, &TBasket::SetFruit>("Fruit", &TFruitInfo),
+                Property<&TBasket::GetLabel, &TBasket::SetLabel>("Label"),
+                Property<&TBasket::GetWeight>("Weight"))
+ public:
+  int32_t GetCount() const { return FCount; }
+  void SetCount(int32_t v) { FCount = v; }
+  TFruit GetFruit() const { return FFruit; }
+  void SetFruit(TFruit v) { FFruit = v; }
+  String GetLabel() const { return FLabel; }
+  void SetLabel(const String& v) { FLabel = v; }
+  double GetWeight() const { return 1.5; }
+
+  int32_t FCount = 3;
+  TFruit FFruit = frApple;
+  String FLabel;
+};
+
+class TBigBasket : public TBasket {
+  PEL_CLASS(TBigBasket, TBasket)
+  PEL_PUBLISHED(TBigBasket,
+                Property<&TBigBasket::GetCount, &TBigBasket::SetCount>("Count").WithDefault(10),
+                Property<&TBigBasket::GetKinds, &TBigBasket::SetKinds>("Kinds", &TFruitsInfo),
+                Property<&TBigBasket::GetBig, &TBigBasket::SetBig>("Big"),
+                Property<&TBigBasket::GetTotal, &TBigBasket::SetTotal>("Total"),
+                Property<&TBigBasket::GetPrice, &TBigBasket::SetPrice>("Price")
+                    .StoredBy<&TBigBasket::PriceStored>(),
+                Property<&TBigBasket::GetInner, &TBigBasket::SetInner>("Inner"),
+                Property<&TBigBasket::GetMark, &TBigBasket::SetMark>("Mark").NotStored())
+ public:
+  uint32_t GetKinds() const { return FKinds; }
+  void SetKinds(uint32_t v) { FKinds = v; }
+  bool GetBig() const { return FBig; }
+  void SetBig(bool v) { FBig = v; }
+  int64_t GetTotal() const { return FTotal; }
+  void SetTotal(int64_t v) { FTotal = v; }
+  Currency GetPrice() const { return FPrice; }
+  void SetPrice(Currency v) { FPrice = v; }
+  bool PriceStored() const { return FPrice.Value > 0; }
+  TBasket* GetInner() const { return FInner; }
+  void SetInner(TBasket* v) { FInner = v; }
+  char GetMark() const { return FMark; }
+  void SetMark(char v) { FMark = v; }
+
+  uint32_t FKinds = 0;
+  bool FBig = false;
+  int64_t FTotal = 0;
+  Currency FPrice;
+  TBasket* FInner = nullptr;
+  char FMark = 'a';
+};
+
+class TPlain : public TBigBasket {
+  PEL_CLASS(TPlain, TBigBasket)
+};
+
+std::vector<String> Names(TClass c) {
+  std::vector<String> r;
+  for (auto* p : GetPropList(c)) r.push_back(p->Name);
+  return r;
+}
+
+}  // namespace
+
+TEST(TypInfo, TablesAreWalkedFromTheRootDown) {
+  EXPECT_EQ(Names(TBasket::StaticClass()),
+            (std::vector<String>{"Count", "Fruit", "Label", "Weight"}));
+  // A redeclared property keeps its place and takes the new default.
+  EXPECT_EQ(Names(TPlain::StaticClass()),
+            (std::vector<String>{"Count", "Fruit", "Label", "Weight", "Kinds", "Big", "Total",
+                                 "Price", "Inner", "Mark"}));
+  EXPECT_EQ(GetPropInfo(TPlain::StaticClass(), "count")->Default, 10);
+  EXPECT_EQ(GetPropInfo(TBasket::StaticClass(), "Count")->Default, 3);
+  EXPECT_EQ(GetPropInfo(TBasket::StaticClass(), "Kinds"), nullptr);
+  EXPECT_EQ(TObject::StaticClass()->PropTable, nullptr);
+  EXPECT_EQ(TPlain::StaticClass()->PropTable, nullptr);  // inherits, declares none
+}
+
+TEST(TypInfo, KindsFollowTheAccessors) {
+  auto kind = [](const char* n) { return GetPropInfo(TPlain::StaticClass(), n)->PropType; };
+  EXPECT_EQ(kind("Count")->Kind, tkInteger);
+  EXPECT_EQ(kind("Fruit")->Kind, tkEnumeration);
+  EXPECT_EQ(kind("Label")->Kind, tkLString);
+  EXPECT_EQ(kind("Weight")->FloatType, ftDouble);
+  EXPECT_EQ(kind("Kinds")->Kind, tkSet);
+  EXPECT_EQ(kind("Kinds")->CompType, &TFruitInfo);
+  EXPECT_EQ(kind("Big"), &TypeInfoBoolean);
+  EXPECT_EQ(kind("Total")->Kind, tkInt64);
+  EXPECT_EQ(kind("Price")->FloatType, ftCurr);
+  EXPECT_EQ(kind("Inner")->Kind, tkClass);
+  EXPECT_EQ(kind("Inner")->ClassType, TBasket::StaticClass());
+  EXPECT_EQ(kind("Mark")->Kind, tkChar);
+}
+
+TEST(TypInfo, TypedAccessByName) {
+  auto b = Make<TBigBasket>();
+  SetOrdProp(b.get(), "Count", 7);
+  EXPECT_EQ(b->FCount, 7);
+  SetEnumProp(b.get(), "Fruit", "frPlum");
+  EXPECT_EQ(b->FFruit, frPlum);
+  EXPECT_EQ(GetEnumProp(b.get(), "fruit"), "frPlum");
+  SetStrProp(b.get(), "Label", "x");
+  EXPECT_EQ(GetStrProp(b.get(), "Label"), "x");
+  SetOrdProp(b.get(), "Big", 1);
+  EXPECT_TRUE(b->FBig);
+  SetOrdProp(b.get(), "Total", int64_t{1} << 40);
+  EXPECT_EQ(b->FTotal, int64_t{1} << 40);
+  SetFloatProp(b.get(), "Price", 2.5);
+  EXPECT_EQ(b->FPrice.Value, 25000);
+  EXPECT_EQ(GetOrdProp(b.get(), "Price"), 25000);
+  auto inner = Make<TBasket>();
+  SetObjectProp(b.get(), "Inner", inner.get());
+  EXPECT_EQ(b->FInner, inner.get());
+  EXPECT_EQ(GetFloatProp(b.get(), "Weight"), 1.5);
+
+  try {
+    GetOrdProp(b.get(), "Nope");
+    FAIL();
+  } catch (const EPropertyError& e) {
+    EXPECT_STREQ(e.what(), "Property Nope does not exist");
+  }
+  EXPECT_THROW(SetFloatProp(b.get(), "Weight", 1.0), EPropertyError);  // read-only
+  EXPECT_THROW(GetStrProp(b.get(), "Count"), EPropertyError);          // wrong kind
+  EXPECT_THROW(SetEnumProp(b.get(), "Fruit", "frKiwi"), EPropertyError);
+  EXPECT_EQ(b->FFruit, frPlum);
+  // A class property refuses an object of the wrong class.
+  auto other = Make<TStringStream>();
+  EXPECT_THROW(SetObjectProp(b.get(), "Inner", other.get()), EInvalidCast);
+}
+
+TEST(TypInfo, DefaultsAndStoredTests) {
+  auto b = Make<TBigBasket>();
+  auto def = [&](const char* n) { return IsDefaultPropValue(b.get(), GetPropInfo(b.get(), n)); };
+  EXPECT_FALSE(def("Count"));  // 3 is not the redeclared default 10
+  b->FCount = 10;
+  EXPECT_TRUE(def("Count"));
+  EXPECT_FALSE(def("Fruit"));  // no default: always written
+  EXPECT_TRUE(def("Label"));
+  EXPECT_TRUE(def("Total"));
+  EXPECT_TRUE(def("Inner"));
+  EXPECT_FALSE(IsStoredProp(b.get(), GetPropInfo(b.get(), "Price")));
+  b->FPrice = Currency::FromRaw(1);
+  EXPECT_TRUE(IsStoredProp(b.get(), GetPropInfo(b.get(), "Price")));
+  EXPECT_FALSE(IsStoredProp(b.get(), GetPropInfo(b.get(), "Mark")));
+  EXPECT_EQ(GetEnumName(&TypeInfoBoolean, 1), "True");
+  EXPECT_EQ(GetEnumName(&TFruitInfo, 3), "");
+  EXPECT_EQ(GetEnumValue(&TFruitInfo, "FRPEAR"), 1);
+  EXPECT_EQ(GetEnumValue(&TFruitInfo, "x"), -1);
+}
+
+TEST(ClassRegistry, RegisterFindAndPalette) {
+  RegisterClasses({TBasket::StaticClass(), TBigBasket::StaticClass()});
+  RegisterClass(TBasket::StaticClass());  // again: nothing
+  EXPECT_EQ(FindClass("tbasket"), TBasket::StaticClass());
+  EXPECT_EQ(GetClass("TPlain"), nullptr);
+  try {
+    FindClass("TPlain");
+    FAIL();
+  } catch (const EClassNotFound& e) {
+    EXPECT_STREQ(e.what(), "Class TPlain not found");
+  }
+  UnRegisterClass(TBigBasket::StaticClass());
+  EXPECT_EQ(GetClass("TBigBasket"), nullptr);
+  UnRegisterClass(TBasket::StaticClass());
+
+  ClearPalette();
+  RegisterComponents("Fruit", {TBasket::StaticClass()});
+  RegisterComponents("Other", {TPlain::StaticClass()});
+  RegisterComponents("Fruit", {TBigBasket::StaticClass()});
+  EXPECT_EQ(GetPalettePages(), (std::vector<String>{"Fruit", "Other"}));
+  EXPECT_EQ(GetPaletteClasses("Fruit"),
+            (std::vector<TClass>{TBasket::StaticClass(), TBigBasket::StaticClass()}));
+  EXPECT_TRUE(GetPaletteClasses("None").empty());
+  ClearPalette();
+}
