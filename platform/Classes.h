@@ -9,4 +9,6 @@
 #include "platform/classes/Persistent.h"
 #include "platform/classes/Lists.h"
 #include "platform/classes/InterfaceList.h"
+#include "platform/classes/Strings.h"
+#include "platform/classes/StringList.h"
 // clang-format on

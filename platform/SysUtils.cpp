@@ -656,7 +656,13 @@ String LocaleLower(const String& S) {
 }  // namespace
 
 int32_t CompareStr(const String& S1, const String& S2) {
-  return CompareBytes(S1, S2, [](int c) { return c; });
+  // Byte order of unsigned chars is what memcmp gives.
+  std::size_t n = std::min(S1.size(), S2.size());
+  if (n != 0) {
+    int r = std::memcmp(S1.data(), S2.data(), n);
+    if (r != 0) return r < 0 ? -1 : 1;
+  }
+  return SignOf(static_cast<int>(S1.size() > S2.size()) - static_cast<int>(S1.size() < S2.size()));
 }
 
 int32_t CompareText(const String& S1, const String& S2) {

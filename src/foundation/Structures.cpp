@@ -1,0 +1,461 @@
+#include "foundation/Structures.h"
+
+#include <algorithm>
+
+namespace pel {
+
+TStringCompareFunc StringCompareFor(TStringOpsType Ops) {
+  switch (Ops) {
+    case soCaseSensitive:
+      return &CompareStr;
+    case soCaseInsensitive:
+      return &CompareText;
+    case soCaseSensitiveLocale:
+      return &AnsiCompareStr;
+    case soCaseInsensitiveLocale:
+      break;
+  }
+  return &AnsiCompareText;
+}
+
+namespace {
+
+// Closes an update bracket however the bracketed work ends.
+class UpdateScope {
+ public:
+  explicit UpdateScope(TStrings* s) : FStrings(s) { FStrings->BeginUpdate(); }
+  ~UpdateScope() noexcept(false) { FStrings->EndUpdate(); }
+  UpdateScope(const UpdateScope&) = delete;
+  UpdateScope& operator=(const UpdateScope&) = delete;
+
+ private:
+  TStrings* FStrings;
+};
+
+// The walk of both ForEach forms: from the last index down, so that the
+// action may delete the item it is given without disturbing the walk.
+template <class Filter, class Action>
+void ForEachDown(TStrings* list, const Filter& filter, const Action& action, int32_t ATag) {
+  for (int32_t Index = list->GetCount() - 1; Index >= 0; --Index) {
+    if (filter && !filter(list, Index, list->Get(Index), list->GetObject(Index), ATag)) continue;
+    // The action is not checked for being assigned until it is needed;
+    // calling a missing one is the framework's access violation.
+    if (!action) throw EAccessViolation(SysConst::SAccessViolation);
+    action(list, Index, list->Get(Index), list->GetObject(Index), ATag);
+  }
+}
+
+}  // namespace
+
+TPelStringList::TPelStringList() : FCompare(StringCompareFor(soCaseInsensitiveLocale)) {}
+
+TPelStringList::~TPelStringList() = default;
+
+// Owned objects are freed here rather than in the destructor so that a
+// descendant's Clear is the one that runs. Nobody is told: the owner and the
+// events are dropped first.
+void TPelStringList::BeforeDestruction() {
+  FOwner = nullptr;
+  FOnChange = nullptr;
+  FOnChanging = nullptr;
+  Clear();
+  TStrings::BeforeDestruction();
+}
+
+void TPelStringList::CheckIndex(int32_t Index) {
+  if (Index < 0 || Index >= FCount) Error(SListIndexError, Index);
+}
+
+void TPelStringList::Assign(TPersistent* Source) {
+  UpdateScope update(this);
+  auto* platformList = dynamic_cast<TStringList*>(Source);
+  if (FSorted && platformList && platformList->GetSorted()) {
+    // Trust the source's order as it stands, even under another comparison.
+    FSorted = false;
+    try {
+      TStrings::Assign(Source);
+    } catch (...) {
+      FSorted = true;
+      throw;
+    }
+    FSorted = true;
+  } else {
+    TStrings::Assign(Source);
+  }
+  if (auto* pelList = dynamic_cast<TPelStringList*>(Source)) {
+    for (int32_t i = 0; i < FCount; ++i) PutData(i, pelList->GetData(i));
+    // Deliberately no re-sort: a sorted list keeps its former order.
+    FStringOpsType = pelList->FStringOpsType;
+    FCompare = pelList->FCompare;
+  }
+}
+
+String TPelStringList::Get(int32_t Index) {
+  CheckIndex(Index);
+  return FList[Index].FString;
+}
+
+int32_t TPelStringList::GetCapacity() { return static_cast<int32_t>(FList.size()); }
+
+int32_t TPelStringList::GetCount() { return FCount; }
+
+TObject* TPelStringList::GetObject(int32_t Index) {
+  CheckIndex(Index);
+  return FList[Index].FObject;
+}
+
+TObject* TPelStringList::GetData(int32_t Index) {
+  CheckIndex(Index);
+  return FList[Index].FData;
+}
+
+void TPelStringList::Put(int32_t Index, const String& S) {
+  if (FOwner) FOwner->BeforePut(this, Index, S);
+  if (FSorted) Error(SSortedListError, 0);
+  CheckIndex(Index);
+  Changing();
+  FList[Index].FString = S;
+  Changed();
+}
+
+void TPelStringList::PutObject(int32_t Index, TObject* AObject) {
+  if (FOwner) FOwner->BeforePutObject(this, Index, AObject);
+  CheckIndex(Index);
+  Changing();
+  // Intended: no comparison with the new object, so storing the same owned
+  // object again frees it.
+  if (FFreeObjects && FList[Index].FObject) Free(FList[Index].FObject);
+  FList[Index].FObject = AObject;
+  Changed();
+}
+
+void TPelStringList::PutData(int32_t Index, TObject* AData) {
+  CheckIndex(Index);
+  Changing();
+  // Intended, as in PutObject: the old Data is freed even when it is AData.
+  if (FFreeData && FList[Index].FData) Free(FList[Index].FData);
+  FList[Index].FData = AData;
+  Changed();
+}
+
+void TPelStringList::SetCapacity(int32_t NewCapacity) {
+  if (NewCapacity < FCount) Error(SListCapacityError, NewCapacity);
+  FList.resize(static_cast<std::size_t>(NewCapacity));
+  if (FList.capacity() > FList.size() * 2 + 16) FList.shrink_to_fit();
+}
+
+// The flag is stored before notifying, so opening an update fires nothing
+// and closing it fires Changed once. Intended.
+void TPelStringList::SetUpdateState(bool Updating) {
+  FUpdating = Updating;
+  if (Updating)
+    Changing();
+  else
+    Changed();
+}
+
+void TPelStringList::Changed() {
+  if (FUpdating) return;
+  if (FOwner) FOwner->StringsChanged(this);
+  if (FOnChange) FOnChange(this);
+}
+
+void TPelStringList::Changing() {
+  if (FUpdating) return;
+  if (FOwner) FOwner->StringsChanging(this);
+  if (FOnChanging) FOnChanging(this);
+}
+
+int32_t TPelStringList::Add(const String& S) {
+  int32_t Result = FCount;
+  if (FSorted && Find(S, Result)) {
+    if (FDuplicates == dupIgnore) return Result;
+    if (FDuplicates == dupError) Error(SDuplicateString, 0);
+  }
+  InsertItem(Result, S);
+  return Result;
+}
+
+void TPelStringList::Insert(int32_t Index, const String& S) {
+  if (FSorted) Error(SSortedListError, 0);
+  if (Index < 0 || Index > FCount) Error(SListIndexError, Index);
+  InsertItem(Index, S);
+}
+
+void TPelStringList::Grow() {
+  int32_t capacity = GetCapacity();
+  int32_t delta = capacity > 64 ? capacity / 4 : capacity > 8 ? 16 : 4;
+  SetCapacity(capacity + delta);
+}
+
+void TPelStringList::InsertItem(int32_t Index, const String& S) {
+  Changing();
+  if (FCount == GetCapacity()) Grow();
+  // Rotate the spare (empty) item at FCount down to Index.
+  std::rotate(FList.begin() + Index, FList.begin() + FCount, FList.begin() + FCount + 1);
+  FList[Index].FString = S;
+  ++FCount;
+  Changed();
+}
+
+void TPelStringList::Delete(int32_t Index) {
+  if (FOwner) FOwner->BeforeDelete(this, Index);
+  CheckIndex(Index);
+  Changing();
+  TPelStringItem& item = FList[Index];
+  if (FFreeData && item.FData) Free(std::exchange(item.FData, nullptr));
+  if (FFreeObjects && item.FObject) Free(std::exchange(item.FObject, nullptr));
+  item = TPelStringItem{};
+  --FCount;
+  std::rotate(FList.begin() + Index, FList.begin() + Index + 1, FList.begin() + FCount + 1);
+  Changed();
+}
+
+void TPelStringList::Clear() {
+  if (FOwner) FOwner->BeforeClear(this);
+  if (FCount == 0) return;
+  Changing();
+  int32_t count = FCount;
+  FCount = 0;
+  if (FFreeData || FFreeObjects) {
+    for (int32_t i = 0; i < count; ++i) {
+      TPelStringItem& item = FList[i];
+      if (FFreeData && item.FData) Free(std::exchange(item.FData, nullptr));
+      if (FFreeObjects && item.FObject) Free(std::exchange(item.FObject, nullptr));
+    }
+  }
+  for (int32_t i = 0; i < count; ++i) FList[i] = TPelStringItem{};
+  SetCapacity(0);
+  Changed();
+}
+
+void TPelStringList::Exchange(int32_t Index1, int32_t Index2) {
+  CheckIndex(Index1);
+  CheckIndex(Index2);
+  Changing();
+  ExchangeItems(Index1, Index2);
+  Changed();
+}
+
+void TPelStringList::ExchangeItems(int32_t Index1, int32_t Index2) {
+  std::swap(FList[Index1], FList[Index2]);
+}
+
+bool TPelStringList::Find(const String& S, int32_t& Index) {
+  bool Result = false;
+  int32_t L = 0;
+  int32_t H = FCount - 1;
+  while (L <= H) {
+    int32_t I = static_cast<int32_t>((static_cast<uint32_t>(L) + static_cast<uint32_t>(H)) >> 1);
+    int32_t C = FCompare(FList[I].FString, S);
+    if (C < 0) {
+      L = I + 1;
+    } else {
+      H = I - 1;
+      if (C == 0) {
+        Result = true;
+        if (FDuplicates != dupAccept) L = I;
+      }
+    }
+  }
+  Index = L;
+  return Result;
+}
+
+int32_t TPelStringList::IndexOf(const String& S) {
+  if (FSorted) {
+    int32_t Index;
+    return Find(S, Index) ? Index : -1;
+  }
+  for (int32_t i = 0; i < FCount; ++i)
+    if (FCompare(FList[i].FString, S) == 0) return i;
+  return -1;
+}
+
+int32_t TPelStringList::IndexOfData(TObject* AData) {
+  for (int32_t i = 0; i < FCount; ++i)
+    if (FList[i].FData == AData) return i;
+  return -1;
+}
+
+void TPelStringList::QuickSort(int32_t L, int32_t R) {
+  int32_t I;
+  do {
+    I = L;
+    int32_t J = R;
+    const String P = FList[(static_cast<uint32_t>(L) + static_cast<uint32_t>(R)) >> 1].FString;
+    do {
+      while (FCompare(FList[I].FString, P) < 0) ++I;
+      while (FCompare(FList[J].FString, P) > 0) --J;
+      if (I <= J) {
+        ExchangeItems(I, J);
+        ++I;
+        --J;
+      }
+    } while (I <= J);
+    if (L < J) QuickSort(L, J);
+    L = I;
+  } while (I < R);
+}
+
+void TPelStringList::Sort() {
+  if (FSorted || FCount < 2) return;
+  Changing();
+  QuickSort(0, FCount - 1);
+  Changed();
+}
+
+void TPelStringList::SetSorted(bool Value) {
+  if (FSorted == Value) return;
+  if (Value) Sort();
+  FSorted = Value;
+}
+
+void TPelStringList::SetStringOpsType(TStringOpsType Value) {
+  if (FStringOpsType == Value) return;
+  FStringOpsType = Value;
+  FCompare = StringCompareFor(Value);
+  if (FSorted && FCount > 1) {
+    Changing();
+    QuickSort(0, FCount - 1);
+    Changed();
+  }
+}
+
+void TPelStringList::ForEach(TForEachFilterProc Filter, TForEachObjectProc Action, int32_t ATag) {
+  ForEachDown(this, Filter, Action, ATag);
+}
+
+void TPelStringList::ForEach(const TForEachFilterMethod& Filter, const TForEachObjectMethod& Action,
+                             int32_t ATag) {
+  ForEachDown(this, Filter, Action, ATag);
+}
+
+// --- TSFCList ----------------------------------------------------------------
+
+void TSFCList::BeforeDestruction() {
+  FOwner = nullptr;
+  TStringList::BeforeDestruction();
+}
+
+void TSFCList::Assign(TPersistent* Source) {
+  auto* platformList = dynamic_cast<TStringList*>(Source);
+  if (!(GetSorted() && platformList && platformList->GetSorted())) {
+    TStringList::Assign(Source);
+    return;
+  }
+  // Trust the source's order: the sort that setting Sorted again would run
+  // is skipped while Assigning is set.
+  UpdateScope update(this);
+  SetSorted(false);
+  FAssigning = true;
+  try {
+    TStrings::Assign(Source);
+    SetSorted(true);
+  } catch (...) {
+    FAssigning = false;
+    throw;
+  }
+  FAssigning = false;
+}
+
+void TSFCList::Put(int32_t Index, const String& S) {
+  if (FOwner) FOwner->BeforePut(this, Index, S);
+  TStringList::Put(Index, S);
+}
+
+void TSFCList::PutObject(int32_t Index, TObject* AObject) {
+  if (FOwner) FOwner->BeforePutObject(this, Index, AObject);
+  TStringList::PutObject(Index, AObject);
+}
+
+// As in TPelStringList, the flag is stored first: opening fires nothing,
+// closing fires Changed once. Intended.
+void TSFCList::SetUpdateState(bool Updating) {
+  FUpdating = Updating;
+  TStringList::SetUpdateState(Updating);
+}
+
+int32_t TSFCList::AddObject(const String& S, TObject* AObject) {
+  UpdateScope update(this);
+  return TStringList::AddObject(S, AObject);
+}
+
+void TSFCList::Clear() {
+  if (FOwner) FOwner->BeforeClear(this);
+  TStringList::Clear();
+}
+
+void TSFCList::Delete(int32_t Index) {
+  if (FOwner) FOwner->BeforeDelete(this, Index);
+  TStringList::Delete(Index);
+}
+
+int32_t TSFCList::IndexOf(const String& S) {
+  if (GetSorted()) {
+    int32_t Index;
+    return Find(S, Index) ? Index : -1;
+  }
+  for (int32_t i = 0; i < GetCount(); ++i)
+    if (Get(i) == S) return i;
+  return -1;
+}
+
+void TSFCList::Changed() {
+  if (FUpdating) return;
+  if (FOwner) FOwner->StringsChanged(this);
+  TStringList::Changed();
+}
+
+void TSFCList::Changing() {
+  if (FUpdating) return;
+  if (FOwner) FOwner->StringsChanging(this);
+  TStringList::Changing();
+}
+
+void TSFCList::Sort() {
+  if (FAssigning) return;
+  TStringList::Sort();
+}
+
+void TSFCList::ForEach(TForEachFilterProc Filter, TForEachObjectProc Action, int32_t ATag) {
+  ForEachDown(this, Filter, Action, ATag);
+}
+
+void TSFCList::ForEach(const TForEachFilterMethod& Filter, const TForEachObjectMethod& Action,
+                       int32_t ATag) {
+  ForEachDown(this, Filter, Action, ATag);
+}
+
+// --- TSFCFreeList ------------------------------------------------------------
+
+// Owned objects are freed while the descendant's Clear can still run; the
+// change events are dropped first so that nobody is told.
+void TSFCFreeList::BeforeDestruction() {
+  SetOnChange(nullptr);
+  SetOnChanging(nullptr);
+  Clear();
+  TSFCList::BeforeDestruction();
+}
+
+void TSFCFreeList::PutObject(int32_t Index, TObject* AObject) {
+  UpdateScope update(this);
+  if (FFreeMembers) Free(GetObject(Index));
+  TSFCList::PutObject(Index, AObject);
+}
+
+void TSFCFreeList::Delete(int32_t Index) {
+  UpdateScope update(this);
+  TObject* member = FFreeMembers ? GetObject(Index) : nullptr;
+  TSFCList::Delete(Index);
+  Free(member);
+}
+
+void TSFCFreeList::Clear() {
+  UpdateScope update(this);
+  if (FFreeMembers)
+    for (int32_t i = GetCount() - 1; i >= 0; --i) Delete(i);
+  TSFCList::Clear();
+}
+
+}  // namespace pel

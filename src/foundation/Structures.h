@@ -1,0 +1,237 @@
+// Structures: TPelStringList, a string list with a choice of four comparison
+// modes and two object slots per string.
+//
+// Every string carries an Object and an independent Data object; the list
+// owns either kind when FreeObjects / FreeData is set. One comparison,
+// chosen by StringOpsType, drives sorting, binary search and linear search
+// alike:
+//
+//   soCaseSensitive          CompareStr       byte order
+//   soCaseInsensitive        CompareText      byte order, ASCII case folded
+//   soCaseSensitiveLocale    AnsiCompareStr   the current locale's collation
+//   soCaseInsensitiveLocale  AnsiCompareText  the same, ignoring case (default)
+//
+// An optional owner (IStringsOwner) hears of every change before the
+// OnChanging / OnChange events and is asked before Put, PutObject, Delete and
+// Clear act, even when they then fail their index check.
+//
+// Growth: an empty list grows to 4, 8, 12, 28, 44, 60, 76, 95, 118, ...
+// (+4 up to a capacity of 8, +16 up to 64, then a quarter).
+//
+// Kept on purpose:
+//  * PutObject / PutData free the old owned object without comparing it with
+//    the new one: storing the same owned object again frees it.
+//  * Assign from another TPelStringList copies its comparison without
+//    re-sorting, so a sorted target keeps the order of its former comparison.
+//  * Closing an update (EndUpdate) fires Changed once; opening it fires
+//    nothing, because the Updating flag is stored before the notification.
+//
+// One addition: SetCapacity below Count raises SListCapacityError instead of
+// cutting strings off behind the list's back.
+//
+// TSFCList and TSFCFreeList, further down, bring the same owner hooks to the
+// platform's TStringList.
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "foundation/CommonInterfaces.h"
+#include "platform/Classes.h"
+
+namespace pel {
+
+enum TStringOpsType : uint8_t {
+  soCaseSensitive,
+  soCaseInsensitive,
+  soCaseSensitiveLocale,
+  soCaseInsensitiveLocale
+};
+
+using TStringCompareFunc = int32_t (*)(const String& S1, const String& S2);
+
+// The comparison function a TStringOpsType selects.
+TStringCompareFunc StringCompareFor(TStringOpsType Ops);
+
+// Told of a string list's changes. It has no IID: it is reached only through
+// the list's Owner property, never by a query.
+struct IStringsOwner : virtual IInterface {
+  virtual void StringsChanged(TObject* Sender) = 0;
+  virtual void StringsChanging(TObject* Sender) = 0;
+  virtual void BeforePut(TObject* Sender, int32_t Index, const String& S) = 0;
+  virtual void BeforePutObject(TObject* Sender, int32_t Index, TObject* AObject) = 0;
+  virtual void BeforeDelete(TObject* Sender, int32_t Index) = 0;
+  virtual void BeforeClear(TObject* Sender) = 0;
+};
+
+using TListElementChangeEvent = std::function<void(TObject* Sender, int32_t Index)>;
+using TForEachFilterMethod = std::function<bool(
+    TObject* Sender, int32_t Index, const String& AString, TObject* AObject, int32_t ATag)>;
+using TForEachObjectMethod = std::function<void(
+    TObject* Sender, int32_t Index, const String& AString, TObject* AObject, int32_t ATag)>;
+// The same callbacks as free functions.
+using TForEachFilterProc = bool (*)(TObject* Sender, int32_t Index, const String& AString,
+                                    TObject* AObject, int32_t ATag);
+using TForEachObjectProc = void (*)(TObject* Sender, int32_t Index, const String& AString,
+                                    TObject* AObject, int32_t ATag);
+
+struct TPelStringItem {
+  String FString;
+  TObject* FObject = nullptr;
+  TObject* FData = nullptr;
+};
+
+class TPelStringList : public TStrings {
+  PEL_CLASS(TPelStringList, TStrings)
+ public:
+  TPelStringList();
+  ~TPelStringList() override;
+  void BeforeDestruction() override;
+
+  // Copies strings and objects from any string list (sorting on insertion
+  // when this list is sorted, unless Source is a sorted TStringList); from a
+  // TPelStringList also the Data objects and the comparison.
+  void Assign(TPersistent* Source) override;
+
+  String Get(int32_t Index) override;
+  int32_t GetCapacity() override;
+  int32_t GetCount() override;
+  TObject* GetObject(int32_t Index) override;
+  // Owner.BeforePut first; raises SSortedListError on a sorted list.
+  void Put(int32_t Index, const String& S) override;
+  // Owner.BeforePutObject first; frees the old object when FreeObjects.
+  void PutObject(int32_t Index, TObject* AObject) override;
+  void SetCapacity(int32_t NewCapacity) override;
+  void SetUpdateState(bool Updating) override;
+
+  // Sorted: inserts at the place Find gives (dupIgnore returns the existing
+  // index, dupError raises SDuplicateString). Unsorted: appends.
+  int32_t Add(const String& S) override;
+  // Owner.BeforeClear first (also when empty); frees owned Data, then owned
+  // Objects, item by item from the first.
+  void Clear() override;
+  // Owner.BeforeDelete first; frees the owned Data, then the owned Object.
+  void Delete(int32_t Index) override;
+  void Exchange(int32_t Index1, int32_t Index2) override;
+  int32_t IndexOf(const String& S) override;
+  // Raises SSortedListError on a sorted list.
+  void Insert(int32_t Index, const String& S) override;
+
+  virtual void Changed();
+  virtual void Changing();
+
+  virtual TObject* GetData(int32_t Index);
+  virtual void PutData(int32_t Index, TObject* AData);
+
+  // Binary search with the list's comparison (the list must be sorted).
+  // Returns whether S is there; Index is its position (with dupAccept the
+  // first of equal strings) or where S would be inserted.
+  virtual bool Find(const String& S, int32_t& Index);
+  // Calls Action for every index from the last to the first for which Filter
+  // (when given) returns true; Action may delete the current item.
+  virtual void ForEach(TForEachFilterProc Filter, TForEachObjectProc Action, int32_t ATag);
+  virtual void ForEach(const TForEachFilterMethod& Filter, const TForEachObjectMethod& Action,
+                       int32_t ATag);
+  virtual int32_t IndexOfData(TObject* AData);
+  // Quicksort with the list's comparison; nothing when the list is Sorted.
+  virtual void Sort();
+
+  bool GetSorted() const { return FSorted; }
+  void SetSorted(bool Value);
+  TStringOpsType GetStringOpsType() const { return FStringOpsType; }
+  void SetStringOpsType(TStringOpsType Value);
+  TDuplicates GetDuplicates() const { return FDuplicates; }
+  void SetDuplicates(TDuplicates Value) { FDuplicates = Value; }
+  bool GetFreeData() const { return FFreeData; }
+  void SetFreeData(bool Value) { FFreeData = Value; }
+  bool GetFreeObjects() const { return FFreeObjects; }
+  void SetFreeObjects(bool Value) { FFreeObjects = Value; }
+  const IPtr<IStringsOwner>& GetOwner() const { return FOwner; }
+  void SetOwner(const IPtr<IStringsOwner>& Value) { FOwner = Value; }
+  const TNotifyEvent& GetOnChange() const { return FOnChange; }
+  void SetOnChange(TNotifyEvent Value) { FOnChange = std::move(Value); }
+  const TNotifyEvent& GetOnChanging() const { return FOnChanging; }
+  void SetOnChanging(TNotifyEvent Value) { FOnChanging = std::move(Value); }
+
+ protected:
+  void ExchangeItems(int32_t Index1, int32_t Index2);
+  void Grow();
+  void InsertItem(int32_t Index, const String& S);
+  void QuickSort(int32_t L, int32_t R);
+
+ private:
+  void CheckIndex(int32_t Index);
+
+  bool FUpdating = false;
+  IPtr<IStringsOwner> FOwner;
+  std::vector<TPelStringItem> FList;  // FList.size() is the capacity
+  int32_t FCount = 0;
+  bool FSorted = false;
+  TDuplicates FDuplicates = dupIgnore;
+  TNotifyEvent FOnChange;
+  TNotifyEvent FOnChanging;
+  TStringOpsType FStringOpsType = soCaseInsensitiveLocale;
+  bool FFreeData = false;
+  bool FFreeObjects = false;
+  TStringCompareFunc FCompare;
+};
+
+// ---------------------------------------------------------------------------
+// TSFCList: the platform string list with an IStringsOwner that is told
+// before each mutation and on every change notice. Storage, comparison and
+// sorting stay the platform list's.
+class TSFCList : public TStringList {
+  PEL_CLASS(TSFCList, TStringList)
+ public:
+  void BeforeDestruction() override;
+
+  // A sorted platform source is copied in its own order, without re-sorting.
+  void Assign(TPersistent* Source) override;
+  void Put(int32_t Index, const String& S) override;
+  void PutObject(int32_t Index, TObject* AObject) override;
+  void SetUpdateState(bool Updating) override;
+  // One Changed per addition and no Changing: the platform AddObject runs
+  // inside an update bracket.
+  int32_t AddObject(const String& S, TObject* AObject) override;
+  void Clear() override;
+  void Delete(int32_t Index) override;
+  // Unsorted: the first string exactly equal to S (case-sensitive whatever
+  // CaseSensitive says). Sorted: the platform Find.
+  int32_t IndexOf(const String& S) override;
+  void Changed() override;
+  void Changing() override;
+  void Sort() override;
+
+  virtual void ForEach(TForEachFilterProc Filter, TForEachObjectProc Action, int32_t ATag);
+  virtual void ForEach(const TForEachFilterMethod& Filter, const TForEachObjectMethod& Action,
+                       int32_t ATag);
+
+  const IPtr<IStringsOwner>& GetOwner() const { return FOwner; }
+  void SetOwner(const IPtr<IStringsOwner>& Value) { FOwner = Value; }
+
+ private:
+  bool FAssigning = false;
+  bool FUpdating = false;
+  IPtr<IStringsOwner> FOwner;
+};
+
+// TSFCFreeList: a TSFCList that owns the objects of its strings while
+// FreeMembers is set (the default).
+class TSFCFreeList : public TSFCList {
+  PEL_CLASS(TSFCFreeList, TSFCList)
+ public:
+  void BeforeDestruction() override;
+
+  void PutObject(int32_t Index, TObject* AObject) override;
+  void Delete(int32_t Index) override;
+  // Deletes the strings one by one from the last, freeing each object.
+  void Clear() override;
+
+  bool GetFreeMembers() const { return FFreeMembers; }
+  void SetFreeMembers(bool Value) { FFreeMembers = Value; }
+
+ private:
+  bool FFreeMembers = true;
+};
+
+}  // namespace pel

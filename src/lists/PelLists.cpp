@@ -1,0 +1,752 @@
+#include "lists/PelLists.h"
+
+namespace pel {
+
+// ---------------------------------------------------------------------------
+// Nodes
+
+void TSQNode::Assign(TPersistent* Source) {
+  if (auto* node = dynamic_cast<TSQNode*>(Source)) {
+    FItem = node->FItem;
+    return;
+  }
+  TPersistent::Assign(Source);
+}
+
+void TSQStringNode::Assign(TPersistent* Source) {
+  if (auto* node = dynamic_cast<TSQStringNode*>(Source)) FValue = node->FValue;
+  TSQNode::Assign(Source);
+}
+
+// ---------------------------------------------------------------------------
+// TPelCustomLinkedList
+
+TPelCustomLinkedList::~TPelCustomLinkedList() {
+  // Normally BeforeDestruction has cleared already; this only catches a list
+  // whose construction was abandoned.
+  FreeNodes();
+}
+
+void TPelCustomLinkedList::BeforeDestruction() {
+  FOnChange = nullptr;
+  Clear();
+  TPersistent::BeforeDestruction();
+}
+
+void TPelCustomLinkedList::Error(const char* Msg) { throw EListError(String(Msg)); }
+
+void TPelCustomLinkedList::AccessViolation() { throw EAccessViolation(String("Access violation")); }
+
+void TPelCustomLinkedList::FreeIfUnlinked(TSQNode* Node, int32_t CountBefore) {
+  if (FCount == CountBefore) Free(Node);
+}
+
+void TPelCustomLinkedList::FreeNodes() {
+  TSQNode* node = FHead;
+  while (node) {
+    TSQNode* next = node->GetNext();
+    Free(node);
+    --FCount;
+    node = next;
+  }
+  FHead = nullptr;
+  FTail = nullptr;
+  FCurrent = nullptr;
+}
+
+void TPelCustomLinkedList::Assign(TPersistent* Source) {
+  if (auto* list = dynamic_cast<TPelCustomLinkedList*>(Source)) {
+    BeginUpdate();
+    try {
+      Clear();
+      AddLinkedList(list);
+    } catch (...) {
+      EndUpdate();
+      throw;
+    }
+    EndUpdate();
+    return;
+  }
+  TPersistent::Assign(Source);
+}
+
+void TPelCustomLinkedList::Assign(TList* Source) {
+  if (!Source) {
+    TPersistent::Assign(nullptr);
+    return;
+  }
+  BeginUpdate();
+  try {
+    Clear();
+    for (int32_t i = 0; i < Source->GetCount(); ++i) {
+      int32_t before = FCount;
+      FreeIfUnlinked(Add(static_cast<TObject*>(Source->Get(i))), before);
+    }
+  } catch (...) {
+    EndUpdate();
+    throw;
+  }
+  EndUpdate();
+}
+
+TSQNode* TPelCustomLinkedList::GetNode(int32_t Index) {
+  if (Index < 0 || Index >= FCount) Error(SInvalidIndex);
+  TSQNode* node;
+  int32_t steps;
+  if (FIndex >= 0 && Index >= FIndex) {
+    node = FCurrent;
+    steps = Index - FIndex;
+  } else {
+    node = FHead;
+    steps = Index;
+  }
+  for (; steps > 0; --steps) {
+    if (!node) AccessViolation();
+    node = node->GetNext();
+  }
+  if (!node) AccessViolation();
+  FIndex = Index;
+  FCurrent = node;
+  return node;
+}
+
+void TPelCustomLinkedList::SetNode(int32_t Index, TSQNode* Node) {
+  TSQNode* old = GetNode(Index);
+  if (old == Node) return;
+  if (!Node) AccessViolation();
+  TSQNode* prev = Find(old);
+  Node->SetNext(old->GetNext());
+  if (prev)
+    prev->SetNext(Node);
+  else
+    FHead = Node;
+  // Intended: the tail and the cursor keep referring to the old node.
+  Free(old);
+  Change();
+}
+
+TSQNode* TPelCustomLinkedList::HeadOf(const TPelCustomLinkedList* List) {
+  if (!List) AccessViolation();
+  return List->FHead;
+}
+
+void TPelCustomLinkedList::AddLinkedList(TPelCustomLinkedList* List) {
+  TSQNode* first = HeadOf(List);
+  BeginUpdate();
+  try {
+    for (TSQNode* src = first; src; src = src->GetNext()) {
+      TSQNode* node = NewNode();
+      int32_t before = FCount;
+      try {
+        node->Assign(src);
+        AddNode(node);
+      } catch (...) {
+        FreeIfUnlinked(node, before);
+        throw;
+      }
+      FreeIfUnlinked(node, before);
+    }
+  } catch (...) {
+    EndUpdate();
+    throw;
+  }
+  EndUpdate();
+}
+
+void TPelCustomLinkedList::BeginUpdate() { ++FUpdateCount; }
+
+void TPelCustomLinkedList::Clear() {
+  FreeNodes();
+  Change();
+}
+
+void TPelCustomLinkedList::EndUpdate() {
+  if (FUpdateCount > 0) --FUpdateCount;
+  // An unmatched EndUpdate notifies too; intended.
+  if (FUpdateCount == 0) Change();
+}
+
+void TPelCustomLinkedList::Change() {
+  FIndex = -1;
+  if (FUpdateCount <= 0 && FOnChange) FOnChange(this);
+}
+
+TSQNode* TPelCustomLinkedList::AddNode(TSQNode* Node) { return Insert(Node, nullptr); }
+
+void TPelCustomLinkedList::Delete(TSQNode* Node) {
+  if (!Node) Error(SInvalidIndex);
+  TSQNode* prev = Find(Node);
+  if (Node == FCurrent) FCurrent = Node->GetNext();
+  if (prev) {
+    prev->SetNext(Node->GetNext());
+    if (Node == FTail) FTail = prev;
+  } else {
+    FHead = Node->GetNext();
+    if (Node == FTail) FTail = nullptr;
+  }
+  Free(Node);
+  --FCount;
+  Reset();
+  Change();
+}
+
+TSQNode* TPelCustomLinkedList::Find(TSQNode* Node) {
+  if (IsEmpty()) Error(SListEmpty);
+  if (!Node) Error(SInvalidIndex);
+  TSQNode* prev = nullptr;
+  for (TSQNode* node = FHead; node; node = node->GetNext()) {
+    if (node == Node) return prev;
+    prev = node;
+  }
+  Error(SUnknownNode);
+}
+
+TSQNode* TPelCustomLinkedList::Insert(TSQNode* Node, TSQNode* Before) {
+  if (!Node) AccessViolation();
+  if (Before) {
+    TSQNode* prev = Find(Before);
+    if (Before == FCurrent) ++FIndex;
+    if (prev)
+      prev->SetNext(Node);
+    else
+      FHead = Node;
+    Node->SetNext(Before);
+  } else {
+    if (FTail)
+      FTail->SetNext(Node);
+    else
+      FHead = Node;
+    FTail = Node;
+  }
+  ++FCount;
+  Change();
+  return Node;
+}
+
+TSQNode* TPelCustomLinkedList::NewNode() { return New<TSQNode>(); }
+
+TSQNode* TPelCustomLinkedList::Add(TObject* Item) {
+  TSQNode* node = NewNode();
+  node->SetItem(Item);
+  try {
+    return AddNode(node);
+  } catch (...) {
+    Free(node);
+    throw;
+  }
+}
+
+TObject* TPelCustomLinkedList::GetItem(int32_t Index) { return GetNode(Index)->GetItem(); }
+
+void TPelCustomLinkedList::SetItem(int32_t Index, TObject* Item) { GetNode(Index)->SetItem(Item); }
+
+void TPelCustomLinkedList::Reset() {
+  FIndex = 0;
+  FCurrent = FHead;
+}
+
+TSQNode* TPelCustomLinkedList::GetNext() {
+  if (!FCurrent) Error(SEndOfList);
+  TSQNode* node = FCurrent;
+  ++FIndex;
+  FCurrent = node->GetNext();
+  return node;
+}
+
+TSQNode* TPelCustomLinkedList::FindItem(TObject* Item) {
+  for (TSQNode* node = FHead; node; node = node->GetNext())
+    if (node->GetItem() == Item) return node;
+  return nullptr;
+}
+
+int32_t TPelCustomLinkedList::IndexOfItem(TObject* Item) {
+  Reset();
+  while (!GetEndOfList())
+    if (GetNext()->GetItem() == Item) return FIndex - 1;
+  return -1;
+}
+
+// ---------------------------------------------------------------------------
+// TPelDoublyLinkedList
+
+TSQNode* TPelDoublyLinkedList::GetNode(int32_t Index) {
+  if (Index < 0 || Index >= FCount) Error(SInvalidIndex);
+  int32_t back = FCount - Index - 1;
+  if (Index < back) return TPelLinkedList::GetNode(Index);
+  if (!FTail) AccessViolation();
+  TSQDoubleNode* node = As<TSQDoubleNode>(FTail);
+  for (; back > 0; --back) {
+    node = node->GetPrevious();
+    if (!node) AccessViolation();
+  }
+  FIndex = Index;
+  FCurrent = node;
+  return node;
+}
+
+void TPelDoublyLinkedList::SetNode(int32_t Index, TSQNode* Node) {
+  TSQNode* old = GetNode(Index);
+  if (old == Node) return;
+  if (!Node) AccessViolation();
+  TSQDoubleNode* node = As<TSQDoubleNode>(Node);
+  TSQDoubleNode* oldNode = As<TSQDoubleNode>(old);
+  node->SetNext(oldNode->GetNext());
+  node->SetPrevious(oldNode->GetPrevious());
+  // Intended: neighbours, head, tail and cursor still refer to the old node.
+  Free(oldNode);
+  Change();
+}
+
+void TPelDoublyLinkedList::Delete(TSQNode* Node) {
+  TSQDoubleNode* prev = As<TSQDoubleNode>(Find(Node));
+  TSQDoubleNode* next = As<TSQDoubleNode>(Node)->GetNext();
+  BeginUpdate();
+  try {
+    TPelLinkedList::Delete(Node);
+  } catch (...) {
+    EndUpdate();
+    throw;
+  }
+  if (next) next->SetPrevious(prev);
+  EndUpdate();
+}
+
+TSQNode* TPelDoublyLinkedList::Insert(TSQNode* Node, TSQNode* Before) {
+  if (!Node) AccessViolation();
+  TSQDoubleNode* node = As<TSQDoubleNode>(Node);
+  TSQDoubleNode* before = As<TSQDoubleNode>(Before);
+  TSQDoubleNode* tail = As<TSQDoubleNode>(FTail);
+  BeginUpdate();
+  try {
+    if (!before) {
+      node->SetPrevious(tail);
+      TPelLinkedList::Insert(node, nullptr);
+    } else {
+      TPelLinkedList::Insert(node, before);
+      node->SetPrevious(before->GetPrevious());
+      before->SetPrevious(node);
+    }
+  } catch (...) {
+    --FUpdateCount;  // nothing changed: close the bracket without notifying
+    throw;
+  }
+  EndUpdate();
+  return Node;
+}
+
+TSQNode* TPelDoublyLinkedList::NewNode() { return New<TSQDoubleNode>(); }
+
+// ---------------------------------------------------------------------------
+// TPelQueue and TPelStack
+
+TObject* TPelQueue::GetTop() {
+  if (IsEmpty()) Error(SListEmpty);
+  if (!FHead) AccessViolation();
+  return FHead->GetItem();
+}
+
+TObject* TPelQueue::Pop() {
+  TObject* item = GetTop();
+  Delete(FHead);
+  return item;
+}
+
+TSQNode* TPelQueue::Push(TObject* Item) {
+  TSQNode* node = NewNode();
+  try {
+    AddNode(node);
+  } catch (...) {
+    Free(node);
+    throw;
+  }
+  // Intended: OnChange has already run when the item is stored.
+  node->SetItem(Item);
+  return node;
+}
+
+// Puts copies of the nodes from SourceHead on, in their order, in front of
+// Head of the stack Self (made by its NewNode). Shared by both stacks.
+static void PrependCopies(TPelCustomLinkedList* Self, TSQNode* SourceHead,
+                          TSQNode* (*MakeNode)(TPelCustomLinkedList*), TSQNode*& Head,
+                          TSQNode*& Tail, int32_t& Count) {
+  TSQNode* first = nullptr;
+  TSQNode* last = nullptr;
+  int32_t copied = 0;
+  try {
+    for (TSQNode* src = SourceHead; src; src = src->GetNext()) {
+      TSQNode* node = MakeNode(Self);
+      if (last)
+        last->SetNext(node);
+      else
+        first = node;
+      last = node;
+      ++copied;
+      node->Assign(src);
+    }
+  } catch (...) {
+    while (first) {
+      TSQNode* next = first->GetNext();
+      Free(first);
+      first = next;
+    }
+    throw;
+  }
+  if (!first) return;
+  last->SetNext(Head);
+  if (!Head) Tail = last;
+  Head = first;
+  Count += copied;
+}
+
+static TSQNode* MakeNodeOf(TPelCustomLinkedList* List) { return List->NewNode(); }
+
+void TPelStack::Assign(TPersistent* Source) {
+  if (auto* stack = dynamic_cast<TPelStack*>(Source)) {
+    BeginUpdate();
+    try {
+      Clear();
+      AddStack(stack);
+    } catch (...) {
+      EndUpdate();
+      throw;
+    }
+    EndUpdate();
+    return;
+  }
+  TPelQueue::Assign(Source);
+}
+
+TSQNode* TPelStack::AddNode(TSQNode* Node) { return Insert(Node, FHead); }
+
+void TPelStack::AddStack(TPelCustomLinkedList* List) {
+  PrependCopies(this, HeadOf(List), MakeNodeOf, FHead, FTail, FCount);
+  Change();
+}
+
+// ---------------------------------------------------------------------------
+// TPelStringQueue and TPelStringStack
+
+void TPelStringQueue::AssignTo(TPersistent* Dest) {
+  if (auto* strings = dynamic_cast<TStrings*>(Dest)) {
+    strings->Clear();
+    for (TSQNode* node = FHead; node; node = node->GetNext())
+      strings->AddObject(As<TSQStringNode>(node)->GetValue(), node->GetItem());
+    return;
+  }
+  TPelQueue::AssignTo(Dest);
+}
+
+TSQNode* TPelStringQueue::Insert(TSQNode* Node, TSQNode* Before) {
+  return TPelQueue::Insert(As<TSQStringNode>(Node), Before);
+}
+
+TSQNode* TPelStringQueue::NewNode() { return New<TSQStringNode>(); }
+
+String TPelStringQueue::GetTopString() {
+  if (IsEmpty()) Error(SListEmpty);
+  if (!FHead) AccessViolation();
+  return As<TSQStringNode>(FHead)->GetValue();
+}
+
+TSQStringNode* TPelStringQueue::PushString(const String& S) { return PushItem(S, nullptr); }
+
+TSQStringNode* TPelStringQueue::PushItem(const String& S, TObject* Item) {
+  TSQStringNode* node = As<TSQStringNode>(NewNode());
+  node->SetValue(S);
+  node->SetItem(Item);
+  try {
+    AddNode(node);
+  } catch (...) {
+    Free(node);
+    throw;
+  }
+  return node;
+}
+
+String TPelStringQueue::PopItem(TObject*& Item) {
+  String s = GetTopString();
+  Item = Pop();
+  return s;
+}
+
+String TPelStringQueue::PopString() {
+  TObject* item;
+  return PopItem(item);
+}
+
+TSQStringNode* TPelStringQueue::FindString(const String& S) {
+  for (TSQNode* node = FHead; node; node = node->GetNext()) {
+    auto* str = As<TSQStringNode>(node);
+    if (CompareText(str->GetValue(), S) == 0) return str;
+  }
+  return nullptr;
+}
+
+int32_t TPelStringQueue::IndexOfString(const String& S) {
+  Reset();
+  while (!GetEndOfList())
+    // Intended: FIndex after GetNext, one more than the 0-based index.
+    if (CompareText(GetNext()->GetValue(), S) == 0) return FIndex;
+  return -1;
+}
+
+String TPelStringQueue::GetStrings(int32_t Index) { return GetStringNode(Index)->GetValue(); }
+
+void TPelStringQueue::SetStrings(int32_t Index, const String& S) {
+  GetStringNode(Index)->SetValue(S);
+}
+
+TSQStringNode* TPelStringQueue::GetStringNode(int32_t Index) {
+  return As<TSQStringNode>(GetNode(Index));
+}
+
+void TPelStringQueue::SetStringNode(int32_t Index, TSQStringNode* Node) { SetNode(Index, Node); }
+
+TSQStringNode* TPelStringQueue::GetNext() {
+  return As<TSQStringNode>(TPelCustomLinkedList::GetNext());
+}
+
+bool TPelStringQueue::Equals(TPelStringQueue* Other) {
+  if (!Other || Other->GetCount() != GetCount()) return false;
+  for (int32_t i = 0; i < GetCount(); ++i)
+    if (GetStrings(i) != Other->GetStrings(i)) return false;
+  return true;
+}
+
+void TPelStringStack::Assign(TPersistent* Source) {
+  if (auto* stack = dynamic_cast<TPelStringStack*>(Source)) {
+    BeginUpdate();
+    try {
+      Clear();
+      AddStack(stack);
+    } catch (...) {
+      EndUpdate();
+      throw;
+    }
+    EndUpdate();
+    return;
+  }
+  TPelStringQueue::Assign(Source);
+}
+
+TSQNode* TPelStringStack::AddNode(TSQNode* Node) { return Insert(Node, FHead); }
+
+void TPelStringStack::AddStack(TPelCustomLinkedList* List) {
+  PrependCopies(this, HeadOf(List), MakeNodeOf, FHead, FTail, FCount);
+  Change();
+}
+
+// ---------------------------------------------------------------------------
+// TPelPriorityQueue
+
+TSQNode* TPelPriorityQueue::NewNode() {
+  return TSQPriorityNodeClass(TSQPriorityNode::StaticClass()).Create(0);
+}
+
+TSQNode* TPelPriorityQueue::Insert(TSQNode* Node, TSQNode*) {
+  if (!Node) AccessViolation();
+  TSQPriorityNode* node = As<TSQPriorityNode>(Node);
+  int32_t p = node->GetPriority();
+  Reset();
+  if (!FHead) {
+    FHead = node;
+    FTail = node;
+  } else if (p <= As<TSQPriorityNode>(FHead)->GetPriority()) {
+    // Newest first among equal priorities at the head: intended.
+    node->SetNext(FHead);
+    FHead = node;
+  } else if (!FTail) {
+    AccessViolation();
+  } else if (p >= As<TSQPriorityNode>(FTail)->GetPriority()) {
+    // Behind an equal tail: intended.
+    FTail->SetNext(node);
+    FTail = node;
+  } else {
+    TSQNode* prev = nullptr;
+    while (!GetEndOfList()) {
+      TSQNode* walked = TPelQueue::GetNext();
+      if (As<TSQPriorityNode>(walked)->GetPriority() >= p) {
+        if (!prev) AccessViolation();  // the head's priority is below p
+        node->SetNext(walked);
+        prev->SetNext(node);
+        break;
+      }
+      prev = walked;
+    }
+  }
+  ++FCount;
+  Change();
+  return Node;
+}
+
+void TPelPriorityQueue::AddLinkedList(TPelCustomLinkedList* List) {
+  TSQNode* first = HeadOf(List);
+  BeginUpdate();
+  try {
+    for (TSQNode* src = first; src; src = src->GetNext()) {
+      TSQPriorityNode* node = As<TSQPriorityNode>(NewNode());
+      try {
+        node->Assign(src);
+        if (auto* ps = dynamic_cast<TSQPriorityNode*>(src)) node->SetPriority(ps->GetPriority());
+        AddNode(node);
+      } catch (...) {
+        Free(node);
+        throw;
+      }
+    }
+  } catch (...) {
+    EndUpdate();
+    throw;
+  }
+  EndUpdate();
+}
+
+TSQPriorityNode* TPelPriorityQueue::ChangePriority(TSQPriorityNode* Node, int32_t Priority) {
+  TSQPriorityNode* node = As<TSQPriorityNode>(NewNode());
+  try {
+    node->Assign(Node);
+    Find(Node);  // raises now, before anything changes, if Node is not here
+    node->SetPriority(Priority);
+    Insert(node, nullptr);
+  } catch (...) {
+    Free(node);
+    throw;
+  }
+  Delete(Node);
+  return node;
+}
+
+TSQPriorityNode* TPelPriorityQueue::ChangePriority(int32_t Index, int32_t Priority) {
+  return ChangePriority(GetPriorityNode(Index), Priority);
+}
+
+TSQPriorityNode* TPelPriorityQueue::PushP(TObject* Item, int32_t Priority) {
+  TSQPriorityNode* node = As<TSQPriorityNode>(NewNode());
+  node->SetItem(Item);
+  node->SetPriority(Priority);
+  try {
+    AddNode(node);
+  } catch (...) {
+    Free(node);
+    throw;
+  }
+  return node;
+}
+
+int32_t TPelPriorityQueue::GetPriority(int32_t Index) {
+  return GetPriorityNode(Index)->GetPriority();
+}
+
+TSQPriorityNode* TPelPriorityQueue::GetPriorityNode(int32_t Index) {
+  return As<TSQPriorityNode>(GetNode(Index));
+}
+
+void TPelPriorityQueue::SetPriorityNode(int32_t Index, TSQPriorityNode* Node) {
+  SetNode(Index, Node);
+}
+
+TSQPriorityNode* TPelPriorityQueue::GetNext() { return As<TSQPriorityNode>(TPelQueue::GetNext()); }
+
+// ---------------------------------------------------------------------------
+// TPelPriorityStringQueue
+
+TSQNode* TPelPriorityStringQueue::NewNode() {
+  return TSQPriorityStringNodeClass(TSQPriorityStringNode::StaticClass()).Create(0);
+}
+
+TSQNode* TPelPriorityStringQueue::Insert(TSQNode* Node, TSQNode*) {
+  if (!Node) AccessViolation();
+  TSQPriorityStringNode* node = As<TSQPriorityStringNode>(Node);
+  int32_t p = node->GetPriority();
+  Reset();
+  TSQNode* stop = nullptr;
+  TSQNode* last = nullptr;
+  while (!GetEndOfList()) {
+    last = TPelStringQueue::GetNext();
+    if (As<TSQPriorityStringNode>(last)->GetPriority() > p) {
+      stop = last;
+      break;
+    }
+  }
+  // Intended: only the new node's Next is set; nothing is linked or counted.
+  node->SetNext(stop ? stop : last);
+  return Node;
+}
+
+void TPelPriorityStringQueue::AddLinkedList(TPelCustomLinkedList* List) {
+  TSQNode* first = HeadOf(List);
+  BeginUpdate();
+  try {
+    for (TSQNode* src = first; src; src = src->GetNext()) {
+      TSQPriorityStringNode* node = As<TSQPriorityStringNode>(NewNode());
+      int32_t before = FCount;
+      try {
+        node->Assign(src);
+        if (auto* ps = dynamic_cast<TSQPriorityStringNode*>(src))
+          node->SetPriority(ps->GetPriority());
+        AddNode(node);
+      } catch (...) {
+        FreeIfUnlinked(node, before);
+        throw;
+      }
+      FreeIfUnlinked(node, before);
+    }
+  } catch (...) {
+    EndUpdate();
+    throw;
+  }
+  EndUpdate();
+}
+
+TSQPriorityStringNode* TPelPriorityStringQueue::ChangePriority(TSQPriorityStringNode* Node,
+                                                               int32_t Priority) {
+  TSQPriorityStringNode* node = As<TSQPriorityStringNode>(NewNode());
+  try {
+    node->Assign(Node);
+    Find(Node);  // raises now, before anything changes, if Node is not here
+    node->SetPriority(Priority);
+    Insert(node, nullptr);
+  } catch (...) {
+    Free(node);
+    throw;
+  }
+  Delete(Node);
+  return node;
+}
+
+TSQPriorityStringNode* TPelPriorityStringQueue::PushP(TObject* Item, int32_t Priority) {
+  TSQPriorityStringNode* node = As<TSQPriorityStringNode>(NewNode());
+  node->SetItem(Item);
+  node->SetPriority(Priority);
+  try {
+    AddNode(node);
+  } catch (...) {
+    Free(node);
+    throw;
+  }
+  return node;
+}
+
+TSQPriorityStringNode* TPelPriorityStringQueue::PushItemP(const String&, TObject* Item,
+                                                          int32_t Priority) {
+  // Intended: the string is not stored.
+  return TPelPriorityStringQueue::PushP(Item, Priority);
+}
+
+int32_t TPelPriorityStringQueue::GetPriority(int32_t Index) {
+  return GetPriorityNode(Index)->GetPriority();
+}
+
+TSQPriorityStringNode* TPelPriorityStringQueue::GetPriorityNode(int32_t Index) {
+  return As<TSQPriorityStringNode>(GetNode(Index));
+}
+
+void TPelPriorityStringQueue::SetPriorityNode(int32_t Index, TSQPriorityStringNode* Node) {
+  SetNode(Index, Node);
+}
+
+TSQPriorityStringNode* TPelPriorityStringQueue::GetNext() {
+  return As<TSQPriorityStringNode>(TPelStringQueue::GetNext());
+}
+
+}  // namespace pel

@@ -1,0 +1,373 @@
+// PelLists: list nodes, singly and doubly linked lists with a cursor, and the
+// linked queues, stacks and priority queues built on them.
+//
+// A list owns its nodes: it makes them through the virtual NewNode and frees
+// them when they are deleted, replaced or cleared. It never owns the objects
+// the nodes carry (Item): those stay the caller's.
+//
+// Every list keeps a cursor (FCurrent and its index FIndex) so that forward
+// walks with Reset/GetNext and ascending indexed access cost one step per
+// call. Any structural change makes the index unknown (-1), so the next
+// indexed access walks from the head again. OnChange fires after each change
+// unless a BeginUpdate/EndUpdate bracket is open; the outermost EndUpdate
+// fires once.
+#pragma once
+
+#include <cstdint>
+
+#include "platform/Classes.h"
+
+namespace pel {
+
+// Messages of this unit. SAssignError is spelled differently from the
+// framework's message of the same name, so all of them live in this unit's
+// namespace; the ones without a clash are also visible in pel.
+namespace pellists {
+constexpr const char* SInvalidIndex = "Invalid Index";
+constexpr const char* SListEmpty = "List is empty";
+constexpr const char* SUnknownNode = "Cannot find node within list";
+constexpr const char* SEndOfList = "End of list";
+constexpr const char* SAssignError = "Error assigning %s to %s";
+constexpr const char* SNotSortable = "Cannot sort stack or queue";
+}  // namespace pellists
+using pellists::SEndOfList;
+using pellists::SInvalidIndex;
+using pellists::SListEmpty;
+using pellists::SNotSortable;
+using pellists::SUnknownNode;
+
+// ---------------------------------------------------------------------------
+// Nodes. Assign copies the carried data, never the links.
+
+class TSQNode : public TPersistent {
+  PEL_CLASS(TSQNode, TPersistent)
+ public:
+  // Copies Item from another TSQNode; anything else goes to TPersistent.
+  void Assign(TPersistent* Source) override;
+
+  TObject* GetItem() const { return FItem; }
+  void SetItem(TObject* Value) { FItem = Value; }
+  TSQNode* GetNext() const { return FNext; }
+  void SetNext(TSQNode* Value) { FNext = Value; }
+
+ protected:
+  TObject* FItem = nullptr;
+  TSQNode* FNext = nullptr;
+};
+
+using TSQNodeClass = TClassOf<TSQNode>;
+
+// A node that also links back. Next reads as a TSQDoubleNode.
+class TSQDoubleNode : public TSQNode {
+  PEL_CLASS(TSQDoubleNode, TSQNode)
+ public:
+  // Raises EInvalidCast when the following node is not a TSQDoubleNode.
+  TSQDoubleNode* GetNext() const { return As<TSQDoubleNode>(FNext); }
+  void SetNext(TSQDoubleNode* Value) { FNext = Value; }
+  TSQDoubleNode* GetPrevious() const { return FPrevious; }
+  void SetPrevious(TSQDoubleNode* Value) { FPrevious = Value; }
+
+ protected:
+  TSQDoubleNode* FPrevious = nullptr;
+};
+
+// A node carrying a string besides its item.
+class TSQStringNode : public TSQNode {
+  PEL_CLASS(TSQStringNode, TSQNode)
+ public:
+  // Copies Value from another string node, then Item as TSQNode does.
+  void Assign(TPersistent* Source) override;
+
+  const String& GetValue() const { return FValue; }
+  void SetValue(const String& Value) { FValue = Value; }
+
+ protected:
+  String FValue;
+};
+
+// A node with a priority; the smaller value is served first. Made through
+// TSQPriorityNodeClass with the priority as the constructor argument.
+// Assign copies what TSQNode copies, not the priority.
+class TSQPriorityNode : public TSQNode {
+  PEL_CLASS(TSQPriorityNode, TSQNode)
+ public:
+  using TCreateArgs = TCtorArgs<int32_t>;
+  explicit TSQPriorityNode(int32_t APriority) : FPriority(APriority) {}
+
+  int32_t GetPriority() const { return FPriority; }
+  void SetPriority(int32_t Value) { FPriority = Value; }
+
+ protected:
+  int32_t FPriority;
+};
+
+using TSQPriorityNodeClass = TClassOf<TSQPriorityNode, int32_t>;
+
+// A string node with a priority; Assign copies what TSQStringNode copies.
+class TSQPriorityStringNode : public TSQStringNode {
+  PEL_CLASS(TSQPriorityStringNode, TSQStringNode)
+ public:
+  using TCreateArgs = TCtorArgs<int32_t>;
+  explicit TSQPriorityStringNode(int32_t APriority) : FPriority(APriority) {}
+
+  int32_t GetPriority() const { return FPriority; }
+  void SetPriority(int32_t Value) { FPriority = Value; }
+
+ protected:
+  int32_t FPriority;
+};
+
+using TSQPriorityStringNodeClass = TClassOf<TSQPriorityStringNode, int32_t>;
+
+// ---------------------------------------------------------------------------
+// Linked lists
+
+// The machinery of every linked list: nodes, cursor, notification. All
+// failures raise EListError with the messages above and change nothing.
+class TPelCustomLinkedList : public TPersistent {
+  PEL_CLASS(TPelCustomLinkedList, TPersistent)
+ public:
+  TPelCustomLinkedList() = default;
+  ~TPelCustomLinkedList() override;
+  // Drops OnChange and runs the (possibly overridden) Clear.
+  void BeforeDestruction() override;
+
+  // From another linked list: clear, then a copy of each of its nodes added
+  // through AddNode. Anything else goes to TPersistent.
+  void Assign(TPersistent* Source) override;
+  // From a platform list: clear, then Add of each of its pointers in order.
+  void Assign(TList* Source);
+
+  // The node at Index (0-based); moves the cursor there.
+  virtual TSQNode* GetNode(int32_t Index);
+  // Replaces the node at Index by Node and frees the old one. The tail and
+  // the cursor are deliberately left alone: replacing the last node leaves
+  // the tail (and a cursor on it) referring to the freed node, so add
+  // nothing at the end afterwards.
+  virtual void SetNode(int32_t Index, TSQNode* Node);
+  // Appends a copy of each node of List (through NewNode, Assign, AddNode).
+  virtual void AddLinkedList(TPelCustomLinkedList* List);
+  virtual void BeginUpdate();
+  // Frees every node (never the items) and notifies, also when empty.
+  virtual void Clear();
+  virtual void EndUpdate();
+  // Where a new node goes: appended here; queues and stacks redefine it.
+  virtual TSQNode* AddNode(TSQNode* Node);
+  // Unlinks and frees Node (not its item) and resets the cursor.
+  virtual void Delete(TSQNode* Node);
+  // The node before Node (nothing for the head).
+  virtual TSQNode* Find(TSQNode* Node);
+  // Links Node before Before, or appends it when Before is nothing.
+  virtual TSQNode* Insert(TSQNode* Node, TSQNode* Before);
+  // The factory of this list's nodes.
+  virtual TSQNode* NewNode();
+
+  // A new node carrying Item, placed by AddNode.
+  TSQNode* Add(TObject* Item);
+  TObject* GetItem(int32_t Index);
+  // Stores Item in the node at Index without notification.
+  void SetItem(int32_t Index, TObject* Item);
+  bool IsEmpty() const { return FCount == 0; }
+  int32_t GetCount() const { return FCount; }
+
+  // The cursor walk: Reset, then GetNext until GetEndOfList.
+  void Reset();
+  bool GetEndOfList() const { return FCurrent == nullptr; }
+  TSQNode* GetNext();
+  // The first node carrying Item, or nothing.
+  TSQNode* FindItem(TObject* Item);
+  // The 0-based index of the first node carrying Item, or -1; the cursor
+  // stays where the search stopped.
+  int32_t IndexOfItem(TObject* Item);
+
+  const TNotifyEvent& GetOnChange() const { return FOnChange; }
+  void SetOnChange(TNotifyEvent Value) { FOnChange = std::move(Value); }
+
+ protected:
+  // Forgets the cursor index and tells OnChange, unless updates are open.
+  virtual void Change();
+
+  TSQNode* GetHead() const { return FHead; }
+  TSQNode* GetTail() const { return FTail; }
+  // List's head; EAccessViolation for no list.
+  static TSQNode* HeadOf(const TPelCustomLinkedList* List);
+
+  // Raises EListError with Msg.
+  [[noreturn]] static void Error(const char* Msg);
+  // Raises EAccessViolation where a kept algorithm reaches a missing node.
+  [[noreturn]] static void AccessViolation();
+  // Frees Node when an insertion left it outside the list (Count unchanged):
+  // nobody else could reach it.
+  void FreeIfUnlinked(TSQNode* Node, int32_t CountBefore);
+
+  int32_t FIndex = -1;
+  TSQNode* FCurrent = nullptr;
+  int32_t FCount = 0;
+  TSQNode* FHead = nullptr;
+  TSQNode* FTail = nullptr;
+  TNotifyEvent FOnChange;
+  int32_t FUpdateCount = 0;
+
+ private:
+  void FreeNodes();
+};
+
+// The general singly linked list; publishes Head, Tail and OnChange.
+// (The published-property table is declared with the streaming layer.)
+class TPelLinkedList : public TPelCustomLinkedList {
+  PEL_CLASS(TPelLinkedList, TPelCustomLinkedList)
+ public:
+  using TPelCustomLinkedList::GetHead;
+  using TPelCustomLinkedList::GetTail;
+};
+
+// A doubly linked list of TSQDoubleNode nodes; indexed access to the back
+// half walks from the tail.
+class TPelDoublyLinkedList : public TPelLinkedList {
+  PEL_CLASS(TPelDoublyLinkedList, TPelLinkedList)
+ public:
+  TSQNode* GetNode(int32_t Index) override;
+  // Node takes over the old node's links and the old node is freed, but
+  // deliberately no neighbour, head or tail is relinked to Node: the list
+  // keeps referring to the freed node until the caller repairs it (SetHead,
+  // SetTail, SetNext, SetPrevious). Node stays the caller's.
+  void SetNode(int32_t Index, TSQNode* Node) override;
+  void Delete(TSQNode* Node) override;
+  // Node must be a TSQDoubleNode (EInvalidCast otherwise).
+  TSQNode* Insert(TSQNode* Node, TSQNode* Before) override;
+  TSQNode* NewNode() override;
+
+  TSQDoubleNode* GetHead() const { return As<TSQDoubleNode>(FHead); }
+  TSQDoubleNode* GetTail() const { return As<TSQDoubleNode>(FTail); }
+  // These store the reference only: no relinking, count or notification.
+  void SetHead(TSQDoubleNode* Value) { FHead = Value; }
+  void SetTail(TSQDoubleNode* Value) { FTail = Value; }
+};
+
+// ---------------------------------------------------------------------------
+// Queues and stacks. All take from the head; they differ in where AddNode
+// and Insert put a node.
+
+// A first-in first-out queue of objects; publishes OnChange.
+class TPelQueue : public TPelCustomLinkedList {
+  PEL_CLASS(TPelQueue, TPelCustomLinkedList)
+ public:
+  // Takes the head's item and deletes the head node (not the item).
+  virtual TObject* Pop();
+  // A new node appended through AddNode; its Item is set after the change
+  // notification has run.
+  virtual TSQNode* Push(TObject* Item);
+
+  // The head's item; EListError when empty.
+  TObject* GetTop();
+};
+
+// A last-in first-out stack of objects: a new node becomes the head.
+class TPelStack : public TPelQueue {
+  PEL_CLASS(TPelStack, TPelQueue)
+ public:
+  using TPelCustomLinkedList::Assign;
+  // From another TPelStack: the top stays on top. From any other linked
+  // list the nodes go through AddNode, which reverses their order.
+  void Assign(TPersistent* Source) override;
+  TSQNode* AddNode(TSQNode* Node) override;
+  // Copies List's nodes in their order in front of this stack's head.
+  virtual void AddStack(TPelCustomLinkedList* List);
+};
+
+// A queue of strings, each of which may carry an object.
+//
+// Its "Strings" property (the values, in order) is persisted through
+// DefineProperties/ReadData/WriteData once the filer classes exist.
+class TPelStringQueue : public TPelQueue {
+  PEL_CLASS(TPelStringQueue, TPelQueue)
+ public:
+  // Into a platform TStrings: cleared, then each value with its item from
+  // the head. Anything else goes to TPersistent.
+  void AssignTo(TPersistent* Dest) override;
+  // Node must be a TSQStringNode (EInvalidCast otherwise).
+  TSQNode* Insert(TSQNode* Node, TSQNode* Before) override;
+  TSQNode* NewNode() override;
+  virtual String PopString();
+
+  String GetTopString();
+  TSQStringNode* PushString(const String& S);
+  TSQStringNode* PushItem(const String& S, TObject* Item);
+  // Pops the head: its string is returned, its item stored in Item.
+  String PopItem(TObject*& Item);
+  // The first node whose value equals S ignoring ASCII case, or nothing.
+  TSQStringNode* FindString(const String& S);
+  // 1-based on purpose (the head gives 1), unlike IndexOfItem; -1 if absent.
+  int32_t IndexOfString(const String& S);
+  String GetStrings(int32_t Index);
+  // Replaces the value without notification.
+  void SetStrings(int32_t Index, const String& S);
+  TSQStringNode* GetStringNode(int32_t Index);
+  void SetStringNode(int32_t Index, TSQStringNode* Node);
+  TSQStringNode* GetNext();
+  // Same count and the same strings, case-sensitively; items are ignored.
+  bool Equals(TPelStringQueue* Other);
+};
+
+// A last-in first-out stack of strings.
+class TPelStringStack : public TPelStringQueue {
+  PEL_CLASS(TPelStringStack, TPelStringQueue)
+ public:
+  using TPelCustomLinkedList::Assign;
+  // From another TPelStringStack the top stays on top; otherwise as the
+  // linked list, which reverses the order.
+  void Assign(TPersistent* Source) override;
+  TSQNode* AddNode(TSQNode* Node) override;
+  virtual void AddStack(TPelCustomLinkedList* List);
+};
+
+// A string queue whose nodes carry priorities, kept with an insertion that
+// deliberately links nothing: Insert only points the new node's Next at
+// the place the node would go, leaving head, tail, Count and notification
+// alone. So PushP, PushItemP, PushString and Push return a node that is not
+// in the queue and now belongs to the caller, who frees it. The queue stays
+// empty, so ChangePriority, which still deletes the old node, always raises
+// "List is empty".
+class TPelPriorityStringQueue : public TPelStringQueue {
+  PEL_CLASS(TPelPriorityStringQueue, TPelStringQueue)
+ public:
+  // Copies of List's nodes (with their priority when they have one) go
+  // through AddNode; as nothing gets linked they are freed again.
+  void AddLinkedList(TPelCustomLinkedList* List) override;
+  TSQNode* Insert(TSQNode* Node, TSQNode* Before) override;
+  TSQNode* NewNode() override;
+  virtual TSQPriorityStringNode* ChangePriority(TSQPriorityStringNode* Node, int32_t Priority);
+  virtual TSQPriorityStringNode* PushP(TObject* Item, int32_t Priority);
+  // Sets Item and Priority; S is deliberately not stored.
+  virtual TSQPriorityStringNode* PushItemP(const String& S, TObject* Item, int32_t Priority);
+
+  int32_t GetPriority(int32_t Index);
+  TSQPriorityStringNode* GetPriorityNode(int32_t Index);
+  void SetPriorityNode(int32_t Index, TSQPriorityStringNode* Node);
+  TSQPriorityStringNode* GetNext();
+};
+
+// A queue of objects served in ascending priority. Among equal priorities a
+// newcomer goes before the equal ones at the head and in the middle, but
+// behind an equal tail; that order is intended.
+class TPelPriorityQueue : public TPelQueue {
+  PEL_CLASS(TPelPriorityQueue, TPelQueue)
+ public:
+  // Copies of List's nodes keep their priority when they are TSQPriorityNode.
+  void AddLinkedList(TPelCustomLinkedList* List) override;
+  // Before is ignored: the node goes where its priority puts it.
+  TSQNode* Insert(TSQNode* Node, TSQNode* Before) override;
+  TSQNode* NewNode() override;
+  // Replaces Node by a copy with the new priority (two notifications);
+  // returns the copy. Node is freed.
+  virtual TSQPriorityNode* ChangePriority(TSQPriorityNode* Node, int32_t Priority);
+  virtual TSQPriorityNode* PushP(TObject* Item, int32_t Priority);
+
+  TSQPriorityNode* ChangePriority(int32_t Index, int32_t Priority);
+  int32_t GetPriority(int32_t Index);
+  TSQPriorityNode* GetPriorityNode(int32_t Index);
+  void SetPriorityNode(int32_t Index, TSQPriorityNode* Node);
+  TSQPriorityNode* GetNext();
+};
+
+}  // namespace pel

@@ -1,0 +1,81 @@
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "lists/ListColl.h"
+
+using namespace pel;
+
+namespace {
+
+std::vector<int> gFreed;
+int gTests = 0;
+
+struct TNumber : TObject {
+  PEL_CLASS(TNumber, TObject)
+ public:
+  explicit TNumber(int v) : Value(v) {}
+  ~TNumber() override { gFreed.push_back(Value); }
+  int Value;
+};
+
+int ValueOf(TObject* o) { return o ? static_cast<TNumber*>(o)->Value : -1; }
+bool IsEven(TObject* o) {
+  ++gTests;
+  return static_cast<TNumber*>(o)->Value % 2 == 0;
+}
+
+// Records what the list tells its descendants while it is freed.
+class TWatchedCollection : public TListCollection {
+  PEL_CLASS(TWatchedCollection, TListCollection)
+ public:
+  explicit TWatchedCollection(std::vector<std::string>* log) : FLog(log) {}
+
+ protected:
+  void Notify(void* Ptr, TListNotification Action) override {
+    FLog->push_back(std::to_string(ValueOf(static_cast<TObject*>(Ptr))) +
+                    (Action == lnDeleted ? " deleted" : " other"));
+  }
+
+ private:
+  std::vector<std::string>* FLog;
+};
+
+}  // namespace
+
+TEST(ListCollection, SearchesByPredicate) {
+  auto l = Make<TListCollection>();
+  gTests = 0;
+  EXPECT_EQ(l->FirstThat(IsEven), nullptr);
+  EXPECT_EQ(l->LastThat(IsEven), nullptr);
+  EXPECT_EQ(gTests, 0);  // an empty list never calls the test
+
+  TNumber* n[5];
+  for (int i = 0; i < 5; ++i) l->Add(n[i] = New<TNumber>(i + 1));  // 1 2 3 4 5
+  EXPECT_EQ(ValueOf(l->FirstThat(IsEven)), 2);
+  EXPECT_EQ(ValueOf(l->LastThat(IsEven)), 4);
+  EXPECT_EQ(ValueOf(l->NextThat(n[1], IsEven)), 4);  // the element itself is skipped
+  EXPECT_EQ(ValueOf(l->PrevThat(n[3], IsEven)), 2);
+  EXPECT_EQ(l->NextThat(n[4], IsEven), nullptr);
+  EXPECT_EQ(l->PrevThat(n[0], IsEven), nullptr);
+  TNumber stranger(8);
+  EXPECT_EQ(l->NextThat(&stranger, IsEven), nullptr);
+  EXPECT_EQ(l->PrevThat(&stranger, IsEven), nullptr);
+
+  static int sum;
+  sum = 0;
+  l->ForEach([](TObject* o) { sum += ValueOf(o); });
+  EXPECT_EQ(sum, 15);
+  gFreed.clear();
+}
+
+TEST(ListCollection, FreeingRemovesAndFreesInIndexOrder) {
+  std::vector<std::string> log;
+  gFreed.clear();
+  auto* l = New<TWatchedCollection>(&log);
+  for (int i = 1; i <= 3; ++i) l->Add(New<TNumber>(i));
+  log.clear();
+  Free(l);
+  EXPECT_EQ(gFreed, (std::vector<int>{1, 2, 3}));
+  EXPECT_EQ(log, (std::vector<std::string>{"1 deleted", "2 deleted", "3 deleted"}));
+}

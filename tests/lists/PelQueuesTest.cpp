@@ -1,0 +1,321 @@
+// Linked queues, stacks and priority queues.
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "lists/ListsTestSupport.h"
+#include "lists/PelLists.h"
+
+using namespace pel;
+using namespace pel::test;
+
+namespace {
+
+// A queue and a stack whose nodes are counted.
+class TCountedQueue : public TPelQueue {
+  PEL_CLASS(TCountedQueue, TPelQueue)
+ public:
+  TSQNode* NewNode() override { return New<TCountedNode>(); }
+};
+
+class TCountedStack : public TPelStack {
+  PEL_CLASS(TCountedStack, TPelStack)
+ public:
+  TSQNode* NewNode() override { return New<TCountedNode>(); }
+  TSQNode* Tail() const { return GetTail(); }
+};
+
+std::vector<TObject*> PopAll(TPelQueue* Q) {
+  std::vector<TObject*> r;
+  while (!Q->IsEmpty()) r.push_back(Q->Pop());
+  return r;
+}
+
+std::vector<String> PopAllStrings(TPelStringQueue* Q) {
+  std::vector<String> r;
+  while (!Q->IsEmpty()) r.push_back(Q->PopString());
+  return r;
+}
+
+std::vector<int32_t> Priorities(TPelPriorityQueue* Q) {
+  std::vector<int32_t> r;
+  for (int32_t i = 0; i < Q->GetCount(); ++i) r.push_back(Q->GetPriority(i));
+  return r;
+}
+
+}  // namespace
+
+TEST(PelQueue, FirstInFirstOutAndOwnership) {
+  TCountedItem a, b, c;
+  {
+    Owned<TCountedQueue> q = Make<TCountedQueue>();
+    ExpectRaises<EListError>([&] { q->GetTop(); }, "List is empty");
+    ExpectRaises<EListError>([&] { q->Pop(); }, "List is empty");
+
+    // The notification runs before Push stores the item.
+    std::vector<TObject*> seenAtChange;
+    q->SetOnChange([&](TObject*) { seenAtChange.push_back(q->GetItem(q->GetCount() - 1)); });
+    q->Push(&a);
+    q->Push(&b);
+    EXPECT_EQ(seenAtChange, (std::vector<TObject*>{nullptr, nullptr}));
+    q->SetOnChange(nullptr);
+    EXPECT_EQ(q->GetTop(), &a);
+    EXPECT_EQ(q->Pop(), &a);
+    EXPECT_EQ(TCountedNode::Alive, 1);
+    q->Push(&c);
+    EXPECT_EQ(PopAll(q.get()), (std::vector<TObject*>{&b, &c}));
+    q->Push(&a);
+  }
+  EXPECT_EQ(TCountedNode::Alive, 0);
+  EXPECT_EQ(TCountedItem::Alive, 3);
+}
+
+TEST(PelStack, LastInFirstOutAndStackCopies) {
+  TCountedItem a, b, c, d;
+  Owned<TCountedStack> s = Make<TCountedStack>();
+  s->Push(&a);
+  s->Push(&b);
+  EXPECT_EQ(s->GetTop(), &b);
+  EXPECT_EQ(s->Tail(), s->GetNode(1));
+
+  // AddStack puts the copies, in order, above the current top.
+  Owned<TCountedStack> other = Make<TCountedStack>();
+  other->Push(&c);
+  other->Push(&d);
+  TChangeCounter changes;
+  s->SetOnChange(changes.Handler());
+  s->AddStack(other.get());
+  EXPECT_EQ(changes.Count, 1);
+  EXPECT_EQ(s->GetCount(), 4);
+  EXPECT_EQ(TCountedNode::Alive, 6);
+
+  // Stack to stack keeps the top on top; into an empty stack the last copy
+  // becomes the tail.
+  Owned<TCountedStack> copy = Make<TCountedStack>();
+  copy->Assign(s.get());
+  EXPECT_EQ(copy->Tail(), copy->GetNode(3));
+  copy->Delete(copy->GetNode(3));
+  EXPECT_EQ(copy->Tail(), copy->GetNode(2));
+  EXPECT_EQ(PopAll(copy.get()), (std::vector<TObject*>{&d, &c, &b}));
+  EXPECT_EQ(PopAll(s.get()), (std::vector<TObject*>{&d, &c, &b, &a}));
+
+  // A plain linked list goes through AddNode and comes out reversed.
+  Owned<TPelLinkedList> plain = Make<TPelLinkedList>();
+  plain->Add(&a);
+  plain->Add(&b);
+  plain->Add(&c);
+  s->Assign(plain.get());
+  EXPECT_EQ(PopAll(s.get()), (std::vector<TObject*>{&c, &b, &a}));
+  Owned<TList> pointers = Make<TList>();
+  pointers->Add(&a);
+  pointers->Add(&b);
+  s->Assign(pointers.get());
+  EXPECT_EQ(PopAll(s.get()), (std::vector<TObject*>{&b, &a}));
+  EXPECT_EQ(TCountedNode::Alive, 2);  // other's nodes
+}
+
+TEST(PelStringQueue, StringsItemsAndSearch) {
+  TCountedItem a, b;
+  Owned<TPelStringQueue> q = Make<TPelStringQueue>();
+  ExpectRaises<EListError>([&] { q->GetTopString(); }, "List is empty");
+  ExpectRaises<EListError>([&] { q->PopString(); }, "List is empty");
+  TObject* item = &a;
+  ExpectRaises<EListError>([&] { q->PopItem(item); }, "List is empty");
+  EXPECT_EQ(item, &a);
+
+  q->PushString("Alpha");
+  TSQStringNode* beta = q->PushItem("Beta", &b);
+  q->PushString("gamma");
+  EXPECT_EQ(q->GetTopString(), "Alpha");
+  EXPECT_EQ(q->FindString("BETA"), beta);
+  EXPECT_EQ(q->FindString("delta"), nullptr);
+  // IndexOfString is 1-based on purpose, IndexOfItem 0-based.
+  EXPECT_EQ(q->IndexOfString("alpha"), 1);
+  EXPECT_EQ(q->IndexOfString("GAMMA"), 3);
+  EXPECT_EQ(q->IndexOfString("delta"), -1);
+  EXPECT_EQ(q->IndexOfItem(&b), 1);
+
+  TChangeCounter changes;
+  q->SetOnChange(changes.Handler());
+  q->SetStrings(2, "Gamma");
+  EXPECT_EQ(changes.Count, 0);
+  EXPECT_EQ(q->GetStrings(2), "Gamma");
+  ExpectRaises<EListError>([&] { q->GetStrings(3); }, "Invalid Index");
+
+  // Only string nodes are accepted.
+  Owned<TSQNode> plain = Make<TSQNode>();
+  ExpectRaises<EInvalidCast>([&] { q->Insert(plain.get(), nullptr); }, "Invalid class typecast");
+  ExpectRaises<EInvalidCast>([&] { q->AddNode(plain.get()); }, "Invalid class typecast");
+  EXPECT_EQ(q->GetCount(), 3);
+  EXPECT_EQ(changes.Count, 0);
+
+  // Equals compares the strings exactly and ignores items.
+  Owned<TPelStringQueue> other = Make<TPelStringQueue>();
+  other->PushItem("Alpha", &a);
+  other->PushString("Beta");
+  EXPECT_FALSE(q->Equals(other.get()));
+  other->PushString("gamma");
+  EXPECT_FALSE(q->Equals(other.get()));
+  other->SetStrings(2, "Gamma");
+  EXPECT_TRUE(q->Equals(other.get()));
+
+  // Into a platform string list: replaced by the values and items in order.
+  Owned<TStringList> list = Make<TStringList>();
+  list->Add("stale");
+  list->Assign(q.get());
+  EXPECT_EQ(list->GetText(), String("Alpha\r\nBeta\r\nGamma\r\n"));
+  EXPECT_EQ(list->GetObject(1), &b);
+  ExpectRaises<EConvertError>([&] { q->Assign(list.get()); },
+                              "Cannot assign a TStringList to a TPelStringQueue");
+  EXPECT_EQ(q->GetCount(), 3);
+
+  q->Reset();
+  EXPECT_EQ(q->GetNext()->GetValue(), "Alpha");
+  EXPECT_EQ(q->PopString(), "Alpha");
+  EXPECT_EQ(q->PopItem(item), "Beta");
+  EXPECT_EQ(item, &b);
+  EXPECT_EQ(TCountedItem::Alive, 2);
+}
+
+TEST(PelStringStack, OrderAndAssignment) {
+  TCountedItem a;
+  Owned<TPelStringStack> s = Make<TPelStringStack>();
+  s->PushString("bottom");
+  s->PushItem("middle", &a);
+  s->PushString("top");
+  EXPECT_EQ(s->GetTopString(), "top");
+  EXPECT_EQ(s->IndexOfString("BOTTOM"), 3);
+
+  Owned<TPelStringStack> copy = Make<TPelStringStack>();
+  copy->PushString("old");
+  copy->Assign(s.get());
+  EXPECT_TRUE(copy->Equals(s.get()));
+  EXPECT_EQ(copy->GetStringNode(1)->GetItem(), &a);
+
+  // From a string queue the order reverses, as through AddNode.
+  Owned<TPelStringQueue> q = Make<TPelStringQueue>();
+  q->PushString("first");
+  q->PushString("second");
+  copy->Assign(q.get());
+  EXPECT_EQ(PopAllStrings(copy.get()), (std::vector<String>{"second", "first"}));
+  EXPECT_EQ(PopAllStrings(s.get()), (std::vector<String>{"top", "middle", "bottom"}));
+}
+
+TEST(PelPriorityQueue, SmallestFirstWithTheDefinedTieBreaks) {
+  TCountedItem i5a, i1, i5b, i3, x, y;
+  Owned<TPelPriorityQueue> q = Make<TPelPriorityQueue>();
+  TChangeCounter changes;
+  q->SetOnChange(changes.Handler());
+  q->PushP(&i5a, 5);
+  q->PushP(&i1, 1);
+  q->PushP(&i5b, 5);
+  q->PushP(&i3, 3);
+  EXPECT_EQ(changes.Count, 4);
+  EXPECT_EQ(Priorities(q.get()), (std::vector<int32_t>{1, 3, 5, 5}));
+  // The earlier 5 was the tail when the later one came, so it stays ahead.
+  EXPECT_EQ(PopAll(q.get()), (std::vector<TObject*>{&i1, &i3, &i5a, &i5b}));
+
+  // Equal to the head: the newcomer goes first.
+  q->PushP(&x, 2);
+  q->PushP(&y, 2);
+  EXPECT_EQ(PopAll(q.get()), (std::vector<TObject*>{&y, &x}));
+  // Equal in the middle: the newcomer goes before the equal ones.
+  q->PushP(&i1, 1);
+  q->PushP(&i5a, 5);
+  q->PushP(&x, 3);
+  q->PushP(&y, 3);
+  EXPECT_EQ(PopAll(q.get()), (std::vector<TObject*>{&i1, &y, &x, &i5a}));
+  // Negative priorities and Push (priority 0) mix in.
+  q->PushP(&x, -7);
+  q->Push(&y);
+  q->PushP(&i3, 3);
+  EXPECT_EQ(Priorities(q.get()), (std::vector<int32_t>{-7, 0, 3}));
+  EXPECT_EQ(q->GetPriorityNode(1)->GetItem(), &y);
+  ExpectRaises<EListError>([&] { q->GetPriority(3); }, "Invalid Index");
+  // Before is ignored by Insert.
+  auto* node = As<TSQPriorityNode>(q->NewNode());
+  node->SetPriority(10);
+  q->Insert(node, q->GetNode(0));
+  EXPECT_EQ(q->GetPriorityNode(3), node);
+  Owned<TSQNode> plain = Make<TSQNode>();
+  ExpectRaises<EInvalidCast>([&] { q->Insert(plain.get(), nullptr); }, "Invalid class typecast");
+  EXPECT_EQ(q->GetCount(), 4);
+}
+
+TEST(PelPriorityQueue, ChangePriorityAndCopies) {
+  TCountedItem a, b, c;
+  Owned<TPelPriorityQueue> q = Make<TPelPriorityQueue>();
+  TSQPriorityNode* na = q->PushP(&a, 1);
+  q->PushP(&b, 2);
+  q->PushP(&c, 3);
+  TChangeCounter changes;
+  q->SetOnChange(changes.Handler());
+
+  TSQPriorityNode* moved = q->ChangePriority(na, 9);
+  EXPECT_NE(moved, na);
+  EXPECT_EQ(moved->GetItem(), &a);
+  EXPECT_EQ(changes.Count, 2);  // the insert and the delete
+  EXPECT_EQ(q->GetPriorityNode(2), moved);
+  q->ChangePriority(1, 0);  // c to the front
+  EXPECT_EQ(Priorities(q.get()), (std::vector<int32_t>{0, 2, 9}));
+  EXPECT_EQ(q->GetItem(0), &c);
+
+  // A node that is not in the queue: nothing changes.
+  Owned<TSQPriorityNode> loose(TSQPriorityNodeClass(TSQPriorityNode::StaticClass()).Create(4));
+  ExpectRaises<EListError>([&] { q->ChangePriority(loose.get(), 1); },
+                           "Cannot find node within list");
+  ExpectRaises<EConvertError>([&] { q->ChangePriority(nullptr, 1); },
+                              "Cannot assign a nil to a TSQPriorityNode");
+  ExpectRaises<EListError>([&] { q->ChangePriority(3, 1); }, "Invalid Index");
+  EXPECT_EQ(Priorities(q.get()), (std::vector<int32_t>{0, 2, 9}));
+  EXPECT_EQ(changes.Count, 4);
+
+  // Copies keep priorities from a priority queue, get 0 from other lists.
+  Owned<TPelPriorityQueue> copy = Make<TPelPriorityQueue>();
+  copy->Assign(q.get());
+  EXPECT_EQ(Priorities(copy.get()), (std::vector<int32_t>{0, 2, 9}));
+  Owned<TPelLinkedList> plain = Make<TPelLinkedList>();
+  plain->Add(&a);
+  copy->AddLinkedList(plain.get());
+  EXPECT_EQ(Priorities(copy.get()), (std::vector<int32_t>{0, 0, 2, 9}));
+  EXPECT_EQ(copy->GetItem(0), &a);  // newest first among equal head priorities
+  copy->Reset();
+  EXPECT_EQ(copy->GetNext()->GetPriority(), 0);
+  // A plain linked list copies items, not priorities.
+  plain->Assign(q.get());
+  EXPECT_EQ(plain->GetCount(), 3);
+  EXPECT_FALSE(Is<TSQPriorityNode>(plain->GetHead()));
+}
+
+TEST(PelPriorityStringQueue, InsertLinksNothing) {
+  TCountedItem a;
+  Owned<TPelPriorityStringQueue> q = Make<TPelPriorityStringQueue>();
+  TChangeCounter changes;
+  q->SetOnChange(changes.Handler());
+
+  // The pushed node is handed back but never joins the queue.
+  Owned<TSQPriorityStringNode> p(q->PushItemP("lost", &a, 3));
+  EXPECT_EQ(p->GetItem(), &a);
+  EXPECT_EQ(p->GetPriority(), 3);
+  EXPECT_EQ(p->GetValue(), "");  // the string is not stored
+  EXPECT_EQ(p->GetNext(), nullptr);
+  Owned<TSQPriorityStringNode> s(As<TSQPriorityStringNode>(q->PushString("also lost")));
+  EXPECT_EQ(s->GetValue(), "also lost");
+  Owned<TSQPriorityStringNode> r(q->PushP(&a, 1));
+  EXPECT_EQ(q->GetCount(), 0);
+  EXPECT_TRUE(q->IsEmpty());
+  EXPECT_EQ(changes.Count, 0);
+  ExpectRaises<EListError>([&] { q->PopString(); }, "List is empty");
+
+  // Copies go nowhere (and are not leaked); the bracket still notifies.
+  Owned<TPelStringQueue> source = Make<TPelStringQueue>();
+  source->PushString("one");
+  source->PushString("two");
+  q->AddLinkedList(source.get());
+  EXPECT_EQ(q->GetCount(), 0);
+  EXPECT_EQ(changes.Count, 1);
+  // ChangePriority deletes the old node, which cannot be in the queue.
+  ExpectRaises<EListError>([&] { q->ChangePriority(p.get(), 1); }, "List is empty");
+  Owned<TSQStringNode> plain = Make<TSQStringNode>();
+  ExpectRaises<EInvalidCast>([&] { q->Insert(plain.get(), nullptr); }, "Invalid class typecast");
+}

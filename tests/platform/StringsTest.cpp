@@ -1,0 +1,210 @@
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "platform/Classes.h"
+
+using namespace pel;
+
+namespace {
+
+std::vector<std::string> Items(TStrings& l) {
+  std::vector<std::string> r;
+  for (int32_t i = 0; i < l.GetCount(); ++i) r.push_back(l.Get(i));
+  return r;
+}
+
+// A list whose events are written into a log.
+Owned<TStringList> Logged(std::vector<std::string>& log) {
+  auto l = Make<TStringList>();
+  l->SetOnChanging([&log](TObject*) { log.push_back("changing"); });
+  l->SetOnChange([&log](TObject*) { log.push_back("changed"); });
+  return l;
+}
+
+}  // namespace
+
+TEST(StringList, GrowsInFrameworkSteps) {
+  auto l = Make<TStringList>();
+  std::vector<int32_t> capacities;
+  for (int i = 0; i < 119; ++i) {
+    l->Add("s");
+    if (capacities.empty() || capacities.back() != l->GetCapacity())
+      capacities.push_back(l->GetCapacity());
+  }
+  EXPECT_EQ(capacities, (std::vector<int32_t>{4, 8, 12, 28, 44, 60, 76, 95, 118, 147}));
+  try {
+    l->SetCapacity(3);
+    FAIL() << "no error";
+  } catch (const EStringListError& e) {
+    EXPECT_STREQ(e.what(), "List capacity out of bounds (3)");
+  }
+  EXPECT_EQ(l->GetCount(), 119);
+}
+
+TEST(StringList, SortedInsertionFollowsDuplicates) {
+  auto l = Make<TStringList>();
+  l->SetSorted(true);
+  for (const char* s : {"pear", "Apple", "fig"}) l->Add(s);
+  EXPECT_EQ(Items(*l), (std::vector<std::string>{"Apple", "fig", "pear"}));
+  // Case-insensitive by default: "APPLE" is a duplicate.
+  EXPECT_EQ(l->Add("APPLE"), 0);
+  EXPECT_EQ(l->GetCount(), 3);
+  l->SetDuplicates(dupError);
+  EXPECT_THROW(l->Add("FIG"), EStringListError);
+  EXPECT_EQ(l->GetCount(), 3);
+  l->SetDuplicates(dupAccept);
+  EXPECT_EQ(l->Add("FIG"), 1);  // before the equal one
+  EXPECT_EQ(Items(*l), (std::vector<std::string>{"Apple", "FIG", "fig", "pear"}));
+  int32_t index;
+  EXPECT_TRUE(l->Find("fig", index));
+  EXPECT_EQ(index, 1);
+  EXPECT_FALSE(l->Find("grape", index));
+  EXPECT_EQ(index, 3);
+  try {
+    l->Insert(0, "x");
+    FAIL() << "no error";
+  } catch (const EStringListError& e) {
+    EXPECT_STREQ(e.what(), "Operation not allowed on sorted list");
+  }
+  EXPECT_THROW(l->Put(0, "x"), EStringListError);
+  // Case-sensitive re-sorts the list in its new order.
+  l->Add("banana");
+  l->SetCaseSensitive(true);  // byte order in the "C" locale
+  EXPECT_EQ(Items(*l), (std::vector<std::string>{"Apple", "FIG", "banana", "fig", "pear"}));
+  EXPECT_EQ(l->IndexOf("apple"), -1);
+}
+
+TEST(StringList, NotifiesAroundEachChangeAndOncePerUpdate) {
+  std::vector<std::string> log;
+  auto l = Logged(log);
+  l->Add("a");
+  l->Insert(0, "b");
+  l->Put(0, "c");
+  l->Exchange(0, 1);
+  l->Delete(0);
+  EXPECT_EQ(log.size(), 10u);
+  for (std::size_t i = 0; i < log.size(); ++i) EXPECT_EQ(log[i], i % 2 ? "changed" : "changing");
+  log.clear();
+  EXPECT_THROW(l->Delete(3), EStringListError);
+  EXPECT_THROW(l->Get(-1), EStringListError);
+  EXPECT_TRUE(log.empty());  // a failed check changes and tells nothing
+  l->BeginUpdate();
+  l->BeginUpdate();
+  l->Add("x");
+  l->Clear();
+  l->EndUpdate();
+  EXPECT_EQ(log, (std::vector<std::string>{"changing"}));
+  l->EndUpdate();
+  EXPECT_EQ(log, (std::vector<std::string>{"changing", "changed"}));
+  log.clear();
+  l->Clear();  // already empty: nothing
+  EXPECT_TRUE(log.empty());
+}
+
+TEST(StringList, TextAndCommaTextRoundTrip) {
+  auto l = Make<TStringList>();
+  l->SetText("one\r\ntwo\nthree\rfour");
+  EXPECT_EQ(Items(*l), (std::vector<std::string>{"one", "two", "three", "four"}));
+  EXPECT_EQ(l->GetText(), "one\r\ntwo\r\nthree\r\nfour\r\n");
+
+  l->Clear();
+  for (const char* s : {"plain", "with space", "quote\"d", "", "a,b"}) l->Add(s);
+  const String comma = l->GetCommaText();
+  EXPECT_EQ(comma, "plain,\"with space\",\"quote\"\"d\",,\"a,b\"");
+  auto back = Make<TStringList>();
+  back->SetCommaText(comma);
+  EXPECT_EQ(Items(*back), Items(*l));
+  // Unquoted blanks separate too; a trailing delimiter adds an empty string.
+  back->SetCommaText(" x y, z,");
+  EXPECT_EQ(Items(*back), (std::vector<std::string>{"x", "y", "z", ""}));
+  back->Clear();
+  back->Add("");
+  EXPECT_EQ(back->GetCommaText(), "\"\"");
+  back->SetDelimiter(';');
+  back->SetDelimitedText("a;b c;\"d;e\"");
+  EXPECT_EQ(Items(*back), (std::vector<std::string>{"a", "b", "c", "d;e"}));
+
+  back->Clear();
+  back->SetValue("key", "value");
+  back->Add("other=1");
+  EXPECT_EQ(back->GetValue("KEY"), "value");
+  EXPECT_EQ(back->IndexOfName("other"), 1);
+  EXPECT_EQ(back->GetValueFromIndex(1), "1");
+  back->SetValue("key", "");
+  EXPECT_EQ(Items(*back), (std::vector<std::string>{"other=1"}));
+}
+
+namespace {
+
+// Storage of its own: the base class builds everything else on these.
+class TVectorStrings : public TStrings {
+  PEL_CLASS(TVectorStrings, TStrings)
+ public:
+  std::vector<std::string> Data;
+  std::vector<std::string> Calls;
+  String Get(int32_t Index) override { return Data.at(static_cast<std::size_t>(Index)); }
+  int32_t GetCount() override { return static_cast<int32_t>(Data.size()); }
+  void Clear() override {
+    Calls.push_back("clear");
+    Data.clear();
+  }
+  void Delete(int32_t Index) override {
+    Calls.push_back("delete " + std::to_string(Index));
+    Data.erase(Data.begin() + Index);
+  }
+  void Insert(int32_t Index, const String& S) override {
+    Calls.push_back("insert " + std::to_string(Index));
+    Data.insert(Data.begin() + Index, S);
+  }
+  void SetUpdateState(bool Updating) override { Calls.push_back(Updating ? "open" : "close"); }
+};
+
+}  // namespace
+
+TEST(Strings, HelpersGoThroughTheVirtualStorage) {
+  auto v = Make<TVectorStrings>();
+  v->Add("b");
+  v->Add("A");
+  EXPECT_EQ(v->IndexOf("a"), 1);  // compared ignoring case
+  v->Move(1, 0);
+  EXPECT_EQ(v->Data, (std::vector<std::string>{"A", "b"}));
+  v->Put(1, "c");  // the base replaces by delete and insert
+  EXPECT_EQ(v->Data, (std::vector<std::string>{"A", "c"}));
+  v->Calls.clear();
+
+  auto source = Make<TStringList>();
+  source->Add("x");
+  source->Add("y");
+  v->Assign(source.get());
+  EXPECT_EQ(v->Data, (std::vector<std::string>{"x", "y"}));
+  EXPECT_EQ(v->Calls, (std::vector<std::string>{"open", "clear", "insert 0", "insert 1", "close"}));
+  EXPECT_TRUE(v->Equals(source.get()));
+  EXPECT_EQ(v->GetText(), "x\r\ny\r\n");
+
+  TPersistent other;
+  try {
+    v->Assign(&other);
+    FAIL() << "no error";
+  } catch (const EConvertError& e) {
+    EXPECT_STREQ(e.what(), "Cannot assign a TPersistent to a TVectorStrings");
+  }
+  EXPECT_EQ(v->Data.size(), 2u);
+}
+
+TEST(StringList, CustomSortAndObjects) {
+  auto l = Make<TStringList>();
+  TObject a, b, c;
+  l->AddObject("3", &c);
+  l->AddObject("1", &a);
+  l->AddObject("2", &b);
+  l->CustomSort([](TStringList* list, int32_t i, int32_t j) {
+    return CompareStr(list->Get(j), list->Get(i));  // descending
+  });
+  EXPECT_EQ(Items(*l), (std::vector<std::string>{"3", "2", "1"}));
+  EXPECT_EQ(l->GetObject(0), &c);
+  EXPECT_EQ(l->IndexOfObject(&a), 2);
+  l->Sort();
+  EXPECT_EQ(Items(*l), (std::vector<std::string>{"1", "2", "3"}));
+  EXPECT_EQ(l->GetObject(0), &a);
+}
