@@ -91,7 +91,7 @@ TPelCustomTreeNode* TPelBinaryTreeNode::GetChild(int32_t Index) const {
   } else if (Index == 1 && FLeft && FRight) {
     return FRight;
   }
-  TreeError(SInvalidIndex);
+  TreeError(peltree::SInvalidIndex);
 }
 
 void TPelBinaryTreeNode::SetChild(int32_t Index, TPelCustomTreeNode* Node) {
@@ -146,7 +146,7 @@ TPelCustomTreeNode* TPelBinaryTreeNode::InsertChild(int32_t Index) {
     FRight = node;
     return node;
   }
-  TreeError(SInvalidIndex);
+  TreeError(peltree::SInvalidIndex);
 }
 
 TPelBinaryTree* TPelBinaryTreeNode::GetBinaryOwner() const {
@@ -269,6 +269,13 @@ void TPelCustomTree::Assign(TPersistent* Source) {
 }
 
 void TPelCustomTree::AssignTo(TPersistent* Dest) {
+  if (auto* list = dynamic_cast<TPelCustomLinkedList*>(Dest)) {
+    list->Clear();
+    Traverse(
+        FRoot, [this](TPelCustomTreeNode* N, intptr_t Tag) { AddItem(N, Tag); }, toPreOrder,
+        reinterpret_cast<intptr_t>(static_cast<TObject*>(list)));
+    return;
+  }
   // Platform lists are not persistent objects here; see AssignTo(TList*).
   TPersistent::AssignTo(Dest);
 }
@@ -348,7 +355,12 @@ void TPelCustomTree::Traverse(TPelCustomTreeNode* Node, const TTreeIterator& Met
 
 void TPelCustomTree::AddItem(TPelCustomTreeNode* Node, intptr_t Tag) {
   auto* dest = reinterpret_cast<TObject*>(Tag);
-  if (auto* list = dynamic_cast<TList*>(dest)) list->Add(Node->GetData());
+  if (auto* linked = dynamic_cast<TPelCustomLinkedList*>(dest)) {
+    // The list carries the data pointer as its item; it never frees items.
+    linked->Add(static_cast<TObject*>(Node->GetData()));
+  } else if (auto* list = dynamic_cast<TList*>(dest)) {
+    list->Add(Node->GetData());
+  }
 }
 
 void TPelCustomTree::MatchChild(TPelCustomTreeNode* Node, intptr_t Tag) {

@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <functional>
 
+#include "lists/PelLists.h"
 #include "platform/Classes.h"
 #include "platform/SysUtils.h"
 
@@ -27,12 +28,21 @@ class TPelCustomTreeNode;
 
 PEL_EXCEPTION(ETreeException, Exception)
 
+// Messages of this unit, in its own namespace; SInvalidIndex has the same
+// text as the linked lists' one, which is visible in pel already.
+namespace peltree {
 constexpr const char* SCannotAddChildren = "Cannot add any more children to node";
 constexpr const char* SUnknownTreeNode = "Unknown Tree Node";
 constexpr const char* SCannotChangeNodeType = "Cannot change node types while any nodes exist";
 constexpr const char* SInvalidIndex = "Invalid Index";
 constexpr const char* SOwnerMismatch = "Owner of Node does not match Self";
 constexpr const char* SDuplicatePriorities = "Duplicate priorities in tree";
+}  // namespace peltree
+using peltree::SCannotAddChildren;
+using peltree::SCannotChangeNodeType;
+using peltree::SDuplicatePriorities;
+using peltree::SOwnerMismatch;
+using peltree::SUnknownTreeNode;
 
 enum TTraversalOrder : uint8_t { toPreOrder, toInOrder, toPostOrder };
 
@@ -165,7 +175,8 @@ class TPelCustomTree : public TPersistent {
 
   // Deep copy of another tree, then the inherited Assign as well.
   void Assign(TPersistent* Source) override;
-  // Data pointers in pre-order into a platform list (cleared first).
+  // Data pointers in pre-order into a linked list or a platform list
+  // (cleared first); other targets go to TPersistent.
   void AssignTo(TPersistent* Dest) override;
   void AssignTo(TList* Dest);
 

@@ -221,14 +221,16 @@ TEST(PelTree, NodeTypeFreeingAndDescendantClear) {
 }
 
 TEST(PelTree, NotificationBrackets) {
-  auto tree = Make<TPelTree>();
+  // Declared before the tree: freeing the tree clears it and notifies.
   std::vector<std::string> log;
-  tree->SetOnChanging([&](TObject* s) {
-    EXPECT_EQ(s, tree.get());
+  auto tree = Make<TPelTree>();
+  TPelTree* self = tree.get();
+  tree->SetOnChanging([&log, self](TObject* s) {
+    EXPECT_EQ(s, self);
     log.push_back("changing");
   });
-  tree->SetOnChange([&](TObject* s) {
-    EXPECT_EQ(s, tree.get());
+  tree->SetOnChange([&log, self](TObject* s) {
+    EXPECT_EQ(s, self);
     log.push_back("change");
   });
   tree->SetRoot(As<TPelTreeNode>(tree->NewNode()));
@@ -252,6 +254,12 @@ TEST(PelTree, NotificationBrackets) {
   tree->Clear();
   EXPECT_EQ(log, (std::vector<std::string>{"changing", "change"}));
   EXPECT_EQ(tree->GetRoot(), nullptr);
+  log.clear();
+  tree->SetRoot(As<TPelTreeNode>(tree->NewNode()));
+  tree->GetRoot()->NewChild();
+  log.clear();
+  tree.reset();  // freeing clears inside one bracket
+  EXPECT_EQ(log, (std::vector<std::string>{"changing", "change"}));
 }
 
 TEST(PelTree, AssignCopiesDeeplyThenRaises) {
@@ -264,8 +272,8 @@ TEST(PelTree, AssignCopiesDeeplyThenRaises) {
   a->NewChild()->SetData(&d[2]);
   src->GetRoot()->NewChild()->SetData(&d[3]);
 
-  auto dst = Make<TPelTree>();
   int changes = 0;
+  auto dst = Make<TPelTree>();
   dst->SetOnChange([&](TObject*) { ++changes; });
   // The copy is made and then the conversion error is raised: intended.
   ExpectRaises<EConvertError>([&] { dst->Assign(src.get()); },
@@ -290,7 +298,13 @@ TEST(PelTree, AssignCopiesDeeplyThenRaises) {
   ExpectRaises<EConvertError>([&] { dst->Assign(empty.get()); },
                               "Cannot assign a nil to a TPelTreeNode");
   EXPECT_EQ(dst->GetUpdateCount(), 0);
-  auto list = Make<TList>();
+  auto linked = Make<TPelLinkedList>();
+  linked->Add(nullptr);
+  src->AssignTo(linked.get());
+  ASSERT_EQ(linked->GetCount(), 4);
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(static_cast<void*>(linked->GetItem(i)), &d[i]);
+  linked.reset();
+  EXPECT_EQ(data(*src).size(), 4u);  // the tree's data outlives the list
   ExpectRaises<EConvertError>([&] { empty->AssignTo(static_cast<TPersistent*>(dst.get())); },
                               "Cannot assign a TPelTree to a TPelTree");
 }
@@ -393,8 +407,8 @@ TEST(PelHeightBalancedTree, RotationsAndFactors) {
 
 TEST(PelHeightBalancedTree, DuplicatesFindAndBracket) {
   int a = 0, b = 0;
-  auto t = Make<TPelHeightBalancedTree>();
   std::vector<std::string> log;
+  auto t = Make<TPelHeightBalancedTree>();
   t->SetOnChanging([&](TObject*) { log.push_back("changing"); });
   t->SetOnChange([&](TObject*) { log.push_back("change"); });
   for (int p : {10, 5, 15, 3, 7, 20, 1}) {
