@@ -227,7 +227,8 @@ void TPelTreeNode::DeleteChild(TPelCustomTreeNode* Node) {
 }
 
 TPelCustomTreeNode* TPelTreeNode::InsertChild(int32_t Index) {
-  if (Index < 0 || Index > FChildren->GetCount()) FChildren->Insert(Index, nullptr);  // raises
+  // A bad index raises the list's own error before any node is made.
+  if (Index < 0 || Index > FChildren->GetCount()) FChildren->Insert(Index, nullptr);
   TPelCustomTreeNode* node = GetOwner()->NewNode();
   FChildren->Insert(Index, node);
   return node;
@@ -468,11 +469,11 @@ void TPelHeightBalancedTreeNode::AssignFields(TPelCustomTreeNode* Source) {
 }
 
 TPelHeightBalancedTreeNode* TPelHeightBalancedTreeNode::GetHBLeft() const {
-  return static_cast<TPelHeightBalancedTreeNode*>(GetLeft());
+  return As<TPelHeightBalancedTreeNode>(GetLeft());
 }
 
 TPelHeightBalancedTreeNode* TPelHeightBalancedTreeNode::GetHBRight() const {
-  return static_cast<TPelHeightBalancedTreeNode*>(GetRight());
+  return As<TPelHeightBalancedTreeNode>(GetRight());
 }
 
 TPelHeightBalancedTree* TPelHeightBalancedTreeNode::GetHBOwner() const {

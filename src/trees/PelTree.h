@@ -64,7 +64,9 @@ class TPelCustomTreeNode : public TPersistent {
   // Frees the subtree through the (possibly overridden) Clear.
   void BeforeDestruction() override;
 
-  // Deep copy of a source node's subtree; other sources go to TPersistent.
+  // Deep copy of a source node's subtree: Clear, AssignFields, AddChildren.
+  // Children are re-added in index order through AddChild, so a binary
+  // node's lone Right child arrives in Left. Other sources go to TPersistent.
   void Assign(TPersistent* Source) override;
 
   virtual TPelCustomTreeNode* GetChild(int32_t Index) const = 0;

@@ -163,7 +163,10 @@ TEST(PelTree, NaryStructureSearchAndCount) {
   EXPECT_EQ(a->GetChild(1), mid);
   EXPECT_EQ(mid->GetChild(0), a2);
   EXPECT_EQ(a2->GetParent(), mid);
-  ExpectRaises<EAccessViolation>([&] { root->InsertParent(tree->NewNode()); }, "Access violation");
+  auto* orphan = tree->NewNode();  // the root has no parent: nothing moves
+  ExpectRaises<EAccessViolation>([&] { root->InsertParent(orphan); }, "Access violation");
+  EXPECT_EQ(orphan->GetChildCount(), 0);
+  Free(orphan);
 
   // Delete frees the subtree through the parent.
   tree->Delete(a);
@@ -171,6 +174,10 @@ TEST(PelTree, NaryStructureSearchAndCount) {
   EXPECT_EQ(root->GetChild(0), b);
   ExpectRaises<ETreeException>([&] { root->DeleteChild(a1); }, "Unknown Tree Node");
   EXPECT_THROW(root->GetChild(5), EListError);
+  EXPECT_THROW(root->InsertChild(5), EListError);
+  auto* first = root->InsertChild(0);  // no Change, but placed first
+  EXPECT_EQ(root->GetChild(0), first);
+  EXPECT_EQ(root->GetChild(1), b);
 
   auto other = Make<TPelTree>();
   auto* foreign = other->NewNode();
