@@ -168,7 +168,9 @@ TEST(PelTree, NaryStructureSearchAndCount) {
   EXPECT_EQ(orphan->GetChildCount(), 0);
   Free(orphan);
 
-  // Delete frees the subtree through the parent.
+  // Delete frees the subtree through the parent; the root has none.
+  ExpectRaises<EAccessViolation>([&] { tree->Delete(root); }, "Access violation");
+  EXPECT_EQ(tree->GetRoot(), root);
   tree->Delete(a);
   EXPECT_EQ(root->GetChildCount(), 1);
   EXPECT_EQ(root->GetChild(0), b);
@@ -498,8 +500,9 @@ TEST(PelHeightBalancedTree, RandomSequencesKeepTheirInvariants) {
       const int32_t p = static_cast<int32_t>(rng() % 64);
       try {
         t->Add(nullptr, p);
-      } catch (const EAccessViolation&) {
+      } catch (const EAccessViolation& e) {
         ASSERT_TRUE(tainted);
+        EXPECT_STREQ(e.what(), "Access violation");
         keys.insert(p);
         ++violations;
         break;
