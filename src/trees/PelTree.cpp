@@ -1,0 +1,692 @@
+#include "trees/PelTree.h"
+
+#include <exception>
+
+namespace pel {
+
+namespace {
+
+[[noreturn]] void TreeError(const char* Msg) { throw ETreeException(Msg); }
+
+[[noreturn]] void AccessViolation() { throw EAccessViolation("Access violation"); }
+
+}  // namespace
+
+// ---------------------------------------------------------------------------
+// TPelCustomTreeNode
+
+void TPelCustomTreeNode::BeforeDestruction() {
+  Clear();
+  TPersistent::BeforeDestruction();
+}
+
+void TPelCustomTreeNode::Assign(TPersistent* Source) {
+  if (auto* src = dynamic_cast<TPelCustomTreeNode*>(Source)) {
+    Clear();
+    AssignFields(src);
+    AddChildren(src);
+    return;
+  }
+  TPersistent::Assign(Source);
+}
+
+TPelCustomTreeNode* TPelCustomTreeNode::GetParent() {
+  if (!FOwner) AccessViolation();
+  return FOwner->GetParentNode(this);
+}
+
+void TPelCustomTreeNode::Change() {
+  if (!FOwner) AccessViolation();
+  FOwner->Change(this);
+}
+
+void TPelCustomTreeNode::AssignFields(TPelCustomTreeNode* Source) { FData = Source->FData; }
+
+void TPelCustomTreeNode::AddChildren(TPelCustomTreeNode* Node) {
+  for (int32_t i = 0; i < Node->GetChildCount(); ++i) NewChild()->Assign(Node->GetChild(i));
+}
+
+void TPelCustomTreeNode::Clear() {
+  for (int32_t i = GetChildCount() - 1; i >= 0; --i) DeleteChild(GetChild(i));
+  Change();
+}
+
+int32_t TPelCustomTreeNode::IndexOf(TPelCustomTreeNode* Node) const {
+  const int32_t n = GetChildCount();
+  for (int32_t i = 0; i < n; ++i)
+    if (GetChild(i) == Node) return i;
+  return -1;
+}
+
+TPelCustomTreeNode* TPelCustomTreeNode::InsertParent(TPelCustomTreeNode* Node) {
+  // The parent is looked up first: the same node the search would find after
+  // Node.AddChild(Self), and a root (no parent) fails before anything moves.
+  TPelCustomTreeNode* parent = GetParent();
+  if (!parent || !Node) AccessViolation();
+  TPelCustomTreeNode* result = Node->AddChild(this);
+  parent->SetChild(parent->IndexOf(this), Node);
+  return result;
+}
+
+TPelCustomTreeNode* TPelCustomTreeNode::NewChild() {
+  if (!FOwner) AccessViolation();
+  TPelCustomTreeNode* node = FOwner->NewNode();
+  try {
+    AddChild(node);
+    Change();
+  } catch (const ETreeException&) {
+    Free(node);
+    throw;
+  }
+  return node;
+}
+
+// ---------------------------------------------------------------------------
+// TPelBinaryTreeNode
+
+TPelCustomTreeNode* TPelBinaryTreeNode::GetChild(int32_t Index) const {
+  if (Index == 0) {
+    if (FLeft) return FLeft;
+    if (FRight) return FRight;
+  } else if (Index == 1 && FLeft && FRight) {
+    return FRight;
+  }
+  TreeError(peltree::SInvalidIndex);
+}
+
+void TPelBinaryTreeNode::SetChild(int32_t Index, TPelCustomTreeNode* Node) {
+  TPelCustomTreeNode* current = GetChild(Index);
+  if (Node == current) return;
+  auto* node = As<TPelBinaryTreeNode>(Node);
+  if (FLeft == current)
+    FLeft = node;
+  else if (FRight == current)
+    FRight = node;
+  Change();
+}
+
+int32_t TPelBinaryTreeNode::GetChildCount() const { return (FLeft ? 1 : 0) + (FRight ? 1 : 0); }
+
+TPelCustomTreeNode* TPelBinaryTreeNode::AddChild(TPelCustomTreeNode* Node) {
+  auto* node = As<TPelBinaryTreeNode>(Node);
+  if (!FLeft)
+    FLeft = node;
+  else if (!FRight)
+    FRight = node;
+  else
+    TreeError(SCannotAddChildren);
+  Change();
+  return Node;
+}
+
+void TPelBinaryTreeNode::DeleteChild(TPelCustomTreeNode* Node) {
+  if (Node && Node == FLeft) {
+    FLeft = nullptr;
+    Free(Node);
+  } else if (Node && Node == FRight) {
+    FRight = nullptr;
+    Free(Node);
+  } else {
+    TreeError(SUnknownTreeNode);
+  }
+  Change();
+}
+
+TPelCustomTreeNode* TPelBinaryTreeNode::InsertChild(int32_t Index) {
+  if (Index == 0) {
+    if (FLeft && FRight) TreeError(SCannotAddChildren);
+    auto* node = As<TPelBinaryTreeNode>(GetOwner()->NewNode());
+    if (FLeft) FRight = FLeft;
+    FLeft = node;
+    return node;
+  }
+  if (Index == 1) {
+    if (FRight) TreeError(SCannotAddChildren);
+    auto* node = As<TPelBinaryTreeNode>(GetOwner()->NewNode());
+    FRight = node;
+    return node;
+  }
+  TreeError(peltree::SInvalidIndex);
+}
+
+TPelBinaryTree* TPelBinaryTreeNode::GetBinaryOwner() const {
+  return As<TPelBinaryTree>(GetOwner());
+}
+
+TPelBinaryTreeNode* TPelBinaryTreeNode::GetBinaryParent() {
+  return As<TPelBinaryTreeNode>(GetParent());
+}
+
+TPelBinaryTreeNode* TPelBinaryTreeNode::AddLeftChild() {
+  auto* node = As<TPelBinaryTreeNode>(GetOwner()->NewNode());
+  FreeAndNil(FLeft);
+  FLeft = node;
+  Change();
+  return node;
+}
+
+TPelBinaryTreeNode* TPelBinaryTreeNode::AddRightChild() {
+  auto* node = As<TPelBinaryTreeNode>(GetOwner()->NewNode());
+  FreeAndNil(FRight);
+  FRight = node;
+  Change();
+  return node;
+}
+
+void TPelBinaryTreeNode::SetLeft(TPelBinaryTreeNode* Node) {
+  if (Node == FLeft) return;
+  FLeft = Node;
+  Change();
+}
+
+void TPelBinaryTreeNode::SetRight(TPelBinaryTreeNode* Node) {
+  if (Node == FRight) return;
+  FRight = Node;
+  Change();
+}
+
+// ---------------------------------------------------------------------------
+// TPelTreeNode
+
+TPelTreeNode::TPelTreeNode(TPelCustomTree* AOwner)
+    : TPelCustomTreeNode(AOwner), FChildren(New<TList>()) {}
+
+TPelTreeNode::TPelTreeNode(TPelCustomTree* AOwner, void* AData)
+    : TPelCustomTreeNode(AOwner, AData), FChildren(New<TList>()) {}
+
+TPelTreeNode::~TPelTreeNode() { FreeAndNil(FChildren); }
+
+TPelCustomTreeNode* TPelTreeNode::GetChild(int32_t Index) const {
+  return static_cast<TPelCustomTreeNode*>(FChildren->Get(Index));
+}
+
+void TPelTreeNode::SetChild(int32_t Index, TPelCustomTreeNode* Node) {
+  if (GetChild(Index) == Node) return;
+  FChildren->Put(Index, Node);
+  Change();
+}
+
+int32_t TPelTreeNode::GetChildCount() const { return FChildren->GetCount(); }
+
+TPelCustomTreeNode* TPelTreeNode::AddChild(TPelCustomTreeNode* Node) {
+  const int32_t i = FChildren->Add(Node);
+  Change();
+  return GetChild(i);
+}
+
+void TPelTreeNode::Clear() {
+  if (FChildren) TPelCustomTreeNode::Clear();
+}
+
+void TPelTreeNode::DeleteChild(TPelCustomTreeNode* Node) {
+  const int32_t i = FChildren->IndexOf(Node);
+  if (i < 0) TreeError(SUnknownTreeNode);
+  Free(Node);
+  FChildren->Delete(i);
+  Change();
+}
+
+TPelCustomTreeNode* TPelTreeNode::InsertChild(int32_t Index) {
+  // A bad index raises the list's own error before any node is made.
+  if (Index < 0 || Index > FChildren->GetCount()) FChildren->Insert(Index, nullptr);
+  TPelCustomTreeNode* node = GetOwner()->NewNode();
+  FChildren->Insert(Index, node);
+  return node;
+}
+
+TPelTree* TPelTreeNode::GetTreeOwner() const { return As<TPelTree>(GetOwner()); }
+
+TPelTreeNode* TPelTreeNode::GetTreeParent() { return As<TPelTreeNode>(GetParent()); }
+
+TPelTreeNode* TPelTreeNode::GetTreeChild(int32_t Index) const {
+  return As<TPelTreeNode>(GetChild(Index));
+}
+
+void TPelTreeNode::SetTreeChild(int32_t Index, TPelTreeNode* Node) { SetChild(Index, Node); }
+
+// ---------------------------------------------------------------------------
+// TPelCustomTree
+
+void TPelCustomTree::BeforeDestruction() {
+  Clear();
+  TPersistent::BeforeDestruction();
+}
+
+void TPelCustomTree::Assign(TPersistent* Source) {
+  if (auto* src = dynamic_cast<TPelCustomTree*>(Source)) {
+    BeginUpdate();
+    try {
+      SetRoot(NewNode());
+      FRoot->Assign(src->FRoot);
+    } catch (...) {
+      EndUpdate();
+      throw;
+    }
+    EndUpdate();
+  }
+  // Runs for a tree source too and then raises the conversion error after
+  // the copy has been made: intended.
+  TPersistent::Assign(Source);
+}
+
+void TPelCustomTree::AssignTo(TPersistent* Dest) {
+  if (auto* list = dynamic_cast<TPelCustomLinkedList*>(Dest)) {
+    list->Clear();
+    Traverse(
+        FRoot, [this](TPelCustomTreeNode* N, intptr_t Tag) { AddItem(N, Tag); }, toPreOrder,
+        reinterpret_cast<intptr_t>(static_cast<TObject*>(list)));
+    return;
+  }
+  // Platform lists are not persistent objects here; see AssignTo(TList*).
+  TPersistent::AssignTo(Dest);
+}
+
+void TPelCustomTree::AssignTo(TList* Dest) {
+  Dest->Clear();
+  Traverse(
+      FRoot, [this](TPelCustomTreeNode* N, intptr_t Tag) { AddItem(N, Tag); }, toPreOrder,
+      reinterpret_cast<intptr_t>(static_cast<TObject*>(Dest)));
+}
+
+TPelCustomTreeNode* TPelCustomTree::GetParentNode(TPelCustomTreeNode* Node) {
+  if (!Node || Node->GetOwner() != this) TreeError(SOwnerMismatch);
+  return FindNode(FRoot, Node, toPreOrder);
+}
+
+void TPelCustomTree::Change(TObject* /*Sender*/) {
+  if (FUpdateCount <= 0 && FOnChange) FOnChange(this);
+}
+
+void TPelCustomTree::Changing(TObject* /*Sender*/) {
+  if (FUpdateCount <= 0 && FOnChanging) FOnChanging(this);
+}
+
+void TPelCustomTree::Infix(TPelCustomTreeNode* Node, const TTreeIterator& Method, intptr_t Data) {
+  if (!Node) return;
+  const int32_t n = Node->GetChildCount();
+  if (n > 0) Infix(Node->GetChild(0), Method, Data);
+  Method(Node, Data);
+  for (int32_t i = 1; i < Node->GetChildCount(); ++i) Infix(Node->GetChild(i), Method, Data);
+}
+
+void TPelCustomTree::BeginUpdate() {
+  if (FUpdateCount == 0) Changing(this);
+  ++FUpdateCount;
+}
+
+void TPelCustomTree::EndUpdate() {
+  if (FUpdateCount > 0) --FUpdateCount;
+  // An unmatched EndUpdate still reports a change: intended.
+  if (FUpdateCount == 0) Change(this);
+}
+
+void TPelCustomTree::Clear() {
+  BeginUpdate();
+  try {
+    SetRoot(nullptr);
+  } catch (...) {
+    EndUpdate();
+    throw;
+  }
+  EndUpdate();
+}
+
+void TPelCustomTree::Delete(TPelCustomTreeNode* Node) {
+  TPelCustomTreeNode* parent = GetParentNode(Node);
+  if (!parent) AccessViolation();  // the root has no parent to delete it from
+  parent->DeleteChild(Node);
+}
+
+TPelCustomTreeNode* TPelCustomTree::NewNode() { return FNodeType.Create(this); }
+
+void TPelCustomTree::Traverse(TPelCustomTreeNode* Node, const TTreeIterator& Method,
+                              TTraversalOrder Order, intptr_t Data) {
+  switch (Order) {
+    case toPreOrder:
+      Prefix(Node, Method, Data);
+      break;
+    case toInOrder:
+      Infix(Node, Method, Data);
+      break;
+    case toPostOrder:
+      Postfix(Node, Method, Data);
+      break;
+  }
+}
+
+void TPelCustomTree::AddItem(TPelCustomTreeNode* Node, intptr_t Tag) {
+  auto* dest = reinterpret_cast<TObject*>(Tag);
+  if (auto* linked = dynamic_cast<TPelCustomLinkedList*>(dest)) {
+    // The list carries the data pointer as its item; it never frees items.
+    linked->Add(static_cast<TObject*>(Node->GetData()));
+  } else if (auto* list = dynamic_cast<TList*>(dest)) {
+    list->Add(Node->GetData());
+  }
+}
+
+void TPelCustomTree::MatchChild(TPelCustomTreeNode* Node, intptr_t Tag) {
+  if (Node->IndexOf(reinterpret_cast<TPelCustomTreeNode*>(Tag)) > -1) {
+    FFoundNode = Node;
+    Abort();
+  }
+}
+
+void TPelCustomTree::MatchItem(TPelCustomTreeNode* Node, intptr_t Tag) {
+  if (Node->GetData() == reinterpret_cast<void*>(Tag)) {
+    FFoundNode = Node;
+    Abort();
+  }
+}
+
+void TPelCustomTree::SetNodeType(TPelTreeNodeClass Value) {
+  if (FRoot) TreeError(SCannotChangeNodeType);
+  FNodeType = Value;
+}
+
+TPelCustomTreeNode* TPelCustomTree::FindItemNode(TPelCustomTreeNode* Node, void* Item,
+                                                 TTraversalOrder Order) {
+  try {
+    Traverse(
+        Node, [this](TPelCustomTreeNode* N, intptr_t Tag) { MatchItem(N, Tag); }, Order,
+        reinterpret_cast<intptr_t>(Item));
+  } catch (const EAbort&) {
+    return As<TPelCustomTreeNode>(FFoundNode);
+  }
+  return nullptr;
+}
+
+TPelCustomTreeNode* TPelCustomTree::FindNode(TPelCustomTreeNode* Node, TPelCustomTreeNode* Child,
+                                             TTraversalOrder Order) {
+  try {
+    Traverse(
+        Node, [this](TPelCustomTreeNode* N, intptr_t Tag) { MatchChild(N, Tag); }, Order,
+        reinterpret_cast<intptr_t>(Child));
+  } catch (const EAbort&) {
+    return As<TPelCustomTreeNode>(FFoundNode);
+  }
+  return nullptr;
+}
+
+bool TPelCustomTree::IsLeaf(TPelCustomTreeNode* Node) const { return Node->GetChildCount() == 0; }
+
+bool TPelCustomTree::IsRoot(TPelCustomTreeNode* Node) const { return Node == FRoot; }
+
+void TPelCustomTree::SetRoot(TPelCustomTreeNode* Node) {
+  if (Node == FRoot) return;
+  BeginUpdate();
+  try {
+    FreeAndNil(FRoot);
+    FRoot = Node;
+  } catch (...) {
+    EndUpdate();
+    throw;
+  }
+  EndUpdate();
+}
+
+void TPelCustomTree::Prefix(TPelCustomTreeNode* Node, const TTreeIterator& Method, intptr_t Data) {
+  if (!Node) return;
+  Method(Node, Data);
+  for (int32_t i = 0; i < Node->GetChildCount(); ++i) Prefix(Node->GetChild(i), Method, Data);
+}
+
+void TPelCustomTree::Postfix(TPelCustomTreeNode* Node, const TTreeIterator& Method, intptr_t Data) {
+  if (!Node) return;
+  for (int32_t i = 0; i < Node->GetChildCount(); ++i) Postfix(Node->GetChild(i), Method, Data);
+  Method(Node, Data);
+}
+
+int32_t TPelCustomTree::GetCount() const { return FRoot ? FRoot->GetChildCount() + 1 : 0; }
+
+// ---------------------------------------------------------------------------
+// TPelBinaryTree, TPelTree
+
+TPelBinaryTree::TPelBinaryTree() { FNodeType = TPelBinaryTreeNode::StaticClass(); }
+
+void TPelBinaryTree::Infix(TPelCustomTreeNode* Node, const TTreeIterator& Method, intptr_t Data) {
+  if (!Node) return;
+  auto* node = As<TPelBinaryTreeNode>(Node);
+  Infix(node->GetLeft(), Method, Data);
+  Method(Node, Data);
+  Infix(node->GetRight(), Method, Data);
+}
+
+TPelBinaryTreeNode* TPelBinaryTree::GetRoot() const { return As<TPelBinaryTreeNode>(FRoot); }
+
+TPelTree::TPelTree() { FNodeType = TPelTreeNode::StaticClass(); }
+
+TPelTreeNode* TPelTree::GetRoot() const { return As<TPelTreeNode>(FRoot); }
+
+// ---------------------------------------------------------------------------
+// TPelHeightBalancedTreeNode
+
+void TPelHeightBalancedTreeNode::AssignFields(TPelCustomTreeNode* Source) {
+  if (auto* src = dynamic_cast<TPelHeightBalancedTreeNode*>(Source)) {
+    FPriority = src->FPriority;
+    FBalanceFactor = src->FBalanceFactor;
+  }
+  TPelBinaryTreeNode::AssignFields(Source);
+}
+
+TPelHeightBalancedTreeNode* TPelHeightBalancedTreeNode::GetHBLeft() const {
+  return As<TPelHeightBalancedTreeNode>(GetLeft());
+}
+
+TPelHeightBalancedTreeNode* TPelHeightBalancedTreeNode::GetHBRight() const {
+  return As<TPelHeightBalancedTreeNode>(GetRight());
+}
+
+TPelHeightBalancedTree* TPelHeightBalancedTreeNode::GetHBOwner() const {
+  return As<TPelHeightBalancedTree>(GetOwner());
+}
+
+// ---------------------------------------------------------------------------
+// TPelHeightBalancedTree
+
+namespace {
+
+TPelHeightBalancedTreeNode* HB(TPelCustomTreeNode* Node) {
+  return As<TPelHeightBalancedTreeNode>(Node);
+}
+
+// The update bracket of one insertion, closed on every exit.
+class TUpdateScope {
+ public:
+  explicit TUpdateScope(TPelCustomTree* Tree) : FTree(Tree) { FTree->BeginUpdate(); }
+  ~TUpdateScope() noexcept(false) {
+    // EndUpdate may run a handler that raises; don't let it replace an
+    // exception already in flight.
+    if (std::uncaught_exceptions() > FUncaught) {
+      try {
+        FTree->EndUpdate();
+      } catch (...) {
+      }
+    } else {
+      FTree->EndUpdate();
+    }
+  }
+  TUpdateScope(const TUpdateScope&) = delete;
+  TUpdateScope& operator=(const TUpdateScope&) = delete;
+
+ private:
+  TPelCustomTree* FTree;
+  int FUncaught = std::uncaught_exceptions();
+};
+
+}  // namespace
+
+TPelHeightBalancedTree::TPelHeightBalancedTree() {
+  FNodeType = TPelHeightBalancedTreeNode::StaticClass();
+}
+
+TPelHeightBalancedTreeNode* TPelHeightBalancedTree::NewNode(int32_t Priority) {
+  auto* node = New<TPelHeightBalancedTreeNode>(this, Priority);
+  return node;
+}
+
+TPelHeightBalancedTreeNode* TPelHeightBalancedTree::Add(void* Data, int32_t Priority) {
+  return Add(Data, Priority, GetRoot());
+}
+
+TPelHeightBalancedTreeNode* TPelHeightBalancedTree::Add(void* Data, int32_t Priority,
+                                                        TPelHeightBalancedTreeNode* StartNode) {
+  TUpdateScope update(this);
+  TPelHeightBalancedTreeNode* n = StartNode ? StartNode : GetRoot();
+  if (!n) {
+    TPelHeightBalancedTreeNode* node = NewNode(Priority);
+    SetRoot(node);
+    node->SetData(Data);
+    return node;
+  }
+  TPelHeightBalancedTreeNode* parent = nullptr;
+  TPelHeightBalancedTreeNode* critical = n;
+  TPelHeightBalancedTreeNode* criticalParent = nullptr;
+  TPelHeightBalancedTreeNode* found = nullptr;
+  for (TPelHeightBalancedTreeNode* x = n; x;) {
+    if (x->GetBalanceFactor() != 0) {
+      critical = x;
+      criticalParent = parent;
+    }
+    parent = x;
+    if (Priority < x->GetPriority()) {
+      x = x->GetHBLeft();
+    } else if (Priority > x->GetPriority()) {
+      x = x->GetHBRight();
+    } else {
+      found = x;
+      break;
+    }
+  }
+  if (found) {
+    // dupAccept is read as dupIgnore: a priority is never held twice.
+    if (FDuplicates == dupError) throw EStringListError(SDuplicatePriorities);
+    return found;
+  }
+  TPelHeightBalancedTreeNode* node = HB(NewNode());
+  node->SetData(Data);
+  node->SetPriority(Priority);
+  if (Priority < parent->GetPriority())
+    parent->SetHBLeft(node);
+  else
+    parent->SetHBRight(node);
+  Rebalance(node, nullptr, critical, criticalParent, Priority);
+  return node;
+}
+
+TPelHeightBalancedTreeNode* TPelHeightBalancedTree::Rebalance(
+    TPelHeightBalancedTreeNode* NewNode, TPelHeightBalancedTreeNode* /*Child*/,
+    TPelHeightBalancedTreeNode* Critical, TPelHeightBalancedTreeNode* CriticalParent,
+    int32_t Priority) {
+  TPelHeightBalancedTreeNode* c;
+  TBalanceFactor dir;
+  if (Priority > Critical->GetPriority()) {
+    c = Critical->GetHBRight();
+    dir = -1;
+  } else {
+    c = Critical->GetHBLeft();
+    dir = +1;
+  }
+  for (TPelHeightBalancedTreeNode* p = c; p != NewNode;) {
+    if (!p) AccessViolation();
+    if (Priority > p->GetPriority()) {
+      p->SetBalanceFactor(-1);
+      p = p->GetHBRight();
+    } else {
+      p->SetBalanceFactor(+1);
+      p = p->GetHBLeft();
+    }
+  }
+  if (Critical->GetBalanceFactor() == 0) {
+    Critical->SetBalanceFactor(dir);
+    return c;
+  }
+  if (Critical->GetBalanceFactor() + dir == 0) {
+    Critical->SetBalanceFactor(0);
+    return c;
+  }
+  if (!c) AccessViolation();
+  TPelHeightBalancedTreeNode* subRoot;
+  if (dir == +1 && c->GetBalanceFactor() == +1) {
+    Critical->SetHBLeft(c->GetHBRight());
+    c->SetHBRight(Critical);
+    Critical->SetBalanceFactor(0);
+    c->SetBalanceFactor(0);
+    subRoot = c;
+  } else if (dir == -1 && c->GetBalanceFactor() == -1) {
+    Critical->SetHBRight(c->GetHBLeft());
+    c->SetHBLeft(Critical);
+    Critical->SetBalanceFactor(0);
+    c->SetBalanceFactor(0);
+    subRoot = c;
+  } else {
+    TPelHeightBalancedTreeNode* g = dir == +1 ? c->GetHBRight() : c->GetHBLeft();
+    // With the factors the table below leaves behind, a later insertion can
+    // find no grandchild here.
+    if (!g) AccessViolation();
+    if (dir == +1) {
+      c->SetHBRight(g->GetHBLeft());
+      Critical->SetHBLeft(g->GetHBRight());
+      g->SetHBLeft(c);
+      g->SetHBRight(Critical);
+    } else {
+      c->SetHBLeft(g->GetHBRight());
+      Critical->SetHBRight(g->GetHBLeft());
+      g->SetHBRight(c);
+      g->SetHBLeft(Critical);
+    }
+    // One table for both directions, not mirrored for the right-hand case:
+    // intended.
+    switch (g->GetBalanceFactor()) {
+      case -1:
+        Critical->SetBalanceFactor(0);
+        c->SetBalanceFactor(+1);
+        break;
+      case 0:
+        Critical->SetBalanceFactor(0);
+        c->SetBalanceFactor(0);
+        break;
+      default:
+        Critical->SetBalanceFactor(-1);
+        c->SetBalanceFactor(0);
+        break;
+    }
+    g->SetBalanceFactor(0);
+    subRoot = g;
+  }
+  if (!CriticalParent) {
+    FRoot = subRoot;  // directly: nothing is freed, nothing is notified
+  } else if (CriticalParent->GetHBLeft() == Critical) {
+    CriticalParent->SetHBLeft(subRoot);
+  } else if (CriticalParent->GetHBRight() == Critical) {
+    CriticalParent->SetHBRight(subRoot);
+  }
+  return subRoot;
+}
+
+void TPelHeightBalancedTree::Delete(void* Data, int32_t Priority) {
+  Delete(Data, Priority, GetRoot());
+}
+
+void TPelHeightBalancedTree::Delete(void* Data, int32_t Priority,
+                                    TPelHeightBalancedTreeNode* /*StartNode*/) {
+  // Only the lookup remains of a removal: the tree is left unchanged.
+  TPelHeightBalancedTreeNode* parent = nullptr;
+  (void)FindNode(parent, Priority, Data);
+}
+
+TPelHeightBalancedTreeNode* TPelHeightBalancedTree::FindNode(TPelHeightBalancedTreeNode*& Parent,
+                                                             int32_t Priority, void* Data) {
+  Parent = nullptr;
+  TPelHeightBalancedTreeNode* x = GetRoot();
+  while (x && x->GetPriority() != Priority) {
+    Parent = x;
+    x = Priority < x->GetPriority() ? x->GetHBLeft() : x->GetHBRight();
+  }
+  return x && x->GetData() == Data ? x : nullptr;
+}
+
+TPelHeightBalancedTreeNode* TPelHeightBalancedTree::GetRoot() const {
+  return As<TPelHeightBalancedTreeNode>(FRoot);
+}
+
+}  // namespace pel
