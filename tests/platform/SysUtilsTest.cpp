@@ -3,6 +3,7 @@
 #include <clocale>
 #include <cstdint>
 #include <limits>
+#include <utility>
 
 #include "platform/SysUtils.h"
 
@@ -31,7 +32,6 @@ TEST(Format, IntegerDirectives) {
   EXPECT_EQ(Format("%d|%5d|%-5d|", {12, 12, 12}), "12|   12|12   |");
   EXPECT_EQ(Format("%.5d|%.5d|%.1d", {12, -12, 123}), "00012|-00012|123");
   EXPECT_EQ(Format("%d", {int64_t(-9000000000)}), "-9000000000");
-  EXPECT_EQ(Format("%d", {std::numeric_limits<int32_t>::min()}), "-2147483648");
   EXPECT_EQ(Format("%d", {std::numeric_limits<int64_t>::min()}), "-9223372036854775808");
   EXPECT_EQ(Format("%u|%u", {-1, int64_t(-1)}), "4294967295|18446744073709551615");
   EXPECT_EQ(Format("%x|%.4x|%x|%X", {255, 255, -1, 171}), "FF|00FF|FFFFFFFF|AB");
@@ -44,9 +44,8 @@ TEST(Format, StringAndPointerDirectives) {
   const char* nul = nullptr;
   EXPECT_EQ(Format("%s|%.2s|%s|%s|%s|", {s, s, 'x', "pc", nul}), "abc|ab|x|pc||");
   EXPECT_EQ(Format("%5s|%-5s|%-8.3s|", {"ab", "ab", "abcdef"}), "   ab|ab   |abc     |");
-  EXPECT_EQ(Format("%3s", {"longer"}), "longer");
-  EXPECT_EQ(Format("%p", {reinterpret_cast<void*>(uintptr_t(0x1234ABCD))}), "1234ABCD");
-  EXPECT_EQ(Format("%p", {nullptr}), "00000000");
+  EXPECT_EQ(Format("%p|%p", {reinterpret_cast<void*>(uintptr_t(0x1234ABCD)), nullptr}),
+            "1234ABCD|00000000");
   if constexpr (sizeof(void*) == 8) {
     EXPECT_EQ(Format("%p", {reinterpret_cast<void*>(uintptr_t(0x7FFF12345678ull))}),
               "00007FFF12345678");
@@ -94,48 +93,36 @@ TEST(Format, IndexAndStar) {
 }
 
 TEST(Format, Errors) {
+  // One case per way a directive can be wrong, then per way an argument can be missing.
   EXPECT_EQ(FormatError("%d", {1.5}), Invalid("%d"));
   EXPECT_EQ(FormatError("%f", {1}), Invalid("%f"));
   EXPECT_EQ(FormatError("%s", {1}), Invalid("%s"));
-  EXPECT_EQ(FormatError("%x", {"a"}), Invalid("%x"));
   EXPECT_EQ(FormatError("%p", {1}), Invalid("%p"));
   EXPECT_EQ(FormatError("%d", {true}), Invalid("%d"));
-  EXPECT_EQ(FormatError("%z", {1}), Invalid("%z"));
-  EXPECT_EQ(FormatError("abc%", {1}), Invalid("abc%"));
-  EXPECT_EQ(FormatError("%5", {1}), Invalid("%5"));
-  EXPECT_EQ(FormatError("%5-d", {1}), Invalid("%5-d"));
+  for (const char* bad : {"%z", "abc%", "%5-d", "%99999999999d"})
+    EXPECT_EQ(FormatError(bad, {1}), Invalid(bad));
   EXPECT_EQ(FormatError("%*d", {"x", 1}), Invalid("%*d"));
-  EXPECT_EQ(FormatError("%99999999999d", {1}), Invalid("%99999999999d"));
-  EXPECT_EQ(FormatError("%d", {}), Missing("%d"));
   EXPECT_EQ(FormatError("%d %d", {1}), Missing("%d %d"));
   EXPECT_EQ(FormatError("%3:d", {1}), Missing("%3:d"));
   EXPECT_EQ(FormatError("%*d", {5}), Missing("%*d"));
-  EXPECT_THROW(Format("%s", {}), EConvertError);
   EXPECT_EQ(FormatError("no directives", {}), "");
 }
 
-TEST(IntConversion, ToText) {
-  EXPECT_EQ(IntToStr(-42), "-42");
-  EXPECT_EQ(IntToStr(int64_t(1) << 40), "1099511627776");
-  EXPECT_EQ(IntToHex(255, 4), "00FF");
-  EXPECT_EQ(IntToHex(255, 0), "FF");
-  EXPECT_EQ(IntToHex(-1, 2), "FFFFFFFF");
+TEST(IntConversion, ToAndFromText) {
+  EXPECT_EQ(IntToStr(-42) + " " + IntToStr(int64_t(1) << 40), "-42 1099511627776");
+  EXPECT_EQ(IntToHex(255, 4) + " " + IntToHex(-1, 2), "00FF FFFFFFFF");
   EXPECT_EQ(IntToHex(int64_t(-1), 2), "FFFFFFFFFFFFFFFF");
-}
-
-TEST(IntConversion, FromText) {
-  EXPECT_EQ(StrToInt("12"), 12);
-  EXPECT_EQ(StrToInt("+12"), 12);
-  EXPECT_EQ(StrToInt("-12"), -12);
-  EXPECT_EQ(StrToInt("$FF"), 255);
-  EXPECT_EQ(StrToInt("$ff"), 255);
-  EXPECT_EQ(StrToInt("-$FF"), -255);
-  EXPECT_EQ(StrToInt("0xFF"), 255);
-  EXPECT_EQ(StrToInt("0X1f"), 31);
-  EXPECT_EQ(StrToInt("$FFFFFFFF"), -1);
-  EXPECT_EQ(StrToInt("2147483647"), 2147483647);
-  EXPECT_EQ(StrToInt("-2147483648"), std::numeric_limits<int32_t>::min());
-  EXPECT_EQ(StrToInt("007"), 7);
+  const std::pair<const char*, int32_t> good[] = {
+      {"+12", 12},
+      {"-12", -12},
+      {"$ff", 255},
+      {"-$FF", -255},
+      {"0X1f", 31},
+      {"$FFFFFFFF", -1},
+      {"2147483647", 2147483647},
+      {"007", 7},
+      {"-2147483648", std::numeric_limits<int32_t>::min()}};
+  for (auto [text, value] : good) EXPECT_EQ(StrToInt(text), value) << text;
   for (const char* bad : {"", "-", "+", "$", "0x", " 12", "12 ", "1e3", "2147483648", "-2147483649",
                           "$100000000", "12a", "x1f", "--1", "1.0"}) {
     int32_t v = 99;
@@ -154,41 +141,30 @@ TEST(IntConversion, FromText) {
   EXPECT_EQ(StrToInt64("$FFFFFFFFFFFFFFFF"), -1);
   EXPECT_EQ(StrToInt64("$FFFFFFFF"), 4294967295);
   EXPECT_THROW(StrToInt64("9223372036854775808"), EConvertError);
-  EXPECT_THROW(StrToInt64("$10000000000000000"), EConvertError);
-  EXPECT_EQ(StrToInt64Def("x", 5), 5);
+  EXPECT_EQ(StrToInt64Def("$10000000000000000", 5), 5);
 }
 
-TEST(FloatConversion, ToText) {
-  EXPECT_EQ(FloatToStr(0.1), "0.1");
-  EXPECT_EQ(FloatToStr(1.0 / 3), "0.333333333333333");
-  EXPECT_EQ(FloatToStr(2.0 / 3), "0.666666666666667");
-  EXPECT_EQ(FloatToStr(0.1 + 0.2), "0.3");
-  EXPECT_EQ(FloatToStr(1e15), "1E15");
-  EXPECT_EQ(FloatToStr(1e14), "100000000000000");
-  EXPECT_EQ(FloatToStr(999999999999999.0), "999999999999999");
-  EXPECT_EQ(FloatToStr(9999999999999999.0), "1E16");
-  EXPECT_EQ(FloatToStr(1e-5), "1E-5");
-  EXPECT_EQ(FloatToStr(1.5e-5), "1.5E-5");
-  EXPECT_EQ(FloatToStr(0.0001), "0.0001");
-  EXPECT_EQ(FloatToStr(123456789012345678.0), "1.23456789012346E17");
-  EXPECT_EQ(FloatToStr(-2.5), "-2.5");
-  EXPECT_EQ(FloatToStr(0.0), "0");
-  EXPECT_EQ(FloatToStr(-0.0), "0");
-  EXPECT_EQ(FloatToStr(100), "100");
-  EXPECT_EQ(FloatToStr(1.23e-10), "1.23E-10");
-  EXPECT_EQ(FloatToStr(-1e300), "-1E300");
-}
+TEST(FloatConversion, ToAndFromText) {
+  // Shortest text of up to 15 digits; exponent form from 1E15 and below 1E-4.
+  const std::pair<double, const char*> shown[] = {{1.0 / 3, "0.333333333333333"},
+                                                  {2.0 / 3, "0.666666666666667"},
+                                                  {0.1 + 0.2, "0.3"},
+                                                  {1e15, "1E15"},
+                                                  {999999999999999.0, "999999999999999"},
+                                                  {9999999999999999.0, "1E16"},
+                                                  {1e-5, "1E-5"},
+                                                  {1.5e-5, "1.5E-5"},
+                                                  {0.0001, "0.0001"},
+                                                  {123456789012345678.0, "1.23456789012346E17"},
+                                                  {0.0, "0"},
+                                                  {-0.0, "0"},
+                                                  {-1e300, "-1E300"}};
+  for (auto [value, text] : shown) EXPECT_EQ(FloatToStr(value), text);
 
-TEST(FloatConversion, FromText) {
-  EXPECT_EQ(StrToFloat("1.5"), 1.5);
-  EXPECT_EQ(StrToFloat(" 1.5 "), 1.5);
-  EXPECT_EQ(StrToFloat("1e3"), 1000);
-  EXPECT_EQ(StrToFloat("1E+3"), 1000);
-  EXPECT_EQ(StrToFloat("-1.5e-3"), -0.0015);
-  EXPECT_EQ(StrToFloat(".5"), 0.5);
-  EXPECT_EQ(StrToFloat("5."), 5);
-  EXPECT_EQ(StrToFloat("+7"), 7);
-  EXPECT_EQ(StrToFloat("1e-400"), 0);
+  const std::pair<const char*, double> read[] = {
+      {" 1.5 ", 1.5}, {"1E+3", 1000}, {"-1.5e-3", -0.0015}, {".5", 0.5},
+      {"5.", 5},      {"+7", 7},      {"1e-400", 0}};
+  for (auto [text, value] : read) EXPECT_EQ(StrToFloat(text), value) << text;
   for (const char* bad : {"", " ", ".", "-", "1,5", "1e", "1e+", "inf", "nan", "$10", "1.5x", "1 5",
                           "1e999", "\t1"}) {
     double v = 42;
@@ -206,13 +182,10 @@ TEST(FloatConversion, FromText) {
 TEST(Strings, CaseAndTrim) {
   EXPECT_EQ(UpperCase("abc-XYZ \xe4"), "ABC-XYZ \xe4");
   EXPECT_EQ(LowerCase("ABC-xyz \xc4"), "abc-xyz \xc4");
-  EXPECT_EQ(UpCase('q'), 'Q');
-  EXPECT_EQ(UpCase('1'), '1');
+  EXPECT_EQ(String(1, UpCase('q')) + UpCase('1'), "Q1");
   EXPECT_EQ(Trim(" \t\r\n ab c \x01"), "ab c");
-  EXPECT_EQ(TrimLeft("  ab  "), "ab  ");
-  EXPECT_EQ(TrimRight("  ab  "), "  ab");
+  EXPECT_EQ(TrimLeft("  ab  ") + "|" + TrimRight("  ab  ") + "|" + Trim("   "), "ab  |  ab|");
   EXPECT_EQ(Trim("\xa0x\xa0"), "\xa0x\xa0");
-  EXPECT_EQ(Trim("   "), "");
   EXPECT_EQ(Trim(String("\0a\0", 3)), "a");
 }
 
@@ -225,7 +198,6 @@ TEST(Strings, Comparisons) {
   EXPECT_LT(CompareStr("_", "a"), 0);
   EXPECT_GT(CompareStr("a", "B"), 0);
   EXPECT_LT(CompareStr("ab", "abc"), 0);
-  EXPECT_EQ(CompareStr("abc", "abc"), 0);
   EXPECT_GT(CompareStr("\x80", "a"), 0);  // bytes are unsigned
 
   EXPECT_LT(CompareText("a", "B"), 0);
@@ -233,13 +205,11 @@ TEST(Strings, Comparisons) {
   EXPECT_GT(CompareText("_", "a"), 0);
   EXPECT_EQ(CompareText("aBc", "AbC"), 0);
   EXPECT_GT(CompareText("abcd", "ABC"), 0);
-  EXPECT_TRUE(SameText("Hello", "hELLO"));
   EXPECT_FALSE(SameText("Hello", "Hell"));
 
   EXPECT_LT(AnsiCompareStr("B", "_"), 0);
   EXPECT_LT(AnsiCompareStr("_", "a"), 0);
   EXPECT_GT(AnsiCompareStr("a", "B"), 0);
-  EXPECT_EQ(AnsiCompareStr("abc", "abc"), 0);
   EXPECT_NE(AnsiCompareStr("abc", "ABC"), 0);
   EXPECT_LT(AnsiCompareStr(String("a\0b", 3), String("a\0c", 3)), 0);
   EXPECT_GT(AnsiCompareStr(String("a\0", 2), "a"), 0);
