@@ -460,4 +460,128 @@ void TSFCFreeList::Clear() {
   TSFCList::Clear();
 }
 
+// --- TPelCollectionItem / TPelCollection --------------------------------------
+
+TPelCollectionItem::~TPelCollectionItem() { Free(FFreeNotifies); }
+
+void TPelCollectionItem::BeforeDestruction() {
+  TCollectionItem::BeforeDestruction();
+  NotifyAll();
+}
+
+void TPelCollectionItem::FreeNotification(TPelCollectionItem* AItem) {
+  if (FFreeNotifies && FFreeNotifies->IndexOf(AItem) >= 0) return;
+  if (!FFreeNotifies) FFreeNotifies = New<TList>();
+  FFreeNotifies->Add(AItem);
+  // Coming back, AItem finds this item listed and stops: always mutual.
+  AItem->FreeNotification(this);
+}
+
+void TPelCollectionItem::RemoveNotification(TPelCollectionItem* AItem) {
+  if (!FFreeNotifies) return;
+  FFreeNotifies->Remove(AItem);
+  if (FFreeNotifies->GetCount() == 0) FreeAndNil(FFreeNotifies);
+}
+
+void TPelCollectionItem::RemoveFreeNotification(TPelCollectionItem* AItem) {
+  RemoveNotification(AItem);
+  AItem->RemoveNotification(this);
+}
+
+void TPelCollectionItem::Notification(TPelCollectionItem* AItem) {
+  if (!FFreeNotifies) return;
+  RemoveFreeNotification(AItem);
+  AItem->RemoveFreeNotification(this);
+}
+
+void TPelCollectionItem::NotifyAll() {
+  // Downwards: each call removes entries.
+  for (int32_t i = FFreeNotifies ? FFreeNotifies->GetCount() - 1 : -1; i >= 0; --i) {
+    if (!FFreeNotifies || i >= FFreeNotifies->GetCount()) continue;
+    static_cast<TPelCollectionItem*>(FFreeNotifies->Get(i))->Notification(this);
+  }
+}
+
+void TPelCollection::AssignTo(TPersistent* Dest) {
+  if (auto* strings = dynamic_cast<TStrings*>(Dest)) {
+    strings->BeginUpdate();
+    try {
+      strings->Clear();
+      for (int32_t i = 0; i < Count(); ++i)
+        strings->AddObject(Items(i)->GetDisplayName(), Items(i));
+    } catch (...) {
+      strings->EndUpdate();
+      throw;
+    }
+    strings->EndUpdate();
+    return;
+  }
+  TCollection::AssignTo(Dest);
+}
+
+int32_t TPelCollection::IndexOf(const String& Name) {
+  for (int32_t i = 0; i < Count(); ++i)
+    if (Items(i)->GetDisplayName() == Name) return i;
+  return -1;
+}
+
+// --- TMaxCountStrings --------------------------------------------------------
+
+void TMaxCountStrings::SetCapacity(int32_t NewCapacity) {
+  if (FMaxCount > -1) {
+    NewCapacity = std::min(NewCapacity, FMaxCount);
+    if (NewCapacity <= GetCapacity() && NewCapacity >= FMaxCount)
+      throw EStringListError(SStringListFull, {FMaxCount});
+  }
+  TStringList::SetCapacity(NewCapacity);
+}
+
+void TMaxCountStrings::SetMaxCount(int32_t Value) {
+  if (Value == FMaxCount || Value < -1) return;
+  FMaxCount = Value;
+  if (Value > GetCapacity()) SetCapacity(Value);
+}
+
+// --- TRecentFiles ------------------------------------------------------------
+
+void TRecentFiles::AfterConstruction() {
+  TMaxCountStrings::AfterConstruction();
+  SetCaseSensitive(false);
+  SetMaxCount(4);
+}
+
+int32_t TRecentFiles::Push(const String& S) {
+  int32_t i = IndexOf(S);
+  if (i < 0) {
+    if (GetCount() == GetMaxCount()) DeleteOldest();
+    if (!FPushAtEnd) {
+      Insert(0, S);
+      return 0;
+    }
+    return Add(S);
+  }
+  if (!FPushAtEnd) {
+    Move(i, 0);
+    return 0;
+  }
+  Move(i, GetCount() - 1);
+  return GetCount() - 1;
+}
+
+void TRecentFiles::DeleteOldest() {
+  if (GetCount() == 0) return;
+  Delete(FPushAtEnd ? 0 : GetCount() - 1);
+}
+
+void TRecentFiles::CreateMenuItemChildren(TMenuItem* MenuItem, bool Numbered,
+                                          const TNotifyEvent& OnClick) {
+  if (!MenuItem) return;
+  for (int32_t i = 0; i < GetCount(); ++i) {
+    TMenuItem* item = New<TMenuItem>(MenuItem);
+    item->SetCaption(Numbered ? IntToStr(i) + " " + Get(i) : Get(i));
+    item->SetOnClick(OnClick);
+    MenuItem->Add(item);
+  }
+}
+
 }  // namespace pel

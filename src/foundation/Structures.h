@@ -29,8 +29,10 @@
 // One addition: SetCapacity below Count raises SListCapacityError instead of
 // cutting strings off behind the list's back.
 //
-// TSFCList and TSFCFreeList, further down, bring the same owner hooks to the
-// platform's TStringList.
+// Further down: TSFCList and TSFCFreeList bring the same owner hooks to the
+// platform's TStringList; TPelCollectionItem and TPelCollection add mutual
+// free notification to collections; TMaxCountStrings and TRecentFiles are a
+// bounded string list and a most-recently-used list that fills menus.
 #pragma once
 
 #include <functional>
@@ -38,6 +40,7 @@
 
 #include "foundation/CommonInterfaces.h"
 #include "platform/Classes.h"
+#include "platform/Menus.h"
 
 namespace pel {
 
@@ -219,6 +222,9 @@ class TSFCList : public TStringList {
 // FreeMembers is set (the default).
 class TSFCFreeList : public TSFCList {
   PEL_CLASS(TSFCFreeList, TSFCList)
+  PEL_PUBLISHED(
+      TSFCFreeList,
+      Property<&TSFCFreeList::GetFreeMembers, &TSFCFreeList::SetFreeMembers>("FreeMembers"))
  public:
   void BeforeDestruction() override;
 
@@ -232,6 +238,103 @@ class TSFCFreeList : public TSFCList {
 
  private:
   bool FFreeMembers = true;
+};
+
+// ---------------------------------------------------------------------------
+// Collections with mutual free notification.
+
+// A collection item that can subscribe to another so that each is told
+// (Notification) when the other is destroyed. Subscriptions are always
+// mutual and listed once on each side.
+class TPelCollectionItem : public TCollectionItem {
+  PEL_CLASS(TPelCollectionItem, TCollectionItem)
+ public:
+  using TCollectionItem::TCollectionItem;
+  ~TPelCollectionItem() override;
+  // Tells every subscriber, last first, that this item is going.
+  void BeforeDestruction() override;
+
+  // AItem is being destroyed: drop the link both ways. Descendants drop
+  // their own references to AItem and call this.
+  virtual void Notification(TPelCollectionItem* AItem);
+  virtual void FreeNotification(TPelCollectionItem* AItem);
+  // Drops the link in both directions.
+  virtual void RemoveFreeNotification(TPelCollectionItem* AItem);
+
+  void NotifyAll();
+  // Drops AItem from this item's list only.
+  void RemoveNotification(TPelCollectionItem* AItem);
+  // The items to tell (nil until the first subscription, and again once
+  // the list is empty).
+  TList* GetFreeNotifies() const { return FFreeNotifies; }
+
+ private:
+  TList* FFreeNotifies = nullptr;
+};
+
+class TPelCollection : public TCollection {
+  PEL_CLASS(TPelCollection, TCollection)
+ public:
+  using TCollection::TCollection;
+  // Fills a platform TStrings with each item's display name and the item.
+  void AssignTo(TPersistent* Dest) override;
+  // The first item whose display name is Name (case-sensitive), or -1.
+  int32_t IndexOf(const String& Name);
+};
+
+// ---------------------------------------------------------------------------
+// TMaxCountStrings: a platform string list that holds at most MaxCount
+// strings (-1, the default: no limit). The bound is enforced where the list
+// grows, in SetCapacity: the list fills to exactly MaxCount and the next
+// addition raises EStringListError "String List Max Count exceeded: %d".
+
+constexpr const char* SStringListFull = "String List Max Count exceeded: %d";
+
+class TMaxCountStrings : public TStringList {
+  PEL_CLASS(TMaxCountStrings, TStringList)
+  PEL_PUBLISHED(
+      TMaxCountStrings,
+      Property<&TMaxCountStrings::GetMaxCount, &TMaxCountStrings::SetMaxCount>("MaxCount"))
+ public:
+  void SetCapacity(int32_t NewCapacity) override;
+
+  int32_t GetMaxCount() const { return FMaxCount; }
+  // Ignored when unchanged or below -1. Raising the bound above the
+  // capacity makes room at once; lowering it removes nothing.
+  void SetMaxCount(int32_t Value);
+
+ private:
+  int32_t FMaxCount = -1;
+};
+
+// TRecentFiles: a most-recently-used list (case-insensitive, four entries by
+// default). Without PushAtEnd the newest entry is at index 0 and the oldest
+// at the end; with it, the other way round.
+class TRecentFiles : public TMaxCountStrings {
+  PEL_CLASS(TRecentFiles, TMaxCountStrings)
+  PEL_PUBLISHED(TRecentFiles,
+                Property<&TRecentFiles::GetPushAtEnd, &TRecentFiles::SetPushAtEnd>("PushAtEnd")
+                    .WithDefault(0))
+ public:
+  // Case-insensitive with four entries; set here rather than in the
+  // constructor so that a descendant's SetCapacity is the one used.
+  void AfterConstruction() override;
+
+  // Adds S as the newest entry, or makes an entry equal to S (ignoring
+  // case) the newest; when full, the oldest goes first. Returns S's index.
+  int32_t Push(const String& S);
+  // Deletes the oldest entry (nothing when empty).
+  void DeleteOldest();
+  // Adds one child item per string to MenuItem (owned by it), captioned
+  // with the string, or "<index> <string>" when Numbered, and wired to
+  // OnClick. Existing children are kept.
+  void CreateMenuItemChildren(TMenuItem* MenuItem, bool Numbered, const TNotifyEvent& OnClick);
+
+  bool GetPushAtEnd() const { return FPushAtEnd; }
+  void SetPushAtEnd(bool Value) { FPushAtEnd = Value; }
+
+ private:
+  bool FPushAtEnd = false;
 };
 
 }  // namespace pel

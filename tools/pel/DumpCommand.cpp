@@ -1,9 +1,11 @@
-#include "DumpCommand.h"
+#include "pel/DumpCommand.h"
 
 #include <fstream>
 #include <sstream>
 
 #include "platform/Classes.h"
+
+namespace pel::cli {
 
 int RunDump(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
   using namespace pel;
@@ -45,3 +47,5 @@ int RunDump(const std::vector<std::string>& args, std::ostream& out, std::ostrea
   }
   return 0;
 }
+
+}  // namespace pel::cli
