@@ -5,6 +5,7 @@
 
 #include "platform/RTLConsts.h"
 #include "platform/SysUtils.h"
+#include "platform/classes/ListAlgorithms.h"
 
 namespace pel {
 
@@ -83,23 +84,9 @@ void TList::Pack() {
 }
 
 void TList::QuickSort(int32_t L, int32_t R, TListSortCompare Compare) {
-  int32_t i;
-  do {
-    i = L;
-    int32_t j = R;
-    void* p = FList[(L + R) >> 1];
-    do {
-      while (Compare(FList[i], p) < 0) ++i;
-      while (Compare(FList[j], p) > 0) --j;
-      if (i <= j) {
-        std::swap(FList[i], FList[j]);
-        ++i;
-        --j;
-      }
-    } while (i <= j);
-    if (L < j) QuickSort(L, j, Compare);
-    L = i;
-  } while (i < R);
+  detail::FrameworkQuickSort<void*>(
+      L, R, [this](int32_t i) { return FList[i]; }, Compare,
+      [this](int32_t i, int32_t j) { std::swap(FList[i], FList[j]); });
 }
 
 void TList::Sort(TListSortCompare Compare) {

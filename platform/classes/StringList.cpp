@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "platform/classes/ListAlgorithms.h"
+
 namespace pel {
 
 TStringList::~TStringList() = default;
@@ -135,24 +137,9 @@ int32_t TStringList::CompareStrings(const String& S1, const String& S2) {
 }
 
 bool TStringList::Find(const String& S, int32_t& Index) {
-  bool Result = false;
-  int32_t L = 0;
-  int32_t H = FCount - 1;
-  while (L <= H) {
-    int32_t I = (L + H) >> 1;
-    int32_t C = CompareStrings(FList[I].FString, S);
-    if (C < 0) {
-      L = I + 1;
-    } else {
-      H = I - 1;
-      if (C == 0) {
-        Result = true;
-        if (FDuplicates != dupAccept) L = I;
-      }
-    }
-  }
-  Index = L;
-  return Result;
+  return detail::FrameworkFind(
+      FCount, FDuplicates == dupAccept,
+      [&](int32_t i) { return CompareStrings(FList[i].FString, S); }, Index);
 }
 
 int32_t TStringList::IndexOf(const String& S) {

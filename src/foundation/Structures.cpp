@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "platform/classes/ListAlgorithms.h"
+
 namespace pel {
 
 TStringCompareFunc StringCompareFor(TStringOpsType Ops) {
@@ -244,24 +246,9 @@ void TPelStringList::ExchangeItems(int32_t Index1, int32_t Index2) {
 }
 
 bool TPelStringList::Find(const String& S, int32_t& Index) {
-  bool Result = false;
-  int32_t L = 0;
-  int32_t H = FCount - 1;
-  while (L <= H) {
-    int32_t I = static_cast<int32_t>((static_cast<uint32_t>(L) + static_cast<uint32_t>(H)) >> 1);
-    int32_t C = FCompare(FList[I].FString, S);
-    if (C < 0) {
-      L = I + 1;
-    } else {
-      H = I - 1;
-      if (C == 0) {
-        Result = true;
-        if (FDuplicates != dupAccept) L = I;
-      }
-    }
-  }
-  Index = L;
-  return Result;
+  return detail::FrameworkFind(
+      FCount, FDuplicates == dupAccept, [&](int32_t i) { return FCompare(FList[i].FString, S); },
+      Index);
 }
 
 int32_t TPelStringList::IndexOf(const String& S) {
@@ -281,23 +268,9 @@ int32_t TPelStringList::IndexOfData(TObject* AData) {
 }
 
 void TPelStringList::QuickSort(int32_t L, int32_t R) {
-  int32_t I;
-  do {
-    I = L;
-    int32_t J = R;
-    const String P = FList[(static_cast<uint32_t>(L) + static_cast<uint32_t>(R)) >> 1].FString;
-    do {
-      while (FCompare(FList[I].FString, P) < 0) ++I;
-      while (FCompare(FList[J].FString, P) > 0) --J;
-      if (I <= J) {
-        ExchangeItems(I, J);
-        ++I;
-        --J;
-      }
-    } while (I <= J);
-    if (L < J) QuickSort(L, J);
-    L = I;
-  } while (I < R);
+  detail::FrameworkQuickSort<String>(
+      L, R, [this](int32_t i) -> const String& { return FList[i].FString; }, FCompare,
+      [this](int32_t i, int32_t j) { ExchangeItems(i, j); });
 }
 
 void TPelStringList::Sort() {

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "lists/PelLists.h"
+#include "platform/classes/ListAlgorithms.h"
 
 namespace pel {
 
@@ -150,23 +151,9 @@ void TFreeList::Move(int32_t CurIndex, int32_t NewIndex) {
 }
 
 void TFreeList::QuickSort(int32_t L, int32_t R, TListSortCompare Compare) {
-  int32_t I;
-  do {
-    I = L;
-    int32_t J = R;
-    TObject* P = FList[(L + R) >> 1];
-    do {
-      while (Compare(FList[I], P) < 0) ++I;
-      while (Compare(FList[J], P) > 0) --J;
-      if (I <= J) {
-        std::swap(FList[I], FList[J]);
-        ++I;
-        --J;
-      }
-    } while (I <= J);
-    if (L < J) QuickSort(L, J, Compare);
-    L = I;
-  } while (I < R);
+  detail::FrameworkQuickSort<void*>(
+      L, R, [this](int32_t i) -> void* { return FList[i]; }, Compare,
+      [this](int32_t i, int32_t j) { std::swap(FList[i], FList[j]); });
 }
 
 void TFreeList::Sort(TListSortCompare Compare) {
