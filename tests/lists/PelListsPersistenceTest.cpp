@@ -77,14 +77,11 @@ TEST(PelListsPersistence, PublishedPropertiesAndStringQueueStreams) {
   EXPECT_FALSE(head->HasSetter());
   EXPECT_TRUE(GetPropList(TPelStringStack::StaticClass()).empty());
 
-  // Through the properties: a node's value and a list's head.
+  // Through the properties: a list's head and a node's item.
   auto list = Make<TPelLinkedList>();
   TSQNode* first = list->Add(list.get());
   EXPECT_EQ(GetObjectProp(list.get(), "Head"), first);
   EXPECT_EQ(GetObjectProp(first, "Item"), list.get());
-  auto sn = Make<TSQStringNode>();
-  SetStrProp(sn.get(), "Value", "v");
-  EXPECT_EQ(sn->GetValue(), "v");
 
   // A stack and a queue written inside a component and read back keep
   // their order; items are not written.
