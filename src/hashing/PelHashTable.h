@@ -65,6 +65,10 @@ constexpr const char* SIllegalNextElement =
 PEL_EXCEPTION(EPelHashtableError, Exception)
 
 enum TPelHashType : uint8_t { htTruncation, htDivision, htMidSquare, htFolding };
+inline const char* const kPelHashTypeNames[] = {"htTruncation", "htDivision", "htMidSquare",
+                                                "htFolding"};
+// The run-time description of TPelHashType, for its published property.
+inline const TTypeInfo TPelHashTypeInfo = EnumTypeInfo("TPelHashType", kPelHashTypeNames);
 
 class TPelCustomHashtable;
 class TPelHashtableEnumerator;
@@ -120,9 +124,21 @@ class TPelStringHashtableEntry : public TPelHashtableEntry {
   String FKeyString;
 };
 
-// The hash-table engine.
+// The hash-table engine. Published, and so streamed with a component that
+// holds the table: Capacity (default 101), HashType (default htDivision) and
+// LoadFactor (written unless 0). The contents are not streamed, and OnChange,
+// a plain callback without a method name, is not published.
 class TPelCustomHashtable : public TPersistent {
   PEL_CLASS(TPelCustomHashtable, TPersistent)
+  PEL_PUBLISHED(
+      TPelCustomHashtable,
+      Property<&TPelCustomHashtable::GetCapacity, &TPelCustomHashtable::SetCapacity>("Capacity")
+          .WithDefault(101),
+      Property<&TPelCustomHashtable::GetHashType, &TPelCustomHashtable::SetHashType>(
+          "HashType", &TPelHashTypeInfo)
+          .WithDefault(htDivision),
+      Property<&TPelCustomHashtable::GetLoadFactor, &TPelCustomHashtable::SetLoadFactor>(
+          "LoadFactor"))
   friend class TPelHashtableEnumerator;
 
  public:

@@ -513,6 +513,46 @@ bool TPelStringQueue::Equals(TPelStringQueue* Other) {
   return true;
 }
 
+void TPelStringQueue::DefineProperties(TFiler* Filer) {
+  TPelQueue::DefineProperties(Filer);
+  Filer->DefineProperty(
+      "Strings", [this](TReader* Reader) { ReadData(Reader); },
+      [this](TWriter* Writer) { WriteData(Writer); }, true);
+}
+
+void TPelStringQueue::ReadData(TReader* Reader) {
+  Reader->ReadListBegin();
+  BeginUpdate();
+  try {
+    Clear();
+    while (!Reader->EndOfList()) {
+      auto* node = As<TSQStringNode>(NewNode());
+      int32_t before = FCount;
+      // A queue whose Insert links nothing (the priority string queue)
+      // leaves the node to us: it is freed once its value is read.
+      try {
+        Insert(node, nullptr);
+        node->SetValue(Reader->ReadString());
+      } catch (...) {
+        FreeIfUnlinked(node, before);
+        throw;
+      }
+      FreeIfUnlinked(node, before);
+    }
+  } catch (...) {
+    EndUpdate();
+    throw;
+  }
+  EndUpdate();
+  Reader->ReadListEnd();
+}
+
+void TPelStringQueue::WriteData(TWriter* Writer) {
+  Writer->WriteListBegin();
+  for (int32_t i = 0; i < GetCount(); ++i) Writer->WriteString(GetStrings(i));
+  Writer->WriteListEnd();
+}
+
 void TPelStringStack::Assign(TPersistent* Source) {
   if (auto* stack = dynamic_cast<TPelStringStack*>(Source)) {
     BeginUpdate();

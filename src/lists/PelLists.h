@@ -20,6 +20,7 @@
 
 #include "foundation/Structures.h"
 #include "platform/Classes.h"
+#include "platform/TypInfo.h"
 
 namespace pel {
 
@@ -42,9 +43,15 @@ using pellists::SUnknownNode;
 
 // ---------------------------------------------------------------------------
 // Nodes. Assign copies the carried data, never the links.
+//
+// The links (Next, Previous) are published but not stored: a node reached
+// through a link is the list's, and writing it as a sub-object would walk
+// the whole list (and, doubly linked, forever).
 
 class TSQNode : public TPersistent {
   PEL_CLASS(TSQNode, TPersistent)
+  PEL_PUBLISHED(TSQNode, Property<&TSQNode::GetItem, &TSQNode::SetItem>("Item"),
+                Property<&TSQNode::GetNext, &TSQNode::SetNext>("Next").NotStored())
  public:
   // Copies Item from another TSQNode; anything else goes to TPersistent.
   void Assign(TPersistent* Source) override;
@@ -64,6 +71,9 @@ using TSQNodeClass = TClassOf<TSQNode>;
 // A node that also links back. Next reads as a TSQDoubleNode.
 class TSQDoubleNode : public TSQNode {
   PEL_CLASS(TSQDoubleNode, TSQNode)
+  PEL_PUBLISHED(
+      TSQDoubleNode, Property<&TSQDoubleNode::GetNext, &TSQDoubleNode::SetNext>("Next").NotStored(),
+      Property<&TSQDoubleNode::GetPrevious, &TSQDoubleNode::SetPrevious>("Previous").NotStored())
  public:
   // Raises EInvalidCast when the following node is not a TSQDoubleNode.
   TSQDoubleNode* GetNext() const { return As<TSQDoubleNode>(FNext); }
@@ -78,6 +88,8 @@ class TSQDoubleNode : public TSQNode {
 // A node carrying a string besides its item.
 class TSQStringNode : public TSQNode {
   PEL_CLASS(TSQStringNode, TSQNode)
+  PEL_PUBLISHED(TSQStringNode,
+                Property<&TSQStringNode::GetValue, &TSQStringNode::SetValue>("Value"))
  public:
   // Copies Value from another string node, then Item as TSQNode does.
   void Assign(TPersistent* Source) override;
@@ -216,19 +228,28 @@ class TPelCustomLinkedList : public TPersistent {
   void FreeNodes();
 };
 
-// The general singly linked list; publishes Head, Tail and OnChange.
-// (The published-property table is declared with the streaming layer.)
+// The general singly linked list; publishes Head and Tail (read-only, so
+// never written). OnChange is a plain callback with no method name to
+// stream, so it is not published.
 class TPelLinkedList : public TPelCustomLinkedList {
   PEL_CLASS(TPelLinkedList, TPelCustomLinkedList)
+  PEL_PUBLISHED(TPelLinkedList, Property<&TPelLinkedList::GetHead>("Head"),
+                Property<&TPelLinkedList::GetTail>("Tail"))
  public:
   using TPelCustomLinkedList::GetHead;
   using TPelCustomLinkedList::GetTail;
 };
 
 // A doubly linked list of TSQDoubleNode nodes; indexed access to the back
-// half walks from the tail.
+// half walks from the tail. Head and Tail are published again typed as
+// TSQDoubleNode and writable, but not stored: the setters only store a
+// reference, which means nothing in another list.
 class TPelDoublyLinkedList : public TPelLinkedList {
   PEL_CLASS(TPelDoublyLinkedList, TPelLinkedList)
+  PEL_PUBLISHED(
+      TPelDoublyLinkedList,
+      Property<&TPelDoublyLinkedList::GetHead, &TPelDoublyLinkedList::SetHead>("Head").NotStored(),
+      Property<&TPelDoublyLinkedList::GetTail, &TPelDoublyLinkedList::SetTail>("Tail").NotStored())
  public:
   TSQNode* GetNode(int32_t Index) override;
   // Node takes over the old node's links and the old node is freed, but
@@ -252,7 +273,8 @@ class TPelDoublyLinkedList : public TPelLinkedList {
 // Queues and stacks. All take from the head; they differ in where AddNode
 // and Insert put a node.
 
-// A first-in first-out queue of objects; publishes OnChange.
+// A first-in first-out queue of objects. (Its OnChange is a plain callback
+// and so is not among the published properties.)
 class TPelQueue : public TPelCustomLinkedList {
   PEL_CLASS(TPelQueue, TPelCustomLinkedList)
  public:
@@ -281,11 +303,15 @@ class TPelStack : public TPelQueue {
 
 // A queue of strings, each of which may carry an object.
 //
-// Its "Strings" property (the values, in order) is persisted through
-// DefineProperties/ReadData/WriteData once the filer classes exist.
+// It persists itself (and so do its descendants) as a defined property
+// "Strings": a list of the values from the head. Items and priorities are
+// not written. Reading appends every value in the order read, also into a
+// stack, so a stack read back has its old top on top again.
 class TPelStringQueue : public TPelQueue {
   PEL_CLASS(TPelStringQueue, TPelQueue)
  public:
+  // Defines "Strings", always stored.
+  void DefineProperties(TFiler* Filer) override;
   // Into a platform TStrings: cleared, then each value with its item from
   // the head. Anything else goes to TPersistent.
   void AssignTo(TPersistent* Dest) override;
@@ -311,6 +337,11 @@ class TPelStringQueue : public TPelQueue {
   TSQStringNode* GetNext();
   // Same count and the same strings, case-sensitively; items are ignored.
   bool Equals(TPelStringQueue* Other);
+  // Clears the queue and appends one node per string of a list value.
+  // Malformed input raises EReadError; the nodes read so far stay.
+  void ReadData(TReader* Reader);
+  // Writes the values from the head as a list of strings.
+  void WriteData(TWriter* Writer);
 };
 
 // A last-in first-out stack of strings.

@@ -50,11 +50,26 @@ enum TTraversalOrder : uint8_t { toPreOrder, toInOrder, toPostOrder };
 // unchanged. The tag is pointer-sized so that it can carry an object.
 using TTreeIterator = std::function<void(TPelCustomTreeNode* ANode, intptr_t ATag)>;
 
+// The run-time description of the framework's TDuplicates, for the
+// height-balanced tree's Duplicates property.
+inline const char* const kDuplicatesNames[] = {"dupIgnore", "dupAccept", "dupError"};
+inline const TTypeInfo TDuplicatesInfo = EnumTypeInfo("TDuplicates", kDuplicatesNames);
+
 // ---------------------------------------------------------------------------
 // Nodes
+//
+// Published: ChildCount, Owner and Parent (read-only, so never written);
+// binary nodes add Left and Right, height-balanced ones BalanceFactor and
+// Priority. Owner, Parent, Left and Right read as the node family's own
+// classes. The child links are not stored: a reader cannot rebuild a
+// subtree from them (it has no nodes to write into), and the structure is
+// the tree's to make.
 
 class TPelCustomTreeNode : public TPersistent {
   PEL_CLASS(TPelCustomTreeNode, TPersistent)
+  PEL_PUBLISHED(TPelCustomTreeNode, Property<&TPelCustomTreeNode::GetChildCount>("ChildCount"),
+                Property<&TPelCustomTreeNode::GetOwner>("Owner"),
+                Property<&TPelCustomTreeNode::GetParent>("Parent"))
  public:
   // The node family's virtual constructor takes the owning tree.
   using TCreateArgs = TCtorArgs<TPelCustomTree*>;
@@ -109,6 +124,12 @@ using TPelTreeNodeClass = TClassOf<TPelCustomTreeNode, TPelCustomTree*>;
 // so a node with only Right reports one child, Right, at index 0.
 class TPelBinaryTreeNode : public TPelCustomTreeNode {
   PEL_CLASS(TPelBinaryTreeNode, TPelCustomTreeNode)
+  PEL_PUBLISHED(
+      TPelBinaryTreeNode,
+      Property<&TPelBinaryTreeNode::GetLeft, &TPelBinaryTreeNode::SetLeft>("Left").NotStored(),
+      Property<&TPelBinaryTreeNode::GetRight, &TPelBinaryTreeNode::SetRight>("Right").NotStored(),
+      Property<&TPelBinaryTreeNode::GetBinaryOwner>("Owner"),
+      Property<&TPelBinaryTreeNode::GetBinaryParent>("Parent"))
  public:
   using TPelCustomTreeNode::TPelCustomTreeNode;
 
@@ -141,6 +162,8 @@ class TPelBinaryTreeNode : public TPelCustomTreeNode {
 // N-ary node: the children in order in a platform list.
 class TPelTreeNode : public TPelCustomTreeNode {
   PEL_CLASS(TPelTreeNode, TPelCustomTreeNode)
+  PEL_PUBLISHED(TPelTreeNode, Property<&TPelTreeNode::GetTreeOwner>("Owner"),
+                Property<&TPelTreeNode::GetTreeParent>("Parent"))
  public:
   explicit TPelTreeNode(TPelCustomTree* AOwner);
   TPelTreeNode(TPelCustomTree* AOwner, void* AData);
@@ -168,8 +191,13 @@ class TPelTreeNode : public TPelCustomTreeNode {
 // ---------------------------------------------------------------------------
 // Trees
 
+// Trees publish Root (not stored: a subtree cannot be read back through
+// it) and the height-balanced tree Duplicates. OnChange and OnChanging are
+// plain callbacks with no method name to stream and are not published.
 class TPelCustomTree : public TPersistent {
   PEL_CLASS(TPelCustomTree, TPersistent)
+  PEL_PUBLISHED(TPelCustomTree,
+                Property<&TPelCustomTree::GetRoot, &TPelCustomTree::SetRoot>("Root").NotStored())
  public:
   TPelCustomTree() = default;
   // Frees every node through the (possibly overridden) Clear.
@@ -265,6 +293,20 @@ enum TPriorityOrder : uint8_t { poDecreasing, poIncreasing };
 
 class TPelHeightBalancedTreeNode : public TPelBinaryTreeNode {
   PEL_CLASS(TPelHeightBalancedTreeNode, TPelBinaryTreeNode)
+  PEL_PUBLISHED(
+      TPelHeightBalancedTreeNode,
+      Property<&TPelHeightBalancedTreeNode::GetBalanceFactor,
+               &TPelHeightBalancedTreeNode::SetBalanceFactor>("BalanceFactor"),
+      Property<&TPelHeightBalancedTreeNode::GetPriority, &TPelHeightBalancedTreeNode::SetPriority>(
+          "Priority"),
+      Property<&TPelHeightBalancedTreeNode::GetHBLeft, &TPelHeightBalancedTreeNode::SetHBLeft>(
+          "Left")
+          .NotStored(),
+      Property<&TPelHeightBalancedTreeNode::GetHBRight, &TPelHeightBalancedTreeNode::SetHBRight>(
+          "Right")
+          .NotStored(),
+      Property<&TPelHeightBalancedTreeNode::GetHBOwner>("Owner"),
+      Property<&TPelHeightBalancedTreeNode::GetHBParent>("Parent"))
  public:
   explicit TPelHeightBalancedTreeNode(TPelCustomTree* AOwner) : TPelBinaryTreeNode(AOwner) {}
   TPelHeightBalancedTreeNode(TPelCustomTree* AOwner, int32_t APriority)
@@ -294,6 +336,11 @@ class TPelHeightBalancedTreeNode : public TPelBinaryTreeNode {
 // balanced by height with single and double rotations on insertion.
 class TPelHeightBalancedTree : public TPelBinaryTree {
   PEL_CLASS(TPelHeightBalancedTree, TPelBinaryTree)
+  PEL_PUBLISHED(TPelHeightBalancedTree,
+                Property<&TPelHeightBalancedTree::GetDuplicates,
+                         &TPelHeightBalancedTree::SetDuplicates>("Duplicates", &TDuplicatesInfo),
+                Property<&TPelHeightBalancedTree::GetRoot, &TPelHeightBalancedTree::SetRoot>("Root")
+                    .NotStored())
  public:
   TPelHeightBalancedTree();
 

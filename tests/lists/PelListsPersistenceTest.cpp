@@ -1,0 +1,142 @@
+#include <gtest/gtest.h>
+
+#include "lists/PelLists.h"
+
+using namespace pel;
+
+namespace {
+
+// A component holding a string stack and a string queue as sub-objects,
+// written as "Stack.Strings" and "Queue.Strings".
+class TQueueHolder : public TComponent {
+  PEL_CLASS(TQueueHolder, TComponent)
+  PEL_PUBLISHED(TQueueHolder, Property<&TQueueHolder::GetStack, &TQueueHolder::SetStack>("Stack"),
+                Property<&TQueueHolder::GetQueue, &TQueueHolder::SetQueue>("Queue"))
+ public:
+  using TComponent::TComponent;
+  ~TQueueHolder() override {
+    Free(FStack);
+    Free(FQueue);
+  }
+  TPelStringStack* GetStack() const { return FStack; }
+  void SetStack(TPelStringStack* Value) { FStack->Assign(Value); }
+  TPelStringQueue* GetQueue() const { return FQueue; }
+  void SetQueue(TPelStringQueue* Value) { FQueue->Assign(Value); }
+
+  TPelStringStack* FStack = New<TPelStringStack>();
+  TPelStringQueue* FQueue = New<TPelStringQueue>();
+};
+
+String Bytes(TMemoryStream* m) {
+  return String(static_cast<const char*>(m->GetMemory()), static_cast<std::size_t>(m->GetSize()));
+}
+
+std::vector<String> Values(TPelStringQueue* Q) {
+  std::vector<String> r;
+  for (int32_t i = 0; i < Q->GetCount(); ++i) r.push_back(Q->GetStrings(i));
+  return r;
+}
+
+struct Prop {
+  String Name;
+  TTypeKind Kind;
+  TClass Class;
+  bool Stored;
+};
+
+std::vector<Prop> Props(TClass C) {
+  std::vector<Prop> r;
+  for (const TPropInfo* p : GetPropList(C))
+    r.push_back({p->Name, p->PropType->Kind, p->PropType->ClassType, p->StoredConst});
+  return r;
+}
+
+bool operator==(const Prop& a, const Prop& b) {
+  return a.Name == b.Name && a.Kind == b.Kind && a.Class == b.Class && a.Stored == b.Stored;
+}
+
+}  // namespace
+
+TEST(PelListsPersistence, PublishedPropertiesAndStringQueueStreams) {
+  // Published tables, root class first; a re-published link keeps its place
+  // and takes the narrower class. Links are never stored.
+  TClass obj = TObject::StaticClass(), node = TSQNode::StaticClass();
+  TClass dnode = TSQDoubleNode::StaticClass();
+  EXPECT_EQ(Props(TSQStringNode::StaticClass()),
+            (std::vector<Prop>{{"Item", tkClass, obj, true},
+                               {"Next", tkClass, node, false},
+                               {"Value", tkLString, nullptr, true}}));
+  EXPECT_EQ(Props(dnode), (std::vector<Prop>{{"Item", tkClass, obj, true},
+                                             {"Next", tkClass, dnode, false},
+                                             {"Previous", tkClass, dnode, false}}));
+  EXPECT_EQ(Props(TSQPriorityStringNode::StaticClass()), Props(TSQStringNode::StaticClass()));
+  EXPECT_EQ(Props(TPelDoublyLinkedList::StaticClass()),
+            (std::vector<Prop>{{"Head", tkClass, dnode, false}, {"Tail", tkClass, dnode, false}}));
+  const TPropInfo* head = GetPropInfo(TPelLinkedList::StaticClass(), "head");
+  ASSERT_NE(head, nullptr);
+  EXPECT_FALSE(head->HasSetter());
+  EXPECT_TRUE(GetPropList(TPelStringStack::StaticClass()).empty());
+
+  // Through the properties: a list's head and a node's item.
+  auto list = Make<TPelLinkedList>();
+  TSQNode* first = list->Add(list.get());
+  EXPECT_EQ(GetObjectProp(list.get(), "Head"), first);
+  EXPECT_EQ(GetObjectProp(first, "Item"), list.get());
+
+  // A stack and a queue written inside a component and read back keep
+  // their order; items are not written.
+  auto src = Make<TQueueHolder>(nullptr);
+  src->SetName("Holder");
+  for (const char* s : {"a", "b", "c"}) src->FStack->PushItem(s, src.get());
+  src->FQueue->PushString("x");
+  src->FQueue->PushString("y");
+  ASSERT_EQ(Values(src->FStack), (std::vector<String>{"c", "b", "a"}));
+  auto m = Make<TMemoryStream>();
+  m->WriteComponent(src.get());
+  String good = Bytes(m.get());
+  EXPECT_NE(good.find(String("\x0dQueue.Strings\x01\x06\x01x\x06\x01y\x00", 22)), String::npos);
+
+  auto back = Make<TQueueHolder>(nullptr);
+  back->FStack->PushString("old");
+  m->SetPosition(0);
+  m->ReadComponent(back.get());
+  EXPECT_EQ(Values(back->FStack), (std::vector<String>{"c", "b", "a"}));
+  EXPECT_EQ(back->FStack->GetTopString(), "c");
+  EXPECT_EQ(back->FStack->GetItem(0), nullptr);
+  EXPECT_EQ(Values(back->FQueue), (std::vector<String>{"x", "y"}));
+  EXPECT_TRUE(back->FQueue->Equals(src->FQueue));
+
+  // Malformed input: every truncation, and a number where a string
+  // belongs, raise EReadError and free what was read.
+  for (std::size_t n = 0; n < good.size(); ++n) {
+    auto into = Make<TQueueHolder>(nullptr);
+    auto s = Make<TStringStream>(good.substr(0, n));
+    EXPECT_THROW(s->ReadComponent(into.get()), EReadError) << "truncated at " << n;
+  }
+  String bad = good;
+  std::size_t at = bad.find(String("\x06\x01y", 3));
+  ASSERT_NE(at, String::npos);
+  bad[at] = vaInt8;
+  auto into = Make<TQueueHolder>(nullptr);
+  int changes = 0;
+  into->FQueue->SetOnChange([&](TObject*) { ++changes; });
+  auto s = Make<TStringStream>(bad);
+  EXPECT_THROW(s->ReadComponent(into.get()), EReadError);
+  // The update bracket was closed: the queue notifies again.
+  changes = 0;
+  into->FQueue->PushString("z");
+  EXPECT_EQ(changes, 1);
+
+  // A priority string queue links nothing it inserts, so reading leaves it
+  // empty and must free every node it made.
+  auto raw = Make<TMemoryStream>();
+  auto w = Make<TWriter>(raw.get());
+  src->FQueue->WriteData(w.get());
+  w.reset();
+  raw->SetPosition(0);
+  auto r = Make<TReader>(raw.get());
+  auto prio = Make<TPelPriorityStringQueue>();
+  prio->ReadData(r.get());
+  EXPECT_EQ(prio->GetCount(), 0);
+  EXPECT_EQ(raw->GetPosition(), raw->GetSize());
+}

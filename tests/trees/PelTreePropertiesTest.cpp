@@ -1,0 +1,82 @@
+#include <gtest/gtest.h>
+
+#include "trees/PelTree.h"
+
+using namespace pel;
+
+namespace {
+
+// A component holding a height-balanced tree as a sub-object.
+class TTreeHolder : public TComponent {
+  PEL_CLASS(TTreeHolder, TComponent)
+  PEL_PUBLISHED(TTreeHolder, Property<&TTreeHolder::GetTree, &TTreeHolder::SetTree>("Tree"))
+ public:
+  using TComponent::TComponent;
+  ~TTreeHolder() override { Free(FTree); }
+  TPelHeightBalancedTree* GetTree() const { return FTree; }
+  void SetTree(TPelHeightBalancedTree* Value) { FTree->Assign(Value); }
+
+  TPelHeightBalancedTree* FTree = New<TPelHeightBalancedTree>();
+};
+
+// "Name:kind:class:stored:default" for each published property.
+std::vector<String> Props(TClass C) {
+  std::vector<String> r;
+  for (const TPropInfo* p : GetPropList(C))
+    r.push_back(String(p->Name) + ":" + std::to_string(p->PropType->Kind) + ":" +
+                (p->PropType->ClassType ? p->PropType->ClassType->Name : "") + ":" +
+                (p->StoredConst ? "s" : "-") + ":" +
+                (p->Default == kNoDefault ? "nodefault" : std::to_string(p->Default)) +
+                (p->HasSetter() ? ":rw" : ":ro"));
+  return r;
+}
+
+}  // namespace
+
+TEST(PelTreeProperties, PublishedPropertiesAndDuplicatesRoundTrip) {
+  const String cls = std::to_string(tkClass), ord = std::to_string(tkInteger);
+  EXPECT_EQ(Props(TPelHeightBalancedTreeNode::StaticClass()),
+            (std::vector<String>{"ChildCount:" + ord + "::s:nodefault:ro",
+                                 "Owner:" + cls + ":TPelHeightBalancedTree:s:nodefault:ro",
+                                 "Parent:" + cls + ":TPelBinaryTreeNode:s:nodefault:ro",
+                                 "Left:" + cls + ":TPelHeightBalancedTreeNode:-:nodefault:rw",
+                                 "Right:" + cls + ":TPelHeightBalancedTreeNode:-:nodefault:rw",
+                                 "BalanceFactor:" + ord + "::s:nodefault:rw",
+                                 "Priority:" + ord + "::s:nodefault:rw"}));
+  EXPECT_EQ(Props(TPelTreeNode::StaticClass()),
+            (std::vector<String>{"ChildCount:" + ord + "::s:nodefault:ro",
+                                 "Owner:" + cls + ":TPelTree:s:nodefault:ro",
+                                 "Parent:" + cls + ":TPelTreeNode:s:nodefault:ro"}));
+  EXPECT_EQ(
+      Props(TPelHeightBalancedTree::StaticClass()),
+      (std::vector<String>{"Root:" + cls + ":TPelHeightBalancedTreeNode:-:nodefault:rw",
+                           "Duplicates:" + std::to_string(tkEnumeration) + "::s:nodefault:rw"}));
+
+  // The getters behind the node properties.
+  auto tree = Make<TPelHeightBalancedTree>();
+  tree->Add(nullptr, 2);
+  TPelHeightBalancedTreeNode* low = tree->Add(nullptr, 1);
+  tree->Add(nullptr, 3);
+  TPelHeightBalancedTreeNode* root = tree->GetRoot();
+  EXPECT_EQ(GetObjectProp(tree.get(), "Root"), root);
+  EXPECT_EQ(GetOrdProp(root, "ChildCount"), 2);
+  EXPECT_EQ(GetOrdProp(root, "Priority"), 2);
+  EXPECT_EQ(GetObjectProp(root, "Left"), low);
+  EXPECT_EQ(GetObjectProp(low, "Parent"), root);
+  EXPECT_EQ(GetObjectProp(low, "Owner"), tree.get());
+  EXPECT_EQ(GetObjectProp(root, "Parent"), nullptr);
+
+  // Duplicates survives a component stream; the nodes are not written, so
+  // a tree with contents still reads back (into an empty tree).
+  auto src = Make<TTreeHolder>(nullptr);
+  src->SetName("Holder");
+  src->FTree->SetDuplicates(dupError);
+  src->FTree->Add(nullptr, 7);
+  auto m = Make<TMemoryStream>();
+  m->WriteComponent(src.get());
+  auto back = Make<TTreeHolder>(nullptr);
+  m->SetPosition(0);
+  m->ReadComponent(back.get());
+  EXPECT_EQ(back->FTree->GetDuplicates(), dupError);
+  EXPECT_EQ(back->FTree->GetRoot(), nullptr);
+}
