@@ -14,10 +14,15 @@
 
 #include <vector>
 
+#include "platform/TypInfo.h"
 #include "platform/classes/ClassesTypes.h"
 #include "platform/classes/Strings.h"
 
 namespace pel {
+
+// The run-time description of TDuplicates, for published properties.
+inline const char* const kDuplicatesNames[] = {"dupIgnore", "dupAccept", "dupError"};
+inline const TTypeInfo TDuplicatesInfo = EnumTypeInfo("TDuplicates", kDuplicatesNames);
 
 class TStringList;
 // Orders the strings at Index1 and Index2 of List for CustomSort.

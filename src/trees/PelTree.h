@@ -50,11 +50,6 @@ enum TTraversalOrder : uint8_t { toPreOrder, toInOrder, toPostOrder };
 // unchanged. The tag is pointer-sized so that it can carry an object.
 using TTreeIterator = std::function<void(TPelCustomTreeNode* ANode, intptr_t ATag)>;
 
-// The run-time description of the framework's TDuplicates, for the
-// height-balanced tree's Duplicates property.
-inline const char* const kDuplicatesNames[] = {"dupIgnore", "dupAccept", "dupError"};
-inline const TTypeInfo TDuplicatesInfo = EnumTypeInfo("TDuplicates", kDuplicatesNames);
-
 // ---------------------------------------------------------------------------
 // Nodes
 //
