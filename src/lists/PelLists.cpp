@@ -400,20 +400,26 @@ static void PrependCopies(TPelCustomLinkedList* Self, TSQNode* SourceHead,
 
 static TSQNode* MakeNodeOf(TPelCustomLinkedList* List) { return List->NewNode(); }
 
-void TPelStack::Assign(TPersistent* Source) {
-  if (auto* stack = dynamic_cast<TPelStack*>(Source)) {
-    BeginUpdate();
-    try {
-      Clear();
-      AddStack(stack);
-    } catch (...) {
-      EndUpdate();
-      throw;
-    }
-    EndUpdate();
-    return;
+// Both stacks copy another stack of their kind the same way: clear, then
+// its nodes in their order, inside one update. False for any other source.
+template <class Stack>
+static bool CopyStack(Stack* Self, TPersistent* Source) {
+  auto* stack = dynamic_cast<Stack*>(Source);
+  if (!stack) return false;
+  Self->BeginUpdate();
+  try {
+    Self->Clear();
+    Self->AddStack(stack);
+  } catch (...) {
+    Self->EndUpdate();
+    throw;
   }
-  TPelQueue::Assign(Source);
+  Self->EndUpdate();
+  return true;
+}
+
+void TPelStack::Assign(TPersistent* Source) {
+  if (!CopyStack(this, Source)) TPelQueue::Assign(Source);
 }
 
 TSQNode* TPelStack::AddNode(TSQNode* Node) { return Insert(Node, FHead); }
@@ -554,19 +560,7 @@ void TPelStringQueue::WriteData(TWriter* Writer) {
 }
 
 void TPelStringStack::Assign(TPersistent* Source) {
-  if (auto* stack = dynamic_cast<TPelStringStack*>(Source)) {
-    BeginUpdate();
-    try {
-      Clear();
-      AddStack(stack);
-    } catch (...) {
-      EndUpdate();
-      throw;
-    }
-    EndUpdate();
-    return;
-  }
-  TPelStringQueue::Assign(Source);
+  if (!CopyStack(this, Source)) TPelStringQueue::Assign(Source);
 }
 
 TSQNode* TPelStringStack::AddNode(TSQNode* Node) { return Insert(Node, FHead); }
