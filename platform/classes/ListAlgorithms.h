@@ -6,6 +6,13 @@
 
 namespace pel::detail {
 
+// How much a full list grows: by 4 while its capacity is at most 8, by 16
+// while it is at most 64, by a quarter above (4, 8, 12, 28, 44, 60, 76, 95,
+// 118, ...).
+constexpr int32_t FrameworkGrowDelta(int32_t Capacity) {
+  return Capacity > 64 ? Capacity / 4 : Capacity > 8 ? 16 : 4;
+}
+
 // The framework's quicksort over the positions L..R: the middle element (by
 // value) is the pivot; the left index advances while its key orders before
 // the pivot, the right one retreats while its key orders after; the left

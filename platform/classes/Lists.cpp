@@ -149,7 +149,7 @@ void TList::SetCapacity(int32_t NewCapacity) {
 }
 
 void TList::Grow() {
-  int32_t delta = FCapacity > 64 ? FCapacity / 4 : FCapacity > 8 ? 16 : 4;
+  int32_t delta = detail::FrameworkGrowDelta(FCapacity);
   SetCapacity(FCapacity + delta);
 }
 

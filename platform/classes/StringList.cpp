@@ -66,7 +66,7 @@ void TStringList::SetCapacity(int32_t NewCapacity) {
 }
 
 void TStringList::Grow() {
-  int32_t delta = FCapacity > 64 ? FCapacity / 4 : FCapacity > 8 ? 16 : 4;
+  int32_t delta = detail::FrameworkGrowDelta(FCapacity);
   SetCapacity(FCapacity + delta);
 }
 

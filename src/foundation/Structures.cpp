@@ -186,7 +186,7 @@ void TPelStringList::Insert(int32_t Index, const String& S) {
 
 void TPelStringList::Grow() {
   int32_t capacity = GetCapacity();
-  int32_t delta = capacity > 64 ? capacity / 4 : capacity > 8 ? 16 : 4;
+  int32_t delta = detail::FrameworkGrowDelta(capacity);
   SetCapacity(capacity + delta);
 }
 

@@ -20,7 +20,7 @@ void TFreeList::CheckIndex(int32_t Index) {
 }
 
 void TFreeList::Grow() {
-  int32_t delta = FCapacity > 64 ? FCapacity / 4 : FCapacity > 8 ? 16 : 4;
+  int32_t delta = detail::FrameworkGrowDelta(FCapacity);
   SetCapacity(FCapacity + delta);
 }
 
