@@ -571,6 +571,65 @@ void TPelStringStack::AddStack(TPelCustomLinkedList* List) {
 }
 
 // ---------------------------------------------------------------------------
+// The steps both priority queues share
+
+template <class TNode>
+void TPelCustomLinkedList::AddPriorityCopies(TPelCustomLinkedList* List) {
+  TSQNode* first = HeadOf(List);
+  BeginUpdate();
+  try {
+    for (TSQNode* src = first; src; src = src->GetNext()) {
+      TNode* node = As<TNode>(NewNode());
+      int32_t before = FCount;
+      try {
+        node->Assign(src);
+        if (auto* ps = dynamic_cast<TNode*>(src)) node->SetPriority(ps->GetPriority());
+        AddNode(node);
+      } catch (...) {
+        FreeIfUnlinked(node, before);
+        throw;
+      }
+      // A queue whose insertion links nothing leaves the copy to nobody.
+      FreeIfUnlinked(node, before);
+    }
+  } catch (...) {
+    EndUpdate();
+    throw;
+  }
+  EndUpdate();
+}
+
+template <class TNode>
+TNode* TPelCustomLinkedList::PushPriority(TObject* Item, int32_t Priority) {
+  TNode* node = As<TNode>(NewNode());
+  node->SetItem(Item);
+  node->SetPriority(Priority);
+  try {
+    AddNode(node);
+  } catch (...) {
+    Free(node);
+    throw;
+  }
+  return node;
+}
+
+template <class TNode>
+TNode* TPelCustomLinkedList::ReplacePriority(TNode* Old, int32_t Priority) {
+  TNode* node = As<TNode>(NewNode());
+  try {
+    node->Assign(Old);
+    Find(Old);  // raises now, before anything changes, if Old is not here
+    node->SetPriority(Priority);
+    Insert(node, nullptr);
+  } catch (...) {
+    Free(node);
+    throw;
+  }
+  Delete(Old);
+  return node;
+}
+
+// ---------------------------------------------------------------------------
 // TPelPriorityQueue
 
 TSQNode* TPelPriorityQueue::NewNode() {
@@ -614,40 +673,11 @@ TSQNode* TPelPriorityQueue::Insert(TSQNode* Node, TSQNode*) {
 }
 
 void TPelPriorityQueue::AddLinkedList(TPelCustomLinkedList* List) {
-  TSQNode* first = HeadOf(List);
-  BeginUpdate();
-  try {
-    for (TSQNode* src = first; src; src = src->GetNext()) {
-      TSQPriorityNode* node = As<TSQPriorityNode>(NewNode());
-      try {
-        node->Assign(src);
-        if (auto* ps = dynamic_cast<TSQPriorityNode*>(src)) node->SetPriority(ps->GetPriority());
-        AddNode(node);
-      } catch (...) {
-        Free(node);
-        throw;
-      }
-    }
-  } catch (...) {
-    EndUpdate();
-    throw;
-  }
-  EndUpdate();
+  AddPriorityCopies<TSQPriorityNode>(List);
 }
 
 TSQPriorityNode* TPelPriorityQueue::ChangePriority(TSQPriorityNode* Node, int32_t Priority) {
-  TSQPriorityNode* node = As<TSQPriorityNode>(NewNode());
-  try {
-    node->Assign(Node);
-    Find(Node);  // raises now, before anything changes, if Node is not here
-    node->SetPriority(Priority);
-    Insert(node, nullptr);
-  } catch (...) {
-    Free(node);
-    throw;
-  }
-  Delete(Node);
-  return node;
+  return ReplacePriority(Node, Priority);
 }
 
 TSQPriorityNode* TPelPriorityQueue::ChangePriority(int32_t Index, int32_t Priority) {
@@ -655,16 +685,7 @@ TSQPriorityNode* TPelPriorityQueue::ChangePriority(int32_t Index, int32_t Priori
 }
 
 TSQPriorityNode* TPelPriorityQueue::PushP(TObject* Item, int32_t Priority) {
-  TSQPriorityNode* node = As<TSQPriorityNode>(NewNode());
-  node->SetItem(Item);
-  node->SetPriority(Priority);
-  try {
-    AddNode(node);
-  } catch (...) {
-    Free(node);
-    throw;
-  }
-  return node;
+  return PushPriority<TSQPriorityNode>(Item, Priority);
 }
 
 int32_t TPelPriorityQueue::GetPriority(int32_t Index) {
@@ -708,57 +729,16 @@ TSQNode* TPelPriorityStringQueue::Insert(TSQNode* Node, TSQNode*) {
 }
 
 void TPelPriorityStringQueue::AddLinkedList(TPelCustomLinkedList* List) {
-  TSQNode* first = HeadOf(List);
-  BeginUpdate();
-  try {
-    for (TSQNode* src = first; src; src = src->GetNext()) {
-      TSQPriorityStringNode* node = As<TSQPriorityStringNode>(NewNode());
-      int32_t before = FCount;
-      try {
-        node->Assign(src);
-        if (auto* ps = dynamic_cast<TSQPriorityStringNode*>(src))
-          node->SetPriority(ps->GetPriority());
-        AddNode(node);
-      } catch (...) {
-        FreeIfUnlinked(node, before);
-        throw;
-      }
-      FreeIfUnlinked(node, before);
-    }
-  } catch (...) {
-    EndUpdate();
-    throw;
-  }
-  EndUpdate();
+  AddPriorityCopies<TSQPriorityStringNode>(List);
 }
 
 TSQPriorityStringNode* TPelPriorityStringQueue::ChangePriority(TSQPriorityStringNode* Node,
                                                                int32_t Priority) {
-  TSQPriorityStringNode* node = As<TSQPriorityStringNode>(NewNode());
-  try {
-    node->Assign(Node);
-    Find(Node);  // raises now, before anything changes, if Node is not here
-    node->SetPriority(Priority);
-    Insert(node, nullptr);
-  } catch (...) {
-    Free(node);
-    throw;
-  }
-  Delete(Node);
-  return node;
+  return ReplacePriority(Node, Priority);
 }
 
 TSQPriorityStringNode* TPelPriorityStringQueue::PushP(TObject* Item, int32_t Priority) {
-  TSQPriorityStringNode* node = As<TSQPriorityStringNode>(NewNode());
-  node->SetItem(Item);
-  node->SetPriority(Priority);
-  try {
-    AddNode(node);
-  } catch (...) {
-    Free(node);
-    throw;
-  }
-  return node;
+  return PushPriority<TSQPriorityStringNode>(Item, Priority);
 }
 
 TSQPriorityStringNode* TPelPriorityStringQueue::PushItemP(const String&, TObject* Item,

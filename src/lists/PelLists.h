@@ -216,6 +216,17 @@ class TPelCustomLinkedList : public TPersistent {
   // nobody else could reach it.
   void FreeIfUnlinked(TSQNode* Node, int32_t CountBefore);
 
+  // The priority queues' shared steps, for their node type TNode (which has
+  // GetPriority/SetPriority): copies of List's nodes keeping priorities of
+  // the same node type; a new node carrying Item with Priority, placed by
+  // AddNode; and the replacement of Old by a copy with a new priority.
+  template <class TNode>
+  void AddPriorityCopies(TPelCustomLinkedList* List);
+  template <class TNode>
+  TNode* PushPriority(TObject* Item, int32_t Priority);
+  template <class TNode>
+  TNode* ReplacePriority(TNode* Old, int32_t Priority);
+
   int32_t FIndex = -1;
   TSQNode* FCurrent = nullptr;
   int32_t FCount = 0;
