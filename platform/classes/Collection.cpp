@@ -82,7 +82,7 @@ TCollectionItem* TCollection::Insert(int32_t Index) {
 // Deleting is reported twice on purpose: cnDeleting here, then cnExtracting
 // as the item leaves the list.
 void TCollection::Delete(int32_t Index) {
-  TCollectionItem* item = Items(Index);
+  TCollectionItem* item = GetItem(Index);
   Notify(item, cnDeleting);
   pel::Free(item);
 }
@@ -99,12 +99,12 @@ void TCollection::Clear() {
   EndUpdate();
 }
 
-TCollectionItem* TCollection::Items(int32_t Index) const {
-  if (Index < 0 || Index >= Count()) throw EListError(SListIndexError, {Index});
+TCollectionItem* TCollection::GetItem(int32_t Index) const {
+  if (Index < 0 || Index >= GetCount()) throw EListError(SListIndexError, {Index});
   return FItems[static_cast<std::size_t>(Index)];
 }
 
-void TCollection::SetItem(int32_t Index, TCollectionItem* Value) { Items(Index)->Assign(Value); }
+void TCollection::SetItem(int32_t Index, TCollectionItem* Value) { GetItem(Index)->Assign(Value); }
 
 TCollectionItem* TCollection::FindItemID(int32_t ID) const {
   for (TCollectionItem* i : FItems)

@@ -70,11 +70,11 @@ class TCollection : public TPersistent {
   // Frees the item at Index; raises EListError when out of range.
   void Delete(int32_t Index);
   void Clear();
-  TCollectionItem* Items(int32_t Index) const;
+  TCollectionItem* GetItem(int32_t Index) const;
   void SetItem(int32_t Index, TCollectionItem* Value);
-  int32_t Count() const { return static_cast<int32_t>(FItems.size()); }
+  int32_t GetCount() const { return static_cast<int32_t>(FItems.size()); }
   TCollectionItem* FindItemID(int32_t ID) const;
-  TCollectionItemClass ItemClass() const { return FItemClass; }
+  TCollectionItemClass GetItemClass() const { return FItemClass; }
   int32_t UpdateCount() const { return FUpdateCount; }
 
   virtual void BeginUpdate() { ++FUpdateCount; }

@@ -37,8 +37,8 @@ void TComponent::BeforeDestruction() {
   if (FOwner) FOwner->RemoveComponent(this);
 }
 
-TComponent* TComponent::Components(int32_t Index) const {
-  if (Index < 0 || Index >= ComponentCount()) throw EListError(SListIndexError, {Index});
+TComponent* TComponent::GetComponent(int32_t Index) const {
+  if (Index < 0 || Index >= GetComponentCount()) throw EListError(SListIndexError, {Index});
   return FComponents[static_cast<std::size_t>(Index)];
 }
 

@@ -64,10 +64,9 @@ class TComponent : public TPersistent {
 
   TComponent* GetOwner() const { return FOwner; }
   TPersistent* GetPersistentOwner() override { return FOwner; }
-  TComponent* Owner() const { return FOwner; }
-  int32_t ComponentCount() const { return static_cast<int32_t>(FComponents.size()); }
+  int32_t GetComponentCount() const { return static_cast<int32_t>(FComponents.size()); }
   // The owned component at Index; raises EListError when out of range.
-  TComponent* Components(int32_t Index) const;
+  TComponent* GetComponent(int32_t Index) const;
   int32_t GetComponentIndex() const;
   // The owned component of that name (case-insensitive), or null.
   TComponent* FindComponent(const String& AName) const;

@@ -204,9 +204,9 @@ void TWriter::DefineBinaryProperty(const String& Name, const TStreamProc&,
 void TWriter::WriteCollection(TCollection* Value) {
   WriteValue(vaCollection);
   if (Value) {
-    for (int32_t i = 0; i < Value->Count(); ++i) {
+    for (int32_t i = 0; i < Value->GetCount(); ++i) {
       WriteListBegin();
-      WriteProperties(Value->Items(i));
+      WriteProperties(Value->GetItem(i));
       WriteListEnd();
     }
   }
@@ -268,8 +268,8 @@ void TWriter::WriteProperty(TPersistent* Instance, const TPropInfo* P) {
           name = "Owner";
         else if (name.empty())
           return;
-        else if (comp->Owner() && comp->Owner() != FLookupRoot)
-          name = comp->Owner()->GetName() + "." + name;
+        else if (comp->GetOwner() && comp->GetOwner() != FLookupRoot)
+          name = comp->GetOwner()->GetName() + "." + name;
         WritePropName(P->Name);
         WriteIdent(name);
       } else if (auto* coll = dynamic_cast<TCollection*>(obj)) {
@@ -835,7 +835,7 @@ TComponent* TReader::ReadComponent(TComponent* Component) {
     if (created) {
       // Forget the component and everything it owns before freeing it.
       std::erase_if(FLoaded, [&](TComponent* c) {
-        for (TComponent* o = c; o; o = o->Owner())
+        for (TComponent* o = c; o; o = o->GetOwner())
           if (o == result) return true;
         return false;
       });

@@ -480,8 +480,8 @@ void TPelCollection::AssignTo(TPersistent* Dest) {
     strings->BeginUpdate();
     try {
       strings->Clear();
-      for (int32_t i = 0; i < Count(); ++i)
-        strings->AddObject(Items(i)->GetDisplayName(), Items(i));
+      for (int32_t i = 0; i < GetCount(); ++i)
+        strings->AddObject(GetItem(i)->GetDisplayName(), GetItem(i));
     } catch (...) {
       strings->EndUpdate();
       throw;
@@ -493,8 +493,8 @@ void TPelCollection::AssignTo(TPersistent* Dest) {
 }
 
 int32_t TPelCollection::IndexOf(const String& Name) {
-  for (int32_t i = 0; i < Count(); ++i)
-    if (Items(i)->GetDisplayName() == Name) return i;
+  for (int32_t i = 0; i < GetCount(); ++i)
+    if (GetItem(i)->GetDisplayName() == Name) return i;
   return -1;
 }
 

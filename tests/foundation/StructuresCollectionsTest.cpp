@@ -50,7 +50,7 @@ TEST(PelCollection, FreeNotificationIsMutualAndOneShot) {
   Free(a);
   EXPECT_EQ(gNotified, (std::vector<std::string>{"d heard a", "b heard a"}));
   EXPECT_EQ(b->GetFreeNotifies(), nullptr);  // its only entry is gone, and the list
-  EXPECT_EQ(c->Count(), 2);
+  EXPECT_EQ(c->GetCount(), 2);
 
   b->FreeNotification(d);
   b->RemoveFreeNotification(d);

@@ -29,12 +29,12 @@ TEST(Component, OwnershipNamesAndNotificationOrder) {
   a->SetName("A");
   TWatcher* b = New<TWatcher>(owner.get());
   b->SetName("B");
-  EXPECT_EQ(owner->ComponentCount(), 2);
-  EXPECT_EQ(owner->Components(1), b);
+  EXPECT_EQ(owner->GetComponentCount(), 2);
+  EXPECT_EQ(owner->GetComponent(1), b);
   EXPECT_EQ(b->GetComponentIndex(), 1);
   EXPECT_EQ(owner->FindComponent("a"), a);
   EXPECT_EQ(owner->FindComponent(""), nullptr);
-  EXPECT_THROW(owner->Components(2), EListError);
+  EXPECT_THROW(owner->GetComponent(2), EListError);
   // Each owned component (last first, the newcomer too, still unnamed) and
   // then the owner hear of an insertion.
   EXPECT_EQ(gLog, "+;Owner+;+;A+;Owner+;");
@@ -51,7 +51,7 @@ TEST(Component, OwnershipNamesAndNotificationOrder) {
 
   gLog.clear();
   Free(a);
-  EXPECT_EQ(owner->ComponentCount(), 1);
+  EXPECT_EQ(owner->GetComponentCount(), 1);
   EXPECT_EQ(gLog, "b2-A;A-A;Owner-A;");
 }
 

@@ -179,17 +179,17 @@ TEST(Filer, ComponentsRoundTripWithCollectionsChildrenAndDefinedProperties) {
   EXPECT_EQ(back->FTitle, String(260, 't'));
   EXPECT_EQ(back->FOnClick, "MainClick");
   EXPECT_EQ(back->FPen->FWidth, 3);
-  ASSERT_EQ(back->FPoints->Count(), 2);
-  EXPECT_EQ(static_cast<TPoint*>(back->FPoints->Items(0))->FY, -2);
-  EXPECT_EQ(static_cast<TPoint*>(back->FPoints->Items(1))->FX, 0);
-  ASSERT_EQ(back->FLabels->Count(), 1);
-  EXPECT_EQ(static_cast<TLabelItem*>(back->FLabels->Items(0))->FText, "hello");
-  EXPECT_EQ(static_cast<TLabelItem*>(back->FLabels->Items(0))->FSize, 12.5);
+  ASSERT_EQ(back->FPoints->GetCount(), 2);
+  EXPECT_EQ(static_cast<TPoint*>(back->FPoints->GetItem(0))->FY, -2);
+  EXPECT_EQ(static_cast<TPoint*>(back->FPoints->GetItem(1))->FX, 0);
+  ASSERT_EQ(back->FLabels->GetCount(), 1);
+  EXPECT_EQ(static_cast<TLabelItem*>(back->FLabels->GetItem(0))->FText, "hello");
+  EXPECT_EQ(static_cast<TLabelItem*>(back->FLabels->GetItem(0))->FSize, 12.5);
   EXPECT_EQ(back->FExtra, 42);
   EXPECT_EQ(back->FBlob, String("\0\1\2\3", 4));
   EXPECT_EQ(back->FTags, (std::vector<String>{"red", String(300, 'g')}));
-  ASSERT_EQ(back->ComponentCount(), 1);
-  auto* child = static_cast<TDrawing*>(back->Components(0));
+  ASSERT_EQ(back->GetComponentCount(), 1);
+  auto* child = static_cast<TDrawing*>(back->GetComponent(0));
   EXPECT_EQ(child->GetName(), "Child");
   EXPECT_EQ(child->FCount, 7);
   EXPECT_EQ(child->FBuddy, back.get());
@@ -208,7 +208,7 @@ TEST(Filer, ComponentsRoundTripWithCollectionsChildrenAndDefinedProperties) {
   m->SetPosition(0);
   EXPECT_EQ(m->ReadComponent(target.get()), target.get());
   EXPECT_EQ(target->FCount, 70000);
-  EXPECT_EQ(target->ComponentCount(), 1);
+  EXPECT_EQ(target->GetComponentCount(), 1);
 }
 
 TEST(Filer, FilerFlagsPrefixAComponent) {
@@ -236,7 +236,7 @@ TEST(Filer, FilerFlagsPrefixAComponent) {
   EXPECT_EQ(static_cast<const unsigned char*>(m->GetMemory())[19], 0xF3);
   m->SetPosition(0);
   m->ReadComponent(root.get());
-  EXPECT_EQ(root->ComponentCount(), 1);
+  EXPECT_EQ(root->GetComponentCount(), 1);
   EXPECT_EQ(kept->FCount, 9);
 
   // An inherited component the owner does not have is an error.

@@ -59,16 +59,16 @@ TEST(ObjectText, FrameworkStreamsReadHere) {
   EXPECT_EQ(d->FPrice.Value, -15000);
   EXPECT_EQ(d->FTitle, "it's\na \xC8 title");
   EXPECT_EQ(d->FPen->FWidth, 3);
-  ASSERT_EQ(d->FPoints->Count(), 2);
-  EXPECT_EQ(static_cast<TPoint*>(d->FPoints->Items(0))->FY, -2);
-  ASSERT_EQ(d->FLabels->Count(), 1);
-  EXPECT_EQ(static_cast<TLabelItem*>(d->FLabels->Items(0))->FText, String(300, 'w'));
-  EXPECT_EQ(static_cast<TLabelItem*>(d->FLabels->Items(0))->FSize, 12.5);
+  ASSERT_EQ(d->FPoints->GetCount(), 2);
+  EXPECT_EQ(static_cast<TPoint*>(d->FPoints->GetItem(0))->FY, -2);
+  ASSERT_EQ(d->FLabels->GetCount(), 1);
+  EXPECT_EQ(static_cast<TLabelItem*>(d->FLabels->GetItem(0))->FText, String(300, 'w'));
+  EXPECT_EQ(static_cast<TLabelItem*>(d->FLabels->GetItem(0))->FSize, 12.5);
   EXPECT_EQ(d->FExtra, 42);
   EXPECT_EQ(d->FTags, (std::vector<String>{"red", "green"}));
   EXPECT_EQ(d->FBlob, String("\0\1\2\3", 4));
-  ASSERT_EQ(d->ComponentCount(), 1);
-  auto* child = As<TDrawing>(d->Components(0));
+  ASSERT_EQ(d->GetComponentCount(), 1);
+  auto* child = As<TDrawing>(d->GetComponent(0));
   EXPECT_EQ(child->FShade, shNone);
   EXPECT_EQ(child->FOnClick, "MainClick");
   EXPECT_EQ(child->FBuddy, d.get());  // written as "Owner"
@@ -76,7 +76,7 @@ TEST(ObjectText, FrameworkStreamsReadHere) {
 
   auto e = ReadDrawing(DataFile("empty.bin"));
   EXPECT_EQ(e->GetName(), "Empty");
-  EXPECT_EQ(e->ComponentCount(), 0);
+  EXPECT_EQ(e->GetComponentCount(), 0);
 }
 
 // A descendant stream: children flagged inherited are found in the root,
@@ -94,8 +94,8 @@ TEST(ObjectText, InheritedChildrenAreFoundNotCreated) {
   EXPECT_EQ(form->GetName(), "Form");
   EXPECT_EQ(form->FCount, 2);
   EXPECT_EQ(second->FCount, 5);
-  ASSERT_EQ(form->ComponentCount(), 3);
-  EXPECT_EQ(form->Components(2)->GetName(), "Third");
+  ASSERT_EQ(form->GetComponentCount(), 3);
+  EXPECT_EQ(form->GetComponent(2)->GetName(), "Third");
   EXPECT_EQ(first->FLoadedCount, 1);
 
   try {

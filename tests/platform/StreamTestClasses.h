@@ -118,7 +118,7 @@ class TDrawing : public TComponent {
 
   void GetChildren(const TGetChildProc& Proc, TComponent* Root) override {
     if (Root != this) return;
-    for (int32_t i = 0; i < ComponentCount(); ++i) Proc(Components(i));
+    for (int32_t i = 0; i < GetComponentCount(); ++i) Proc(GetComponent(i));
   }
   void DefineProperties(TFiler* Filer) override {
     Filer->DefineProperty(
