@@ -19,16 +19,7 @@ const TTypeInfo TypeInfoCurrency{tkFloat, "Currency", ftCurr};
 const TTypeInfo TypeInfoString{tkLString, "AnsiString"};
 const TTypeInfo TypeInfoNotifyEvent{tkMethod, "TNotifyEvent"};
 
-bool SameIdentifier(const String& A, const String& B) {
-  if (A.size() != B.size()) return false;
-  for (std::size_t i = 0; i < A.size(); ++i) {
-    unsigned char a = static_cast<unsigned char>(A[i]), b = static_cast<unsigned char>(B[i]);
-    if (a >= 'a' && a <= 'z') a = static_cast<unsigned char>(a - 32);
-    if (b >= 'a' && b <= 'z') b = static_cast<unsigned char>(b - 32);
-    if (a != b) return false;
-  }
-  return true;
-}
+bool SameIdentifier(const String& A, const String& B) { return SameText(A, B); }
 
 std::vector<const TPropInfo*> GetPropList(TClass AClass) {
   std::vector<TClass> chain;
