@@ -19,6 +19,7 @@ namespace pel {
 Exception::Exception(const String& Fmt, TVarRecs Args) : FMessage(Format(Fmt, Args)) {}
 
 void Abort() { throw EAbort(SysConst::SOperationAborted); }
+void RaiseAccessViolation() { throw EAccessViolation(SysConst::SAccessViolation); }
 
 // ---------------------------------------------------------------------------
 // Decimal digits of a number, the common ground of every float format.

@@ -51,6 +51,8 @@
 
 #include <exception>
 #include <string>
+#include <type_traits>
+#include <utility>
 
 #include "platform/System.h"
 
@@ -105,6 +107,55 @@ PEL_EXCEPTION(EComponentError, Exception)
 // Raises the silent exception: an operation that wants to stop without an
 // error message for the user.
 [[noreturn]] void Abort();
+
+// Raises EAccessViolation ("Access violation"): what the framework's programs
+// hit when an operation follows a missing object. Library code checks for the
+// missing object and calls this instead of touching it.
+[[noreturn]] void RaiseAccessViolation();
+
+// Returns Obj, or raises the access violation when it is missing.
+template <class T>
+T* CheckAssigned(T* Obj) {
+  if (!Obj) RaiseAccessViolation();
+  return Obj;
+}
+
+// try ... finally: runs Body, then Final however Body ends. When Body raises
+// and Final raises too, Final's exception replaces the first one, as in the
+// framework; nothing terminates. Returns what Body returns.
+template <class Body, class Final>
+decltype(auto) TryFinally(Body&& body, Final&& final) {
+  using R = decltype(body());
+  if constexpr (std::is_void_v<R>) {
+    try {
+      body();
+    } catch (...) {
+      final();
+      throw;
+    }
+    final();
+  } else {
+    R result = [&]() -> R {
+      try {
+        return body();
+      } catch (...) {
+        final();
+        throw;
+      }
+    }();
+    final();
+    return result;
+  }
+}
+
+// BeginUpdate; Body; EndUpdate on every exit (see TryFinally). Works with any
+// object that has BeginUpdate/EndUpdate: string lists, linked lists, hash
+// tables, trees, graphs.
+template <class T, class Body>
+decltype(auto) Updating(T* Obj, Body&& body) {
+  Obj->BeginUpdate();
+  return TryFinally(std::forward<Body>(body), [Obj] { Obj->EndUpdate(); });
+}
 
 // ---------------------------------------------------------------------------
 // The framework's message texts used by the platform layer.
