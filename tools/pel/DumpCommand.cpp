@@ -3,6 +3,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "pel/Cli.h"
 #include "platform/Classes.h"
 
 namespace pel::cli {
@@ -11,20 +12,10 @@ int RunDump(const std::vector<std::string>& args, std::ostream& out, std::ostrea
   using namespace pel;
   bool toBinary = false;
   std::string file;
-  for (const std::string& a : args) {
-    if (a == "--to-binary") {
-      toBinary = true;
-    } else if (file.empty() && (a.empty() || a[0] != '-' || a == "-")) {
-      file = a;
-    } else {
-      err << "pel dump: unexpected argument '" << a << "'\n";
-      return 2;
-    }
-  }
-  if (file.empty()) {
-    err << "usage: pel dump [--to-binary] FILE\n";
-    return 2;
-  }
+  CLI::App app{"Prints a binary component stream in its text form.", "pel dump"};
+  app.add_flag("--to-binary", toBinary, "turn the text form back into the binary stream");
+  app.add_option("FILE", file, "the stream to read")->required();
+  if (auto status = ParseArgs(app, args, out, err)) return *status;
   std::ifstream in(file, std::ios::binary);
   if (!in) {
     err << "pel dump: cannot open " << file << "\n";

@@ -5,9 +5,11 @@
 #include <cstring>
 #include <fstream>
 #include <iostream>
+#include <map>
 #include <sstream>
 
 #include "foundation/Structures.h"
+#include "pel/Cli.h"
 
 namespace pel::cli {
 
@@ -19,47 +21,6 @@ struct SortOptions {
   bool Reverse = false;
   std::vector<std::string> Files;
 };
-
-class UsageError : public std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
-
-SortOptions ParseOptions(const std::vector<std::string>& args) {
-  SortOptions o;
-  for (std::size_t i = 0; i < args.size(); ++i) {
-    const std::string& a = args[i];
-    if (a == "--unique" || a == "-u") {
-      o.Unique = true;
-    } else if (a == "--reverse" || a == "-r") {
-      o.Reverse = true;
-    } else if (a == "--mode" || a.rfind("--mode=", 0) == 0) {
-      std::string m;
-      if (a == "--mode") {
-        if (++i == args.size()) throw UsageError("--mode needs a value");
-        m = args[i];
-      } else {
-        m = a.substr(7);
-      }
-      if (m == "cs")
-        o.Mode = soCaseSensitive;
-      else if (m == "ci")
-        o.Mode = soCaseInsensitive;
-      else if (m == "cs-locale")
-        o.Mode = soCaseSensitiveLocale;
-      else if (m == "ci-locale")
-        o.Mode = soCaseInsensitiveLocale;
-      else
-        throw UsageError("unknown mode '" + m + "' (cs, ci, cs-locale or ci-locale)");
-    } else if (a == "-") {
-      o.Files.push_back(a);
-    } else if (a.size() > 1 && a[0] == '-') {
-      throw UsageError("unknown option '" + a + "'");
-    } else {
-      o.Files.push_back(a);
-    }
-  }
-  return o;
-}
 
 void ReadLines(std::istream& in, std::vector<std::string>& lines) {
   std::string line;
@@ -74,12 +35,21 @@ void ReadLines(std::istream& in, std::vector<std::string>& lines) {
 int RunSort(const std::vector<std::string>& args, std::istream& in, std::ostream& out,
             std::ostream& err) {
   SortOptions o;
-  try {
-    o = ParseOptions(args);
-  } catch (const UsageError& e) {
-    err << "pel sort: " << e.what() << "\n";
-    return 2;
-  }
+  CLI::App app{"Sorts lines with the library's string list, like sort(1).", "pel sort"};
+  const std::map<std::string, TStringOpsType> modes{{"cs", soCaseSensitive},
+                                                    {"ci", soCaseInsensitive},
+                                                    {"cs-locale", soCaseSensitiveLocale},
+                                                    {"ci-locale", soCaseInsensitiveLocale}};
+  std::string mode = "cs";
+  app.add_option("--mode", mode,
+                 "cs: byte order; ci: ignore ASCII case; cs-locale, ci-locale: collate in the "
+                 "current locale (the latter ignoring case)")
+      ->check(CLI::IsMember({"cs", "ci", "cs-locale", "ci-locale"}));
+  app.add_flag("-u,--unique", o.Unique, "keep the first of lines equal under the mode");
+  app.add_flag("-r,--reverse", o.Reverse, "reverse the result");
+  app.add_option("FILE", o.Files, "files to read; standard input when none, or for -");
+  if (auto status = ParseArgs(app, args, out, err)) return *status;
+  o.Mode = modes.at(mode);
 
   // Everything is read before anything is written.
   std::vector<std::string> lines;

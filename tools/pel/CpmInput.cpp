@@ -1,0 +1,149 @@
+// Reading project networks written by people: text and CSV.
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <istream>
+#include <limits>
+
+#include "pel/CpmSchedule.h"
+
+namespace pel::cli {
+
+namespace {
+
+[[noreturn]] void Fail(const std::string& file, int line, const std::string& what) {
+  throw CpmError(file + ":" + std::to_string(line) + ": " + what);
+}
+
+// A duration is a whole number from 0 to the largest 32-bit value.
+int32_t ParseDuration(const std::string& text, const std::string& file, int line) {
+  if (text.empty()) Fail(file, line, "missing duration");
+  if (text[0] == '-' && text.size() > 1 &&
+      std::all_of(text.begin() + 1, text.end(), [](unsigned char c) { return std::isdigit(c); }))
+    Fail(file, line, "duration '" + text + "' is negative");
+  int64_t value = 0;
+  auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (ec == std::errc::result_out_of_range ||
+      (ec == std::errc() && end == text.data() + text.size() &&
+       value > std::numeric_limits<int32_t>::max()))
+    Fail(file, line, "duration '" + text + "' is too large");
+  if (ec != std::errc() || end != text.data() + text.size() ||
+      !std::isdigit(static_cast<unsigned char>(text[0])))
+    Fail(file, line, "duration '" + text + "' is not a whole number");
+  return static_cast<int32_t>(value);
+}
+
+bool ReadLine(std::istream& in, std::string& line) {
+  if (!std::getline(in, line)) return false;
+  if (!line.empty() && line.back() == '\r') line.pop_back();
+  return true;
+}
+
+std::string Trim(const std::string& s) {
+  const char* ws = " \t";
+  auto b = s.find_first_not_of(ws);
+  if (b == std::string::npos) return "";
+  return s.substr(b, s.find_last_not_of(ws) - b + 1);
+}
+
+// Splits one CSV record; fields may be quoted, with "" for a quote inside.
+std::vector<std::string> SplitCsv(const std::string& line, const std::string& file, int n) {
+  std::vector<std::string> fields(1);
+  bool quoted = false, wasQuoted = false;
+  for (std::size_t i = 0; i < line.size(); ++i) {
+    char c = line[i];
+    if (quoted) {
+      if (c == '"' && i + 1 < line.size() && line[i + 1] == '"') {
+        fields.back() += '"';
+        ++i;
+      } else if (c == '"') {
+        quoted = false;
+      } else {
+        fields.back() += c;
+      }
+    } else if (c == '"' && Trim(fields.back()).empty() && !wasQuoted) {
+      fields.back().clear();
+      quoted = wasQuoted = true;
+    } else if (c == ',') {
+      fields.emplace_back();
+      wasQuoted = false;
+    } else {
+      fields.back() += c;
+    }
+  }
+  if (quoted) Fail(file, n, "unterminated quoted field");
+  for (auto& f : fields) f = Trim(f);
+  return fields;
+}
+
+std::string Lower(std::string s) {
+  for (char& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return s;
+}
+
+}  // namespace
+
+std::vector<TaskLine> ParseTextNetwork(std::istream& in, const std::string& file) {
+  std::vector<TaskLine> tasks;
+  std::string line;
+  for (int n = 1; ReadLine(in, line); ++n) {
+    line = line.substr(0, line.find('#'));
+    std::vector<std::string> words;
+    std::size_t i = 0;
+    while (true) {
+      i = line.find_first_not_of(" \t\v\f", i);
+      if (i == std::string::npos) break;
+      std::size_t e = line.find_first_of(" \t\v\f", i);
+      words.push_back(line.substr(i, e == std::string::npos ? e : e - i));
+      i = e;
+    }
+    if (words.empty()) continue;
+    if (words.size() < 3)
+      Fail(file, n,
+           "expected FROM TO DURATION, found " + std::to_string(words.size()) +
+               (words.size() == 1 ? " field" : " fields"));
+    if (words.size() > 3) Fail(file, n, "unexpected '" + words[3] + "' after the duration");
+    tasks.push_back({words[0], words[1], ParseDuration(words[2], file, n), n});
+  }
+  return tasks;
+}
+
+std::vector<TaskLine> ParseCsvNetwork(std::istream& in, const std::string& file) {
+  std::vector<TaskLine> tasks;
+  std::string line;
+  int n = 0;
+  std::size_t from = 0, to = 0, duration = 0, needed = 0;
+  bool header = false;
+  while (ReadLine(in, line)) {
+    ++n;
+    if (Trim(line).empty()) continue;
+    std::vector<std::string> fields = SplitCsv(line, file, n);
+    if (!header) {
+      std::vector<std::string> names;
+      for (auto& f : fields) names.push_back(Lower(f));
+      auto column = [&](const char* name) {
+        auto it = std::find(names.begin(), names.end(), name);
+        if (it == names.end())
+          Fail(file, n,
+               std::string("the header has no '") + name + "' column (expected from,to,duration)");
+        return static_cast<std::size_t>(it - names.begin());
+      };
+      from = column("from");
+      to = column("to");
+      duration = column("duration");
+      needed = std::max({from, to, duration}) + 1;
+      header = true;
+      continue;
+    }
+    if (fields.size() < needed)
+      Fail(
+          file, n,
+          "expected " + std::to_string(needed) + " fields, found " + std::to_string(fields.size()));
+    if (fields[from].empty() || fields[to].empty()) Fail(file, n, "missing event name");
+    tasks.push_back({fields[from], fields[to], ParseDuration(fields[duration], file, n), n});
+  }
+  if (!header) Fail(file, std::max(n, 1), "no header line (expected from,to,duration)");
+  return tasks;
+}
+
+}  // namespace pel::cli
