@@ -4,6 +4,8 @@
 #include "foundation/CommonInterfaces.h"
 #include "foundation/RefCount.h"
 #include "foundation/Structures.h"
+#include "graphs/ActivityNetwork.h"
+#include "graphs/PelGraph.h"
 #include "hashing/PelHashTable.h"
 #include "lists/ListColl.h"
 #include "lists/PelLists.h"

@@ -1,0 +1,980 @@
+#include "graphs/PelGraph.h"
+
+#include <map>
+#include <vector>
+
+#include "lists/PelLists.h"
+
+namespace pel {
+
+const TTypeInfo TypeInfoNodeNotifyEvent{tkMethod, "TNodeNotifyEvent"};
+const TTypeInfo TypeInfoNodeCaptionEvent{tkMethod, "TNodeCaptionEvent"};
+
+namespace {
+
+TPelGraphEdge* EdgeAt(TList* List, int32_t Index) {
+  return static_cast<TPelGraphEdge*>(List->Get(Index));
+}
+
+// Walks a platform list of nodes front to back.
+class TNodeListIterator : public TInterfacedObject, public IIterator {
+  PEL_CLASS(TNodeListIterator, TInterfacedObject)
+ public:
+  explicit TNodeListIterator(TList* List) : FList(List) {}
+
+  bool GetInterface(const TGUID& IID, void** Obj) override {
+    return GetInterfaceOf<TNodeListIterator, IIterator>(this, IID, Obj);
+  }
+  void* CurrentElement() override {
+    return FIndex >= 0 && FIndex < FList->GetCount() ? FList->Get(FIndex) : nullptr;
+  }
+  int32_t GetCount() override { return FList->GetCount() - (FIndex + 1); }
+  bool HasMoreElements() override { return FIndex + 1 < FList->GetCount(); }
+  // Past the end: the list's own index error.
+  void* NextElement() override { return FList->Get(++FIndex); }
+  void Reset() override { FIndex = -1; }
+
+ private:
+  TList* FList;
+  int32_t FIndex = -1;
+};
+
+std::map<String, TClass>& GraphClasses() {
+  static std::map<String, TClass> classes = [] {
+    std::map<String, TClass> m;
+    for (TClass c :
+         {TPelGraphNode::StaticClass(), TPelLinkedGraphNode::StaticClass(),
+          TWeightedNode::StaticClass(), TPelGraphEdge::StaticClass(), TWeightedEdge::StaticClass()})
+      m[UpperCase(c->Name)] = c;
+    return m;
+  }();
+  return classes;
+}
+
+TClass GraphClassNamed(const String& Name, TClass Base, const char* Msg) {
+  TClass c = FindGraphClass(Name);
+  if (!c || !c->InheritsFrom(Base)) throw EClassNotFound(Msg, {Name});
+  return c;
+}
+
+}  // namespace
+
+void RegisterGraphClass(TClass AClass) { GraphClasses()[UpperCase(AClass->Name)] = AClass; }
+
+TClass FindGraphClass(const String& AClassName) {
+  auto it = GraphClasses().find(UpperCase(AClassName));
+  return it == GraphClasses().end() ? nullptr : it->second;
+}
+
+namespace PelGraph {
+void Register() {
+  RegisterClasses({TPelLabelGraph::StaticClass(), TPelGraph::StaticClass()});
+  RegisterComponents("Additional", {TPelLabelGraph::StaticClass(), TPelGraph::StaticClass()});
+}
+}  // namespace PelGraph
+
+// ---------------------------------------------------------------------------
+// TPelGraphEdge
+
+void TPelGraphEdge::AfterConstruction() {
+  TPersistent::AfterConstruction();
+  if (!FFromNode || !FToNode) {
+    FFromNode = FToNode = nullptr;
+    throw EGraphException(SEdgeNodesInvalid);
+  }
+  try {
+    FFromNode->AddingEdgeTo(FToNode, this);
+    FToNode->AddingEdgeFrom(FFromNode, this);
+  } catch (...) {
+    // As a constructor that fails: the destructor's unregistration runs,
+    // and the first error is the one reported.
+    try {
+      Unregister();
+    } catch (...) {
+    }
+    throw;
+  }
+}
+
+void TPelGraphEdge::BeforeDestruction() {
+  Unregister();
+  TPersistent::BeforeDestruction();
+}
+
+void TPelGraphEdge::Unregister() {
+  if (FFromNode) FFromNode->RemovingEdgeTo(FToNode, this);
+  if (FToNode) FToNode->RemovingEdgeFrom(FFromNode, this);
+}
+
+void TPelGraphEdge::Assign(TPersistent* Source) {
+  if (dynamic_cast<TPelGraphEdge*>(Source)) return;
+  TPersistent::Assign(Source);
+}
+
+void TPelGraphEdge::ReadData(TReader*) {}
+
+void TPelGraphEdge::WriteData(TWriter*) {}
+
+void TPelGraphEdge::FastClear(TPelGraphNode* Node) {
+  if (FToNode && Node->Undirected() && Node != FToNode && FFromNode != FToNode)
+    FToNode->FEdges->Remove(this);
+  if (Node == FFromNode) FFromNode = nullptr;
+  FToNode = nullptr;
+}
+
+void TPelGraphEdge::Change() {
+  if (FFromNode) FFromNode->Change();
+}
+
+void TWeightedEdge::Assign(TPersistent* Source) {
+  if (auto* src = dynamic_cast<TWeightedEdge*>(Source)) {
+    SetWeight(src->FWeight);
+    return;
+  }
+  TPelGraphEdge::Assign(Source);
+}
+
+void TWeightedEdge::ReadData(TReader* Reader) {
+  TPelGraphEdge::ReadData(Reader);
+  FWeight = Reader->ReadInteger();
+}
+
+void TWeightedEdge::WriteData(TWriter* Writer) {
+  TPelGraphEdge::WriteData(Writer);
+  Writer->WriteInteger(FWeight);
+}
+
+void TWeightedEdge::SetWeight(TGraphWeight Value) {
+  if (Value == FWeight) return;
+  FWeight = Value;
+  Change();
+}
+
+// ---------------------------------------------------------------------------
+// TPelGraphNode
+
+TPelGraphNode::TPelGraphNode(TPelCustomGraph* AGraph) : FEdges(New<TList>()), FGraph(AGraph) {}
+
+TPelGraphNode::~TPelGraphNode() { Free(FEdges); }
+
+void TPelGraphNode::AfterConstruction() {
+  TPersistent::AfterConstruction();
+  // The graph given to the constructor is joined only now, once the node's
+  // class (and so its caption) is final.
+  TPelCustomGraph* graph = std::exchange(FGraph, nullptr);
+  FCaption = ClassName() + IntToStr(CheckAssigned(graph)->NewNodeId());
+  SetGraph(graph);
+}
+
+void TPelGraphNode::BeforeDestruction() {
+  FOnChange = nullptr;
+  SetGraph(nullptr);
+  TPersistent::BeforeDestruction();
+}
+
+void TPelGraphNode::Assign(TPersistent* Source) {
+  if (auto* src = dynamic_cast<TPelGraphNode*>(Source)) {
+    SetCaption(src->FCaption);
+    Change();
+    return;
+  }
+  TPersistent::Assign(Source);
+}
+
+bool TPelGraphNode::Undirected() const { return !CheckAssigned(FGraph)->GetDirected(); }
+
+void TPelGraphNode::AddingEdgeFrom(TPelGraphNode* Node, TPelGraphEdge* Edge) {
+  ++FInDegree;
+  if (Undirected() && Node == Edge->GetFromNode() && Edge->GetFromNode() != Edge->GetToNode()) {
+    AddingEdgeTo(Node, Edge);
+    Node->AddingEdgeFrom(this, Edge);
+  }
+}
+
+void TPelGraphNode::AddingEdgeTo(TPelGraphNode*, TPelGraphEdge* Edge) {
+  if (FEdges->IndexOf(Edge) < 0) FEdges->Add(Edge);
+  Change();
+}
+
+void TPelGraphNode::RemovingEdgeFrom(TPelGraphNode* Node, TPelGraphEdge* Edge) {
+  --FInDegree;
+  if (Undirected() && Node == Edge->GetFromNode() && Edge->GetFromNode() != Edge->GetToNode()) {
+    RemovingEdgeTo(Node, Edge);
+    Node->RemovingEdgeFrom(this, Edge);
+  }
+}
+
+void TPelGraphNode::RemovingEdgeTo(TPelGraphNode*, TPelGraphEdge* Edge) {
+  FEdges->Remove(Edge);
+  Change();
+}
+
+void TPelGraphNode::FastClear() {
+  // One pass and one clear of the list instead of deleting the front entry
+  // each time: nobody watches the list while the graph is torn down.
+  for (int32_t i = 0; i < FEdges->GetCount(); ++i) {
+    TPelGraphEdge* edge = EdgeAt(FEdges, i);
+    const bool starts = edge->GetFromNode() == this;
+    edge->FastClear(this);
+    if (starts) Free(edge);
+  }
+  FEdges->Clear();
+  FGraph = nullptr;
+}
+
+void TPelGraphNode::WriteData(TWriter* Writer) { Writer->WriteString(FCaption); }
+
+void TPelGraphNode::ReadData(TReader* Reader) { SetCaption(Reader->ReadString()); }
+
+void TPelGraphNode::RemovePredecessors(TPelGraphNode* Node) {
+  for (int32_t i = FEdges->GetCount() - 1; i >= 0; --i)
+    if (i < FEdges->GetCount() && EdgeAt(FEdges, i)->GetToNode() == Node) Free(EdgeAt(FEdges, i));
+}
+
+TPelGraphEdge* TPelGraphNode::NewEdge(TPelGraphNode* FromNode, TPelGraphNode* ToNode) {
+  return New<TPelGraphEdge>(FromNode, ToNode);
+}
+
+TPelGraphEdge* TPelGraphNode::AddEdge(TPelGraphNode* ToNode) {
+  if (!FGraph) throw EGraphException(SNodeUnconnected, {FCaption});
+  return NewEdge(this, ToNode);
+}
+
+void TPelGraphNode::BeginUpdate() { ++FUpdateCount; }
+
+void TPelGraphNode::EndUpdate() {
+  if (FUpdateCount > 0) --FUpdateCount;
+  if (FUpdateCount == 0) Change();
+}
+
+void TPelGraphNode::Clear() {
+  Updating(this, [this] {
+    while (FEdges->GetCount() > 0) {
+      TPelGraphEdge* edge = EdgeAt(FEdges, 0);
+      Free(edge);
+      // An edge that did not take itself out of the list is not freed twice.
+      if (FEdges->GetCount() > 0 && FEdges->Get(0) == edge) FEdges->Delete(0);
+    }
+    if (!Undirected() && FInDegree > 0) FGraph->RemovePredecessors(this);
+  });
+}
+
+void TPelGraphNode::RemoveEdge(int32_t Index) { Free(GetEdge(Index)); }
+
+void TPelGraphNode::RemoveEdge(TPelGraphEdge* Edge) { RemoveEdge(IndexOfEdge(Edge)); }
+
+void TPelGraphNode::RemovePredecessors() {
+  if (Undirected())
+    Clear();
+  else if (FInDegree > 0)
+    FGraph->RemovePredecessors(this);
+}
+
+TPelGraphEdge* TPelGraphNode::GetEdge(int32_t Index) const { return EdgeAt(FEdges, Index); }
+
+int32_t TPelGraphNode::IndexOfEdgeTo(TPelGraphNode* Node) const {
+  for (int32_t i = 0; i < FEdges->GetCount(); ++i)
+    if (EdgeAt(FEdges, i)->GetToNode() == Node) return i;
+  return -1;
+}
+
+void TPelGraphNode::SetCaption(const String& Value) {
+  if (Value == FCaption) return;
+  String text = Value;
+  TextChange(text);
+  FCaption = text;
+}
+
+void TPelGraphNode::SetGraph(TPelCustomGraph* Value) {
+  if (Value == FGraph) return;
+  if (TPelCustomGraph* old = FGraph) {
+    Updating(this, [&] {
+      Clear();
+      FGraph = nullptr;
+      old->Extract(this);
+    });
+  }
+  FGraph = Value;
+  if (!Value) return;
+  try {
+    Value->AddNode(this);
+  } catch (...) {
+    FGraph = nullptr;
+    throw;
+  }
+}
+
+void TPelGraphNode::TextChange(String& NewCaption) {
+  if (FGraph) FGraph->TextChange(this, NewCaption);
+}
+
+void TPelGraphNode::Change() {
+  if (FUpdateCount > 0) return;
+  if (FGraph) FGraph->NodeChange(this);
+  if (FOnChange) FOnChange(this);
+}
+
+// ---------------------------------------------------------------------------
+// TPelLinkedGraphNode
+
+TPelLinkedGraphNode::TPelLinkedGraphNode(TPelCustomGraph* AGraph)
+    : TPelGraphNode(AGraph), FPredecessors(New<TList>()) {}
+
+TPelLinkedGraphNode::~TPelLinkedGraphNode() { Free(FPredecessors); }
+
+void TPelLinkedGraphNode::AddingEdgeFrom(TPelGraphNode* Node, TPelGraphEdge* Edge) {
+  TPelGraphNode::AddingEdgeFrom(Node, Edge);
+  FPredecessors->Add(Node);
+}
+
+void TPelLinkedGraphNode::RemovingEdgeFrom(TPelGraphNode* Node, TPelGraphEdge* Edge) {
+  TPelGraphNode::RemovingEdgeFrom(Node, Edge);
+  FPredecessors->Remove(Node);
+}
+
+void TPelLinkedGraphNode::RemovePredecessors() {
+  if (Undirected()) {
+    Clear();
+    return;
+  }
+  if (GetInDegree() <= 0) return;
+  // Freeing the edges shortens the list being walked: walk a copy.
+  std::vector<void*> predecessors(FPredecessors->List(),
+                                  FPredecessors->List() + FPredecessors->GetCount());
+  for (void* p : predecessors) static_cast<TPelGraphNode*>(p)->RemovePredecessors(this);
+}
+
+TPelGraphNode* TPelLinkedGraphNode::GetPredecessor(int32_t Index) const {
+  return static_cast<TPelGraphNode*>(FPredecessors->Get(Index));
+}
+
+// ---------------------------------------------------------------------------
+// TWeightedNode
+
+TWeightedNode::~TWeightedNode() { Free(FShortestPath); }
+
+void TWeightedNode::Assign(TPersistent* Source) {
+  if (auto* src = dynamic_cast<TWeightedNode*>(Source)) FWeight = src->FWeight;
+  TPelGraphNode::Assign(Source);
+}
+
+void TWeightedNode::WriteData(TWriter* Writer) {
+  TPelGraphNode::WriteData(Writer);
+  Writer->WriteInteger(FWeight);
+}
+
+void TWeightedNode::ReadData(TReader* Reader) {
+  TPelGraphNode::ReadData(Reader);
+  FWeight = Reader->ReadInteger();
+}
+
+TPelGraphEdge* TWeightedNode::NewEdge(TPelGraphNode* FromNode, TPelGraphNode* ToNode) {
+  return New<TWeightedEdge>(FromNode, ToNode);
+}
+
+TWeightedNode* TWeightedNode::ClosestNode(bool Visited) {
+  TGraphWeight best = InfiniteWeight;
+  TWeightedNode* result = nullptr;
+  for (int32_t i = 0; i < GetEdgeCount(); ++i) {
+    auto* edge = As<TWeightedEdge>(GetEdge(i));
+    if (edge->GetWeight() >= best) continue;
+    TPelGraphNode* to = edge->GetToNode();
+    if (to->GetVisited() == Visited && to != this) {
+      result = As<TWeightedNode>(to);
+      best = edge->GetWeight();
+    } else if (to->GetVisited() == Visited && edge->GetFromNode() != this) {
+      // The far end is FromNode here, yet its visited state is not the one
+      // tested: intended.
+      result = As<TWeightedNode>(edge->GetFromNode());
+      best = edge->GetWeight();
+    }
+  }
+  return result;
+}
+
+// ---------------------------------------------------------------------------
+// TPelCustomGraph
+
+TPelCustomGraph::TPelCustomGraph(TComponent* AOwner)
+    : TComponent(AOwner), FNodeClass(TPelGraphNode::StaticClass()) {}
+
+void TPelCustomGraph::BeforeDestruction() {
+  FOnChange = nullptr;
+  FOnNodeChange = nullptr;
+  FOnNodeCaptionChange = nullptr;
+  FOnAddNode = nullptr;
+  FOnRemoveNode = nullptr;
+  Clear();
+  TComponent::BeforeDestruction();
+}
+
+void TPelCustomGraph::Assign(TPersistent* Source) {
+  auto* src = dynamic_cast<TPelCustomGraph*>(Source);
+  if (!src) {
+    TComponent::Assign(Source);
+    return;
+  }
+  Updating(this, [&] {
+    FAcyclic = src->IsAcyclic();
+    Clear();
+    FDirected = src->FDirected;
+    int32_t index = 0;
+    src->ForEachNode([&](TPelGraphNode* node) {
+      TPelGraphNodeClass(node->ClassType()).Create(this)->Assign(node);
+      node->SetWorkTag(index++);
+    });
+    // Ends are found by caption: with repeated captions the copied edges
+    // join the first node bearing the caption (intended).
+    src->ForEachNode([&](TPelGraphNode* node) {
+      for (int32_t i = 0; i < node->GetEdgeCount(); ++i) {
+        TPelGraphEdge* edge = node->GetEdge(i);
+        if (edge->GetFromNode() != node) continue;
+        TPelGraphNode* from = FindNode(edge->GetFromNode()->GetCaption());
+        TPelGraphNode* to = FindNode(edge->GetToNode()->GetCaption());
+        CheckAssigned(from)->AddEdge(to)->Assign(edge);
+      }
+    });
+    FStale = src->FStale;
+  });
+}
+
+void TPelCustomGraph::Loaded() {
+  TComponent::Loaded();
+  Change();
+}
+
+void TPelCustomGraph::DefineProperties(TFiler* Filer) {
+  TComponent::DefineProperties(Filer);
+  Filer->DefineProperty(
+      "NodeNEdges", [this](TReader* Reader) { LoadNodesProperty(Reader); },
+      [this](TWriter* Writer) { StoreNodesProperty(Writer); }, GetNodeCount() > 0);
+}
+
+void TPelCustomGraph::AddNode(TPelGraphNode* Node) {
+  for (int32_t i = 0; i < FNodeUpdateCount; ++i) Node->BeginUpdate();
+  if (!FAdding && FOnAddNode) FOnAddNode(this, Node);
+}
+
+TPelGraphNode* TPelCustomGraph::NewNode() { return FNodeClass.Create(this); }
+
+void TPelCustomGraph::SetDirected(bool Value) {
+  if (Value == FDirected) return;
+  FDirected = Value;
+  BeginUpdateNodes();
+  TryFinally(
+      [&] {
+        ForEachNode([Value](TPelGraphNode* node) {
+          if (Value) {
+            // The edges a node ends leave its list and the in-degree of
+            // the node that starts them.
+            for (int32_t i = node->GetEdgeCount() - 1; i >= 0; --i) {
+              TPelGraphEdge* edge = node->GetEdge(i);
+              if (edge->GetFromNode() == node) continue;
+              edge->GetFromNode()->RemovingEdgeFrom(node, edge);
+              node->RemovingEdgeTo(edge->GetFromNode(), edge);
+            }
+          } else {
+            for (int32_t i = 0; i < node->GetEdgeCount(); ++i) {
+              TPelGraphEdge* edge = node->GetEdge(i);
+              if (edge->GetFromNode() != node) continue;
+              edge->GetToNode()->AddingEdgeTo(node, edge);
+              node->AddingEdgeFrom(edge->GetToNode(), edge);
+            }
+          }
+        });
+      },
+      [this] { EndUpdateNodes(); });
+}
+
+void TPelCustomGraph::ModifySuccessor(TPelGraphNode*, TPelGraphNode* Successor, TPelGraphEdge*) {
+  Successor->SetWorkTag(Successor->GetWorkTag() - 1);
+}
+
+TPelGraphNode* TPelCustomGraph::CreateNode(const String& Caption) {
+  TPelGraphNode* node = NewNode();
+  try {
+    node->SetCaption(Caption);
+  } catch (...) {
+    // A caption the graph refuses leaves no node behind.
+    Free(node);
+    throw;
+  }
+  return node;
+}
+
+void TPelCustomGraph::BeginUpdate() { ++FUpdateCount; }
+
+void TPelCustomGraph::EndUpdate() {
+  if (FUpdateCount > 0) --FUpdateCount;
+  if (FUpdateCount == 0) Change();
+}
+
+void TPelCustomGraph::BeginUpdateNodes() {
+  ++FNodeUpdateCount;
+  ForEachNode([](TPelGraphNode* node) { node->BeginUpdate(); });
+}
+
+void TPelCustomGraph::EndUpdateNodes() {
+  if (FNodeUpdateCount > 0) --FNodeUpdateCount;
+  ForEachNode([](TPelGraphNode* node) { node->EndUpdate(); });
+}
+
+void TPelCustomGraph::Change() {
+  FStale = true;
+  if (FUpdateCount == 0 && FOnChange) FOnChange(this);
+}
+
+void TPelCustomGraph::NodeChange(TPelGraphNode* Node) {
+  FStale = true;
+  if (FUpdateCount < 1 && FOnNodeChange) FOnNodeChange(this, Node);
+}
+
+void TPelCustomGraph::TextChange(TPelGraphNode* Node, String& NewCaption) {
+  if (FOnNodeCaptionChange) FOnNodeCaptionChange(this, Node, NewCaption);
+}
+
+void TPelCustomGraph::RemovePredecessors(TPelGraphNode* Node) {
+  ForEachNode([Node](TPelGraphNode* node) { node->RemovePredecessors(Node); });
+}
+
+bool TPelCustomGraph::RemoveNode(TPelGraphNode* Node) {
+  if (FOnRemoveNode) FOnRemoveNode(this, Node);
+  return false;
+}
+
+TPelGraphNode* TPelCustomGraph::Extract(const String& Caption) {
+  return Extract(FindNode(Caption));
+}
+
+bool TPelCustomGraph::RemoveNode(const String& Caption) { return RemoveNode(FindNode(Caption)); }
+
+// ---------------------------------------------------------------------------
+// Persistence
+
+void TPelCustomGraph::StoreNodesProperty(TWriter* Writer) {
+  Writer->WriteListBegin();
+  int32_t index = 0;
+  ForEachNode([&](TPelGraphNode* node) {
+    Writer->WriteString(node->ClassName());
+    node->WriteData(Writer);
+    node->SetWorkTag(index++);
+  });
+  Writer->WriteListEnd();
+  Writer->WriteListBegin();
+  ForEachNode([&](TPelGraphNode* node) {
+    for (int32_t i = 0; i < node->GetEdgeCount(); ++i) {
+      TPelGraphEdge* edge = node->GetEdge(i);
+      // An undirected graph lists each edge at both ends: write it once.
+      if (!FDirected && edge->GetFromNode() != node) continue;
+      Writer->WriteString(edge->ClassName());
+      Writer->WriteInteger(edge->GetFromNode()->GetWorkTag());
+      Writer->WriteInteger(edge->GetToNode()->GetWorkTag());
+      edge->WriteData(Writer);
+    }
+  });
+  Writer->WriteListEnd();
+}
+
+void TPelCustomGraph::LoadNodesProperty(TReader* Reader) {
+  const int32_t firstId = FNextNodeId;
+  std::vector<TPelGraphNode*> nodes;
+  auto nodeAt = [&nodes](int32_t Index) {
+    if (Index < 0 || Index >= static_cast<int32_t>(nodes.size()))
+      throw EReadError(SListIndexError, {Index});
+    return nodes[Index];
+  };
+  try {
+    Reader->ReadListBegin();
+    while (!Reader->EndOfList()) {
+      TPelGraphNodeClass nodeClass =
+          GraphClassNamed(Reader->ReadString(), TPelGraphNode::StaticClass(), SUnknownNodeClass);
+      nodes.push_back(nodeClass.Create(this));
+      nodes.back()->ReadData(Reader);
+    }
+    Reader->ReadListEnd();
+    Reader->ReadListBegin();
+    while (!Reader->EndOfList()) {
+      TPelGraphEdgeClass edgeClass =
+          GraphClassNamed(Reader->ReadString(), TPelGraphEdge::StaticClass(), SUnknownEdgeClass);
+      TPelGraphNode* from = nodeAt(Reader->ReadInteger());
+      TPelGraphNode* to = nodeAt(Reader->ReadInteger());
+      edgeClass.Create(from, to)->ReadData(Reader);
+    }
+    Reader->ReadListEnd();
+  } catch (...) {
+    // Nothing half-read stays: the new nodes leave the container (last
+    // first, cheap for a list) and are torn down as Clear does; every edge
+    // read joins two of them.
+    for (auto it = nodes.rbegin(); it != nodes.rend(); ++it) Extract(*it);
+    for (TPelGraphNode* node : nodes) {
+      node->FastClear();
+      Free(node);
+    }
+    FNextNodeId = firstId;
+    throw;
+  }
+}
+
+// ---------------------------------------------------------------------------
+// Algorithms
+
+void TPelCustomGraph::InitializeNodes(TPelGraphNode* StartNode, bool Visited) {
+  ForEachNode([&](TPelGraphNode* node) {
+    node->SetVisited(Visited);
+    auto* weighted = dynamic_cast<TWeightedNode*>(node);
+    if (!weighted) return;
+    weighted->SetWeight(InfiniteWeight);
+    if (!FRecordPaths) return;
+    if (!weighted->FShortestPath) weighted->FShortestPath = New<TStringList>();
+    weighted->FShortestPath->Clear();
+    weighted->FShortestPath->AddObject(CheckAssigned(StartNode)->GetCaption(), StartNode);
+  });
+}
+
+void TPelCustomGraph::DepthFirstSearch(TPelGraphNode* Node) {
+  // The recursive search, with its frames (node, next edge) kept here.
+  struct Frame {
+    TPelGraphNode* Node;
+    int32_t Next;
+  };
+  std::vector<Frame> stack;
+  CheckAssigned(Node)->SetVisited(true);
+  stack.push_back({Node, 0});
+  while (!stack.empty()) {
+    Frame& top = stack.back();
+    if (top.Next >= top.Node->GetEdgeCount()) {
+      stack.pop_back();
+      continue;
+    }
+    TPelGraphEdge* edge = top.Node->GetEdge(top.Next++);
+    TPelGraphNode* next = top.Node == edge->GetToNode() ? edge->GetFromNode() : edge->GetToNode();
+    if (CheckAssigned(next)->GetVisited()) continue;
+    next->SetVisited(true);
+    stack.push_back({next, 0});
+  }
+}
+
+void TPelCustomGraph::TraverseFrom(TPelGraphNode* Node) {
+  InitializeNodes(Node, false);
+  DepthFirstSearch(Node);
+}
+
+TStrings* TPelCustomGraph::TopologicalOrder(TStrings* List) {
+  FAcyclic = false;
+  FStale = false;
+  TStrings* result = List ? List : New<TStringList>();
+  try {
+    if (auto* sorted = dynamic_cast<TStringList*>(result)) sorted->SetSorted(false);
+    if (result->GetCount() > 0) result->Clear();
+    if (!FDirected) return result;
+    Owned<TQStack> ready(New<TQStack>());
+    ForEachNode([&](TPelGraphNode* node) {
+      node->SetWorkTag(node->GetInDegree());
+      if (node->GetInDegree() == 0) ready->Push(node);
+    });
+    // One step of the node enumeration per node output: when it runs out,
+    // every node is in the order.
+    IPtr<IIterator> nodes = GetNodes();
+    while (true) {
+      if (!nodes->HasMoreElements()) {
+        FAcyclic = true;
+        break;
+      }
+      if (ready->IsEmpty()) break;
+      nodes->NextElement();
+      auto* node = static_cast<TPelGraphNode*>(ready->Pop());
+      result->AddObject(node->GetCaption(), node);
+      for (int32_t i = 0; i < node->GetEdgeCount(); ++i) {
+        TPelGraphEdge* edge = node->GetEdge(i);
+        TPelGraphNode* successor = edge->GetToNode();
+        ModifySuccessor(node, successor, edge);
+        if (successor->GetWorkTag() == 0) ready->Push(successor);
+      }
+    }
+  } catch (...) {
+    if (!List) Free(result);
+    throw;
+  }
+  return result;
+}
+
+bool TPelCustomGraph::IsAcyclic() {
+  if (FStale) Free(TopologicalOrder(nullptr));
+  return FAcyclic;
+}
+
+void TPelCustomGraph::ShortestPath(TPelGraphNode* StartNode) {
+  auto pathOf = [](TWeightedNode* Node) {
+    if (!Node->FShortestPath) Node->FShortestPath = New<TStringList>();
+    return Node->FShortestPath;
+  };
+  // Lowers Target's weight to the path through Node and Edge when shorter.
+  auto relax = [&](TWeightedNode* Node, TWeightedNode* Target, TWeightedEdge* Edge) {
+    const TGraphWeight weight = AddWeights(Edge->GetWeight(), Node->GetWeight());
+    if (Target->GetWeight() <= weight) return;
+    Target->SetWeight(weight);
+    if (FRecordPaths) pathOf(Target)->Assign(pathOf(Node));
+  };
+  auto settle = [&](TWeightedNode* Node) {
+    Node->SetVisited(true);
+    if (FRecordPaths) pathOf(Node)->AddObject(Node->GetCaption(), Node);
+  };
+  Updating(this, [&] {
+    InitializeNodes(StartNode, false);
+    auto* start = As<TWeightedNode>(CheckAssigned(StartNode));
+    for (int32_t i = 0; i < start->GetEdgeCount(); ++i) {
+      auto* edge = As<TWeightedEdge>(start->GetEdge(i));
+      TPelGraphNode* target = edge->GetToNode();
+      if (!FDirected && start == edge->GetToNode() && edge->GetFromNode() != start)
+        target = edge->GetFromNode();
+      auto* weighted = As<TWeightedNode>(target);
+      if (edge->GetWeight() < weighted->GetWeight()) weighted->SetWeight(edge->GetWeight());
+    }
+    start->SetVisited(true);
+    start->SetWeight(0);
+    const int32_t count = GetNodeCount();
+    if (count < 2) return;
+    for (int32_t step = 0; step < count - 2; ++step) {
+      TWeightedNode* node = CheckAssigned(ClosestNode(StartNode, false));
+      settle(node);
+      for (int32_t i = 0; i < node->GetEdgeCount(); ++i) {
+        auto* edge = As<TWeightedEdge>(node->GetEdge(i));
+        auto* to = As<TWeightedNode>(edge->GetToNode());
+        const bool reached = node->GetWeight() != InfiniteWeight;
+        if (!to->GetVisited() && to != node) {
+          // An unvisited ToNode is never relaxed from the other side, even
+          // from a node not reached yet: intended.
+          if (reached) relax(node, to, edge);
+          continue;
+        }
+        auto* from = As<TWeightedNode>(edge->GetFromNode());
+        if (!from->GetVisited() && from != node && reached) relax(node, from, edge);
+      }
+    }
+    // The last node is settled without relaxing its edges.
+    settle(CheckAssigned(ClosestNode(StartNode, false)));
+  });
+}
+
+void TPelCustomGraph::EnumerateShortestPaths(TPelGraphNode* StartNode) {
+  FRecordPaths = true;
+  TryFinally([&] { ShortestPath(StartNode); }, [this] { FRecordPaths = false; });
+}
+
+TWeightedNode* TPelCustomGraph::ClosestNode(TPelGraphNode* Node, bool Visited) {
+  TWeightedNode* result = As<TWeightedNode>(Node);
+  ForEachNode([&](TPelGraphNode* other) {
+    if (other == Node || other->GetVisited() != Visited) return;
+    auto* weighted = As<TWeightedNode>(other);
+    if (result == Node || weighted->GetWeight() < result->GetWeight()) result = weighted;
+  });
+  return result;
+}
+
+// ---------------------------------------------------------------------------
+// TPelLabelGraph
+
+TPelLabelGraph::TPelLabelGraph(TComponent* AOwner)
+    : TPelCustomGraph(AOwner), FNodes(New<TPelStringHashtable>()) {}
+
+TPelLabelGraph::~TPelLabelGraph() { Free(FNodes); }
+
+bool TPelLabelGraph::Holds(TPelGraphNode* Node) {
+  void* stored = nullptr;
+  return Node && FNodes->ContainsKey(Node->GetCaption(), stored) && stored == Node;
+}
+
+void TPelLabelGraph::AddNode(TPelGraphNode* Node) {
+  if (FAdding) return;
+  void* stored = nullptr;
+  if (FNodes->ContainsKey(CheckAssigned(Node)->GetCaption(), stored)) {
+    if (stored == Node) return;
+    throw EListError(SDuplicateNodeNames);
+  }
+  FAdding = true;
+  TryFinally(
+      [&] {
+        FNodes->Put(Node->GetCaption(), Node);
+        Node->SetGraph(this);
+        Change();
+      },
+      [this] { FAdding = false; });
+  TPelCustomGraph::AddNode(Node);
+}
+
+void TPelLabelGraph::Clear() {
+  Updating(this, [this] {
+    FAdding = true;
+    TryFinally(
+        [this] {
+          ForEachNode([](TPelGraphNode* node) {
+            node->FastClear();
+            Free(node);
+          });
+          FNodes->Clear();
+          FNextNodeId = 0;
+        },
+        [this] { FAdding = false; });
+  });
+}
+
+TPelGraphNode* TPelLabelGraph::FindNode(const String& Caption) {
+  void* stored = nullptr;
+  return FNodes->ContainsKey(Caption, stored) ? static_cast<TPelGraphNode*>(stored) : nullptr;
+}
+
+IPtr<IIterator> TPelLabelGraph::GetNodes() { return FNodes->Elements(); }
+
+bool TPelLabelGraph::RemoveNode(TPelGraphNode* Node) {
+  TPelCustomGraph::RemoveNode(Node);
+  if (!Holds(Node)) return false;
+  FNodes->Remove(Node->GetCaption());
+  Node->SetGraph(nullptr);
+  Free(Node);
+  Change();
+  return true;
+}
+
+TPelGraphNode* TPelLabelGraph::Extract(TPelGraphNode* Node) {
+  if (!Holds(Node)) return nullptr;
+  FNodes->Remove(Node->GetCaption());
+  return Node;
+}
+
+void TPelLabelGraph::Rekey(TPelGraphNode* Node, const String& OldCaption,
+                           const String& NewCaption) {
+  if (OldCaption == NewCaption) return;
+  void* stored = nullptr;
+  if (FNodes->ContainsKey(NewCaption, stored) && stored != Node)
+    throw EListError(SDuplicateNodeNames);
+  FNodes->Put(NewCaption, Node);
+  FNodes->Remove(OldCaption);
+}
+
+void TPelLabelGraph::TextChange(TPelGraphNode* Node, String& NewCaption) {
+  if (!Holds(Node)) {
+    TPelCustomGraph::TextChange(Node, NewCaption);
+    return;
+  }
+  const String oldCaption = Node->GetCaption();
+  const String proposed = NewCaption;
+  Rekey(Node, oldCaption, proposed);
+  try {
+    TPelCustomGraph::TextChange(Node, NewCaption);
+    // The handler changed the text: the key follows it.
+    Rekey(Node, proposed, NewCaption);
+  } catch (...) {
+    Rekey(Node, proposed, oldCaption);
+    throw;
+  }
+}
+
+// ---------------------------------------------------------------------------
+// TPelGraph
+
+TPelGraph::TPelGraph(TComponent* AOwner) : TPelCustomGraph(AOwner), FNodes(New<TObjectList>()) {}
+
+TPelGraph::~TPelGraph() { Free(FNodes); }
+
+void TPelGraph::IndexCaption(TPelGraphNode* Node, const String& Caption) {
+  auto [it, added] = FCaptions.try_emplace(Caption, Node);
+  if (added) {
+    Node->FNextSameCaption = nullptr;
+    return;
+  }
+  TPelGraphNode** link = &it->second;
+  while (*link && (*link)->FListStamp < Node->FListStamp) link = &(*link)->FNextSameCaption;
+  Node->FNextSameCaption = *link;
+  *link = Node;
+}
+
+void TPelGraph::UnindexCaption(TPelGraphNode* Node, const String& Caption) {
+  auto it = FCaptions.find(Caption);
+  if (it == FCaptions.end()) return;
+  TPelGraphNode** link = &it->second;
+  while (*link && *link != Node) link = &(*link)->FNextSameCaption;
+  if (*link) *link = Node->FNextSameCaption;
+  Node->FNextSameCaption = nullptr;
+  if (!it->second) FCaptions.erase(it);
+}
+
+void TPelGraph::Detach(TPelGraphNode* Node) {
+  UnindexCaption(Node, Node->GetCaption());
+  Node->FListOwner = nullptr;
+  // The newest node is the likeliest to go (a failed read takes its nodes
+  // back last first): look at the end before searching.
+  const int32_t last = FNodes->GetCount() - 1;
+  const int32_t index = last >= 0 && FNodes->Get(last) == Node ? last : FNodes->IndexOf(Node);
+  if (index < 0) return;
+  FNodes->SetOwnsObjects(false);
+  TryFinally([&] { FNodes->Delete(index); }, [this] { FNodes->SetOwnsObjects(true); });
+}
+
+void TPelGraph::AddNode(TPelGraphNode* Node) {
+  if (FAdding || Holds(CheckAssigned(Node))) return;
+  FAdding = true;
+  TryFinally(
+      [&] {
+        FNodes->Add(Node);
+        Node->SetGraph(this);
+        Node->FListOwner = this;
+        Node->FListStamp = FNextStamp++;
+        IndexCaption(Node, Node->GetCaption());
+        Change();
+      },
+      [this] { FAdding = false; });
+  TPelCustomGraph::AddNode(Node);
+}
+
+void TPelGraph::Clear() {
+  Updating(this, [this] {
+    FAdding = true;
+    TryFinally(
+        [this] {
+          // Each node torn down and freed in list order, then the list
+          // emptied once rather than deleting its first entry each time.
+          for (int32_t i = 0; i < FNodes->GetCount(); ++i) {
+            TPelGraphNode* node = GetNode(i);
+            node->FastClear();
+            node->FListOwner = nullptr;
+            Free(node);
+          }
+          FNodes->SetOwnsObjects(false);
+          TryFinally([this] { FNodes->Clear(); }, [this] { FNodes->SetOwnsObjects(true); });
+          FCaptions.clear();
+          FNextNodeId = 0;
+        },
+        [this] { FAdding = false; });
+  });
+}
+
+TPelGraphNode* TPelGraph::FindNode(const String& Caption) {
+  auto it = FCaptions.find(Caption);
+  return it == FCaptions.end() ? nullptr : it->second;
+}
+
+IPtr<IIterator> TPelGraph::GetNodes() { return IPtr<IIterator>(New<TNodeListIterator>(FNodes)); }
+
+bool TPelGraph::RemoveNode(TPelGraphNode* Node) {
+  TPelCustomGraph::RemoveNode(Node);
+  if (!Holds(Node)) return false;
+  Detach(Node);
+  Free(Node);
+  Change();
+  return true;
+}
+
+TPelGraphNode* TPelGraph::Extract(TPelGraphNode* Node) {
+  if (!Holds(Node)) return nullptr;
+  Detach(Node);
+  return Node;
+}
+
+void TPelGraph::TextChange(TPelGraphNode* Node, String& NewCaption) {
+  TPelCustomGraph::TextChange(Node, NewCaption);
+  if (!Holds(Node)) return;
+  UnindexCaption(Node, Node->GetCaption());
+  IndexCaption(Node, NewCaption);
+}
+
+}  // namespace pel

@@ -1,0 +1,201 @@
+#include <gtest/gtest.h>
+
+#include <random>
+#include <vector>
+
+#include "graphs/ActivityNetwork.h"
+
+using namespace pel;
+
+namespace {
+
+TAOEEvent* Event(TActivityNetwork* N, const String& Caption) {
+  return As<TAOEEvent>(N->CreateNode(Caption));
+}
+
+TAOETask* Task(TAOEEvent* From, TAOEEvent* To, int32_t Duration) {
+  auto* task = As<TAOETask>(From->AddEdge(To));
+  task->SetWeight(Duration);
+  return task;
+}
+
+std::vector<String> Captions(TStrings* List) {
+  std::vector<String> r;
+  for (int32_t i = 0; i < List->GetCount(); ++i) r.push_back(List->Get(i));
+  return r;
+}
+
+Owned<TActivityNetwork> Directed() {
+  auto n = Make<TActivityNetwork>(nullptr);
+  n->SetDirected(true);
+  return n;
+}
+
+// The cut of the order as the plain recursive removal does it: a linear
+// search after Index for each successor, one deletion at a time.
+void RemoveAfter(TStrings* Order, int32_t Index, TPelGraphNode* Node) {
+  int32_t i = Index + 1;
+  while (i < Order->GetCount() && Order->GetObject(i) != Node) ++i;
+  if (i >= Order->GetCount()) return;
+  Order->Delete(i);
+  for (int32_t j = 0; j < Node->GetEdgeCount(); ++j)
+    RemoveAfter(Order, i - 1, Node->GetEdge(j)->GetToNode());
+}
+
+void PlainRestrict(TStrings* Order, TAOEEvent* Start, TAOEEvent* Finish) {
+  if (Start)
+    while (Order->GetCount() > 0 && Order->GetObject(0) != Start) Order->Delete(0);
+  if (!Finish) return;
+  const int32_t at = Order->IndexOfObject(Finish);
+  for (int32_t j = 0; j < Finish->GetEdgeCount(); ++j)
+    RemoveAfter(Order, at, Finish->GetEdge(j)->GetToNode());
+}
+
+}  // namespace
+
+TEST(ActivityNetwork, ChainAndParallelTasks) {
+  // A -3-> B -4-> C: every task critical, 7 from A to C.
+  auto n = Directed();
+  TAOEEvent* a = Event(n.get(), "A");
+  TAOEEvent* b = Event(n.get(), "B");
+  TAOEEvent* c = Event(n.get(), "C");
+  TAOETask* ab = Task(a, b, 3);
+  Task(b, c, 4);
+  int32_t time = -1;
+  Owned<TStrings> order(n->GetEarliestCompletionTime(a, c, nullptr, time));
+  EXPECT_EQ(Captions(order.get()), (std::vector<String>{"A", "B", "C"}));
+  EXPECT_EQ(time, 7);
+  EXPECT_EQ(b->GetEarliestEventTime(), 3);
+  EXPECT_EQ(c->GetEarliestEventTime(), 7);
+  EXPECT_EQ(b->GetLatestEventTime(), 3);
+  EXPECT_EQ(ab->GetName(), "A --> B");
+  a->SetCaption("Begin");
+  EXPECT_EQ(ab->GetName(), "A --> B");
+  Owned<TStrings> critical(n->GetCriticalActivities(nullptr, nullptr, nullptr, time));
+  EXPECT_EQ(Captions(critical.get()), (std::vector<String>{"A --> B", "B --> C"}));
+  EXPECT_EQ(critical->GetObject(0), ab);
+
+  // Two tasks A -> B of 2 and 5: only the longer is critical.
+  auto p = Directed();
+  TAOEEvent* pa = Event(p.get(), "A");
+  TAOEEvent* pb = Event(p.get(), "B");
+  TAOETask* shorter = Task(pa, pb, 2);
+  TAOETask* longer = Task(pa, pb, 5);
+  auto list = Make<TStringList>();
+  EXPECT_EQ(p->GetCriticalActivities(pa, pb, list.get(), time), list.get());
+  EXPECT_EQ(time, 5);
+  EXPECT_EQ(shorter->GetCriticality(), 3);
+  EXPECT_EQ(longer->GetCriticality(), 0);
+  ASSERT_EQ(list->GetCount(), 1);
+  EXPECT_EQ(list->GetObject(0), longer);
+
+  // The critical part in a network of its own.
+  Owned<TActivityNetwork> crit(p->GetCriticalGraph(pa, pb, nullptr));
+  EXPECT_TRUE(crit->GetDirected());
+  ASSERT_EQ(crit->GetNodeCount(), 2);
+  ASSERT_EQ(crit->GetNode(0)->GetEdgeCount(), 1);
+  EXPECT_EQ(As<TAOETask>(crit->GetNode(0)->GetEdge(0))->GetWeight(), 5);
+  EXPECT_EQ(crit->GetNode(0)->GetEdge(0)->GetToNode(), crit->GetNode(1));
+}
+
+TEST(ActivityNetwork, CyclesAndUndirectedNetworksAreRefused) {
+  auto n = Make<TActivityNetwork>(nullptr);
+  TAOEEvent* a = Event(n.get(), "A");
+  TAOEEvent* b = Event(n.get(), "B");
+  Task(a, b, 1);
+  int32_t time = 0;
+  auto list = Make<TStringList>();
+  for (int round = 0; round < 2; ++round) {
+    try {
+      n->GetEarliestCompletionTime(nullptr, nullptr, list.get(), time);
+      FAIL();
+    } catch (const EGraphException& e) {
+      EXPECT_STREQ(e.what(), "Graph is not acyclic");
+    }
+    EXPECT_EQ(list->GetCount(), 0);
+    EXPECT_EQ(n->GetNodeUpdateCount(), 0);
+    EXPECT_EQ(a->GetUpdateCount(), 0);
+    n->SetDirected(true);
+    Task(b, a, 1);
+  }
+  EXPECT_THROW(n->GetCriticalGraph(a, b, nullptr), EGraphException);
+}
+
+TEST(ActivityNetwork, RestrictionMatchesThePlainCut) {
+  std::mt19937 rng(11);
+  for (int round = 0; round < 200; ++round) {
+    auto n = Directed();
+    const int count = 2 + static_cast<int>(rng() % 12);
+    std::vector<TAOEEvent*> events;
+    for (int i = 0; i < count; ++i) events.push_back(Event(n.get(), "E" + IntToStr(i)));
+    for (int i = 0; i < count; ++i)
+      for (int j = i + 1; j < count; ++j)
+        if (rng() % 3 == 0) Task(events[i], events[j], static_cast<int32_t>(rng() % 10));
+    TAOEEvent* start = rng() % 4 ? events[rng() % count] : nullptr;
+    TAOEEvent* finish = rng() % 4 ? events[rng() % count] : nullptr;
+    int32_t time = 0;
+    Owned<TStrings> fast(n->GetEarliestCompletionTime(start, finish, nullptr, time));
+    auto plain = Make<TStringList>();
+    n->TopologicalOrder(plain.get());
+    PlainRestrict(plain.get(), start, finish);
+    ASSERT_EQ(Captions(fast.get()), Captions(plain.get())) << "round " << round;
+    const int32_t last = plain->GetCount() - 1;
+    EXPECT_EQ(time, last < 0 ? 0
+                             : As<TAOEEvent>(plain->GetObject(last))->GetEarliestEventTime() -
+                                   As<TAOEEvent>(plain->GetObject(0))->GetEarliestEventTime());
+  }
+}
+
+TEST(ActivityNetwork, LongChainNeedsNoDeepRecursion) {
+  const int32_t count = 1000000;
+  auto n = Directed();
+  std::vector<TAOEEvent*> events;
+  events.reserve(count);
+  for (int32_t i = 0; i < count; ++i) {
+    events.push_back(As<TAOEEvent>(n->NewNode()));
+    if (i > 0) Task(events[i - 1], events[i], 1);
+  }
+  n->TraverseFrom(events[0]);
+  EXPECT_TRUE(events[count - 1]->GetVisited());
+  int32_t time = 0;
+  const int32_t half = count / 2;
+  Owned<TStrings> order(n->GetEarliestCompletionTime(events[0], events[half], nullptr, time));
+  EXPECT_EQ(order->GetCount(), half + 1);
+  EXPECT_EQ(time, half);
+  EXPECT_EQ(events[count - 1]->GetEarliestEventTime(), count - 1);
+  EXPECT_EQ(n->FindNode("TAOEEvent999999"), events[count - 1]);
+}
+
+TEST(ActivityNetwork, StreamsAndRegisters) {
+  auto n = Directed();
+  TAOEEvent* a = Event(n.get(), "A");
+  TAOEEvent* b = Event(n.get(), "B");
+  TAOETask* t = Task(a, b, 6);
+  int32_t time = 0;
+  Free(n->GetCriticalActivities(nullptr, nullptr, nullptr, time));
+  auto m = Make<TMemoryStream>();
+  m->WriteComponent(n.get());
+  m->SetPosition(0);
+  auto back = Make<TActivityNetwork>(nullptr);
+  m->ReadComponent(back.get());
+  ASSERT_EQ(back->GetNodeCount(), 2);
+  TAOEEvent* b2 = back->GetNode(1);
+  EXPECT_EQ(b2->GetCaption(), "B");
+  EXPECT_EQ(b2->GetEarliestEventTime(), 6);
+  EXPECT_EQ(b2->GetLatestEventTime(), 6);
+  auto* t2 = As<TAOETask>(back->GetNode(0)->GetEdge(0));
+  EXPECT_EQ(t2->GetWeight(), t->GetWeight());
+  EXPECT_EQ(t2->GetName(), "A --> B");
+  EXPECT_EQ(t2->GetLatestStartTime(), 0);
+  EXPECT_EQ(b2->GetInDegree(), 1);
+
+  ClearPalette();
+  PelGraph::Register();
+  ActivityNetwork::Register();
+  EXPECT_EQ(GetPaletteClasses("Additional"),
+            (std::vector<TClass>{TPelLabelGraph::StaticClass(), TPelGraph::StaticClass(),
+                                 TActivityNetwork::StaticClass()}));
+  m->SetPosition(0);
+  Owned<TComponent> read(m->ReadComponent(nullptr));
+  EXPECT_EQ(As<TActivityNetwork>(read.get())->GetNodeCount(), 2);
+}

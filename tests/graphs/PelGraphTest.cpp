@@ -1,0 +1,423 @@
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+#include <set>
+#include <vector>
+
+#include "graphs/PelGraph.h"
+
+using namespace pel;
+
+namespace {
+
+// A node class of the program's own, to show that captions and streams
+// use the descendant's class.
+class TCityNode : public TWeightedNode {
+  PEL_CLASS(TCityNode, TWeightedNode)
+ public:
+  using TWeightedNode::TWeightedNode;
+};
+
+// Counts the sorts that IsAcyclic runs.
+class TCountingGraph : public TPelGraph {
+  PEL_CLASS(TCountingGraph, TPelGraph)
+ public:
+  using TPelGraph::TPelGraph;
+  TStrings* TopologicalOrder(TStrings* List) override {
+    ++Sorts;
+    return TPelGraph::TopologicalOrder(List);
+  }
+  int Sorts = 0;
+};
+
+std::vector<String> Captions(TStrings* List) {
+  std::vector<String> r;
+  for (int32_t i = 0; i < List->GetCount(); ++i) r.push_back(List->Get(i));
+  return r;
+}
+
+std::vector<String> Order(TPelCustomGraph* G) {
+  Owned<TStrings> list(G->TopologicalOrder(nullptr));
+  return Captions(list.get());
+}
+
+TWeightedNode* Weighted(TPelCustomGraph* G, const char* Caption) {
+  auto* node = New<TWeightedNode>(G);
+  node->SetCaption(Caption);
+  return node;
+}
+
+void Join(TPelGraphNode* From, TPelGraphNode* To, TGraphWeight Weight) {
+  As<TWeightedEdge>(From->AddEdge(To))->SetWeight(Weight);
+}
+
+// Plain Dijkstra over the same edges, for comparison.
+std::map<String, TGraphWeight> Distances(TPelGraph* G, TPelGraphNode* Start) {
+  std::map<TPelGraphNode*, int64_t> dist;
+  for (int32_t i = 0; i < G->GetNodeCount(); ++i) dist[G->GetNode(i)] = InfiniteWeight;
+  dist[Start] = 0;
+  std::set<TPelGraphNode*> done;
+  while (done.size() < dist.size()) {
+    TPelGraphNode* best = nullptr;
+    for (auto& [node, d] : dist)
+      if (!done.count(node) && (!best || d < dist[best])) best = node;
+    done.insert(best);
+    if (dist[best] == InfiniteWeight) continue;
+    for (int32_t i = 0; i < best->GetEdgeCount(); ++i) {
+      auto* edge = As<TWeightedEdge>(best->GetEdge(i));
+      TPelGraphNode* other = edge->GetToNode() == best ? edge->GetFromNode() : edge->GetToNode();
+      dist[other] = std::min(dist[other], dist[best] + edge->GetWeight());
+    }
+  }
+  std::map<String, TGraphWeight> r;
+  for (auto& [node, d] : dist) r[node->GetCaption()] = static_cast<TGraphWeight>(d);
+  return r;
+}
+
+Owned<TMemoryStream> Saved(TComponent* C) {
+  auto m = Make<TMemoryStream>();
+  m->WriteComponent(C);
+  m->SetPosition(0);
+  return m;
+}
+
+}  // namespace
+
+TEST(PelGraph, EdgeRegistrationFollowsDirection) {
+  auto g = Make<TPelGraph>(nullptr);
+  TPelGraphNode* a = g->CreateNode("A");
+  TPelGraphNode* b = g->CreateNode("B");
+  TPelGraphNode* c = g->CreateNode("C");
+  TPelGraphEdge* ab = a->AddEdge(b);
+  TPelGraphEdge* loop = c->AddEdge(c);
+  // Undirected: in both lists and both in-degrees; a loop once.
+  EXPECT_EQ(a->IndexOfEdge(ab), 0);
+  EXPECT_EQ(b->IndexOfEdge(ab), 0);
+  EXPECT_EQ(a->GetInDegree(), 1);
+  EXPECT_EQ(b->GetInDegree(), 1);
+  EXPECT_EQ(c->GetEdgeCount(), 1);
+  EXPECT_EQ(c->GetInDegree(), 1);
+  EXPECT_EQ(c->IndexOfEdgeTo(c), 0);
+
+  g->SetDirected(true);
+  EXPECT_EQ(a->GetEdgeCount(), 1);
+  EXPECT_EQ(b->GetEdgeCount(), 0);
+  EXPECT_EQ(a->GetInDegree(), 0);
+  EXPECT_EQ(b->GetInDegree(), 1);
+  EXPECT_EQ(c->GetEdgeCount(), 1);
+
+  // Freeing an edge unregisters it from both ends, in either kind of graph.
+  Free(ab);
+  EXPECT_EQ(a->GetEdgeCount(), 0);
+  EXPECT_EQ(b->GetInDegree(), 0);
+  g->SetDirected(false);
+  TPelGraphEdge* ba = b->AddEdge(a);
+  b->RemoveEdge(ba);
+  EXPECT_EQ(a->GetEdgeCount() + b->GetEdgeCount() + a->GetInDegree() + b->GetInDegree(), 0);
+  EXPECT_EQ(c->GetEdgeCount(), 1);
+  Free(loop);
+  EXPECT_EQ(c->GetEdgeCount(), 0);
+
+  // A node's Clear frees the edges ending at it as well (directed graph).
+  g->SetDirected(true);
+  a->AddEdge(b);
+  c->AddEdge(b);
+  b->AddEdge(a);
+  b->Clear();
+  EXPECT_EQ(b->GetInDegree(), 0);
+  EXPECT_EQ(a->GetEdgeCount() + b->GetEdgeCount() + c->GetEdgeCount(), 0);
+  EXPECT_EQ(a->GetInDegree(), 0);
+
+  try {
+    New<TPelGraphEdge>(a, nullptr);
+    FAIL();
+  } catch (const EGraphException& e) {
+    EXPECT_STREQ(e.what(), "Edge must be created with two valid nodes");
+  }
+  TPelGraphNode* lone = g->CreateNode("Lone");
+  lone->SetGraph(nullptr);
+  try {
+    lone->AddEdge(a);
+    FAIL();
+  } catch (const EGraphException& e) {
+    EXPECT_STREQ(e.what(), "Node \"Lone\" is unconnected to any graph");
+  }
+  Free(lone);
+  EXPECT_EQ(g->GetNodeCount(), 3);
+}
+
+TEST(PelGraph, CaptionsComeFromClassAndCounter) {
+  auto g = Make<TPelGraph>(nullptr);
+  EXPECT_EQ(g->NewNode()->GetCaption(), "TPelGraphNode0");
+  EXPECT_EQ(New<TCityNode>(g.get())->GetCaption(), "TCityNode1");
+  EXPECT_EQ(New<TPelLinkedGraphNode>(g.get())->GetCaption(), "TPelLinkedGraphNode2");
+  g->Clear();
+  EXPECT_EQ(g->GetNodeCount(), 0);
+  EXPECT_EQ(g->NewNode()->GetCaption(), "TPelGraphNode0");
+  g->SetNodeClass(TCityNode::StaticClass());
+  EXPECT_EQ(g->CreateNode("Rome")->ClassType(), TCityNode::StaticClass());
+  EXPECT_THROW(New<TPelGraphNode>(nullptr), EAccessViolation);
+}
+
+TEST(PelGraph, LabelGraphKeepsCaptionsUnique) {
+  auto g = Make<TPelLabelGraph>(nullptr);
+  TPelGraphNode* a = g->CreateNode("A");
+  TPelGraphNode* b = g->CreateNode("B");
+  // A node captioned like another, from elsewhere, is refused.
+  auto other = Make<TPelGraph>(nullptr);
+  TPelGraphNode* stranger = other->CreateNode("A");
+  try {
+    g->AddNode(stranger);
+    FAIL();
+  } catch (const EListError& e) {
+    EXPECT_STREQ(e.what(), "Duplicate node names not allowed");
+  }
+  EXPECT_EQ(stranger->GetGraph(), other.get());
+  EXPECT_THROW(g->CreateNode("B"), EListError);
+  EXPECT_EQ(g->GetNodeCount(), 2);
+  g->AddNode(a);  // the node it holds already
+  EXPECT_EQ(g->GetNodeCount(), 2);
+  EXPECT_THROW(b->SetCaption("A"), EListError);
+  EXPECT_EQ(b->GetCaption(), "B");
+  EXPECT_EQ(g->FindNode("B"), b);
+
+  // A handler may change the new caption; the key follows it.
+  g->SetOnNodeCaptionChange(
+      [](TObject*, TPelGraphNode*, String& NewCaption) { NewCaption += "!"; });
+  a->SetCaption("Z");
+  EXPECT_EQ(a->GetCaption(), "Z!");
+  EXPECT_EQ(g->FindNode("Z!"), a);
+  EXPECT_EQ(g->FindNode("A"), nullptr);
+  EXPECT_EQ(g->FindNode("Z"), nullptr);
+
+  a->AddEdge(b);
+  EXPECT_TRUE(g->RemoveNode("Z!"));
+  EXPECT_FALSE(g->RemoveNode("Z!"));
+  EXPECT_EQ(b->GetEdgeCount() + b->GetInDegree(), 0);
+  EXPECT_EQ(g->GetNodeCount(), 1);
+}
+
+TEST(PelGraph, PlainGraphFindsTheFirstNodeBearingACaption) {
+  // Random adds, renames and removals against a linear search of the list.
+  auto g = Make<TPelGraph>(nullptr);
+  std::mt19937 rng(7);
+  const char* names[] = {"a", "b", "c", "d"};
+  for (int step = 0; step < 3000; ++step) {
+    const int32_t count = g->GetNodeCount();
+    const unsigned op = rng() % 4;
+    if (op == 0 || count == 0) {
+      g->CreateNode(names[rng() % 4]);
+    } else if (op == 1 && count > 0) {
+      g->GetNode(static_cast<int32_t>(rng() % count))->SetCaption(names[rng() % 4]);
+    } else if (op == 2 && count > 3) {
+      ASSERT_TRUE(g->RemoveNode(g->GetNode(static_cast<int32_t>(rng() % count))));
+    } else if (count > 0) {
+      TPelGraphNode* node = g->GetNode(static_cast<int32_t>(rng() % count));
+      ASSERT_EQ(g->Extract(node), node);
+      g->AddNode(node);
+      EXPECT_EQ(node->GetGraph(), g.get());
+    }
+    for (const char* name : names) {
+      TPelGraphNode* first = nullptr;
+      for (int32_t i = 0; i < g->GetNodeCount() && !first; ++i)
+        if (g->GetNode(i)->GetCaption() == name) first = g->GetNode(i);
+      ASSERT_EQ(g->FindNode(name), first) << name << " at step " << step;
+    }
+  }
+}
+
+TEST(PelGraph, EventsAndUpdateBrackets) {
+  auto g = Make<TPelGraph>(nullptr);
+  std::vector<String> log;
+  g->SetOnChange([&](TObject*) { log.push_back("change"); });
+  g->SetOnAddNode([&](TObject*, TPelGraphNode* n) { log.push_back("add " + n->GetCaption()); });
+  g->SetOnRemoveNode(
+      [&](TObject*, TPelGraphNode* n) { log.push_back("remove " + n->GetCaption()); });
+  g->SetOnNodeChange([&](TObject*, TPelGraphNode* n) { log.push_back("node " + n->GetCaption()); });
+  TPelGraphNode* a = g->NewNode();
+  EXPECT_EQ(log, (std::vector<String>{"change", "add TPelGraphNode0"}));
+  log.clear();
+  Updating(g.get(), [&] {
+    g->NewNode()->AddEdge(a);
+    g->RemoveNode(a);
+  });
+  EXPECT_EQ(log, (std::vector<String>{"add TPelGraphNode1", "remove TPelGraphNode0", "change"}));
+
+  // Pending node updates reach nodes added meanwhile; closing them reports
+  // every node once.
+  log.clear();
+  g->BeginUpdateNodes();
+  TPelGraphNode* b = g->NewNode();
+  EXPECT_EQ(b->GetUpdateCount(), 1);
+  int nodeChanges = 0;
+  b->SetOnChange([&](TObject*) { ++nodeChanges; });
+  b->AddEdge(b);
+  EXPECT_EQ(nodeChanges, 0);
+  g->EndUpdateNodes();
+  EXPECT_EQ(nodeChanges, 1);
+  EXPECT_EQ(log, (std::vector<String>{"change", "add TPelGraphNode2", "node TPelGraphNode1",
+                                      "node TPelGraphNode2"}));
+}
+
+TEST(PelGraph, AssignCopiesNodesEdgesAndWeights) {
+  auto src = Make<TPelGraph>(nullptr);
+  src->SetDirected(true);
+  TWeightedNode* a = Weighted(src.get(), "A");
+  TPelGraphNode* b = New<TCityNode>(src.get());
+  b->SetCaption("B");
+  a->SetWeight(9);
+  Join(a, b, 4);
+  Join(b, a, 6);
+  auto dst = Make<TPelLabelGraph>(nullptr);
+  dst->CreateNode("old");
+  dst->Assign(src.get());
+  EXPECT_TRUE(dst->GetDirected());
+  EXPECT_EQ(dst->GetNodeCount(), 2);
+  EXPECT_EQ(dst->FindNode("old"), nullptr);
+  auto* ca = As<TWeightedNode>(dst->FindNode("A"));
+  TPelGraphNode* cb = dst->FindNode("B");
+  EXPECT_EQ(ca->GetWeight(), 9);
+  EXPECT_EQ(cb->ClassType(), TCityNode::StaticClass());
+  ASSERT_EQ(ca->GetEdgeCount(), 1);
+  EXPECT_EQ(ca->GetEdge(0)->GetToNode(), cb);
+  EXPECT_EQ(As<TWeightedEdge>(ca->GetEdge(0))->GetWeight(), 4);
+  EXPECT_EQ(As<TWeightedEdge>(cb->GetEdge(0))->GetWeight(), 6);
+  EXPECT_FALSE(dst->IsAcyclic());
+  EXPECT_THROW(dst->Assign(Make<TStringList>().get()), EConvertError);
+}
+
+TEST(PelGraph, NodesAndEdgesStreamThroughTheComponent) {
+  auto g = Make<TPelGraph>(nullptr);
+  TWeightedNode* a = Weighted(g.get(), "A");
+  auto* b = New<TCityNode>(g.get());
+  b->SetCaption("B");
+  b->SetWeight(-5);
+  Join(a, b, 7);
+  Join(b, b, 2);
+  Join(b, Weighted(g.get(), "C"), 300);
+
+  // An unknown node class fails the read naming it, and leaves nothing.
+  auto fresh = Make<TPelGraph>(nullptr);
+  try {
+    Saved(g.get())->ReadComponent(fresh.get());
+    FAIL();
+  } catch (const EClassNotFound& e) {
+    EXPECT_STREQ(e.what(), "Unknown graph node class TCityNode");
+  }
+  EXPECT_EQ(fresh->GetNodeCount(), 0);
+  EXPECT_EQ(fresh->NewNode()->GetCaption(), "TPelGraphNode0");
+  fresh->Clear();
+
+  RegisterGraphClass(TCityNode::StaticClass());
+  for (bool directed : {false, true}) {
+    g->SetDirected(directed);
+    auto back = Make<TPelGraph>(nullptr);
+    Saved(g.get())->ReadComponent(back.get());
+    EXPECT_EQ(back->GetDirected(), directed);
+    ASSERT_EQ(back->GetNodeCount(), 3);
+    for (int32_t i = 0; i < 3; ++i) {
+      auto* orig = As<TWeightedNode>(g->GetNode(i));
+      auto* copy = As<TWeightedNode>(back->GetNode(i));
+      EXPECT_EQ(copy->GetCaption(), orig->GetCaption());
+      EXPECT_EQ(copy->ClassType(), orig->ClassType());
+      EXPECT_EQ(copy->GetWeight(), orig->GetWeight());
+      EXPECT_EQ(copy->GetInDegree(), orig->GetInDegree());
+      ASSERT_EQ(copy->GetEdgeCount(), orig->GetEdgeCount());
+      for (int32_t j = 0; j < copy->GetEdgeCount(); ++j) {
+        auto* e = As<TWeightedEdge>(copy->GetEdge(j));
+        auto* o = As<TWeightedEdge>(orig->GetEdge(j));
+        EXPECT_EQ(e->GetFromNode()->GetCaption(), o->GetFromNode()->GetCaption());
+        EXPECT_EQ(e->GetToNode()->GetCaption(), o->GetToNode()->GetCaption());
+        EXPECT_EQ(e->GetWeight(), o->GetWeight());
+      }
+    }
+  }
+}
+
+TEST(PelGraph, TopologicalOrderAndAcyclicity) {
+  auto g = Make<TCountingGraph>(nullptr);
+  TPelGraphNode* a = g->CreateNode("A");
+  TPelGraphNode* b = g->CreateNode("B");
+  TPelGraphNode* c = g->CreateNode("C");
+  EXPECT_TRUE(Order(g.get()).empty());
+  EXPECT_FALSE(g->IsAcyclic());
+  g->SetDirected(true);
+  EXPECT_EQ(Order(g.get()), (std::vector<String>{"C", "B", "A"}));
+  a->AddEdge(b);
+  b->AddEdge(c);
+  g->Sorts = 0;
+  EXPECT_TRUE(g->IsAcyclic());
+  EXPECT_TRUE(g->IsAcyclic());
+  EXPECT_EQ(g->Sorts, 1);
+  EXPECT_EQ(Order(g.get()), (std::vector<String>{"A", "B", "C"}));
+  c->AddEdge(b);
+  EXPECT_FALSE(g->IsAcyclic());
+  EXPECT_FALSE(g->IsAcyclic());
+  EXPECT_EQ(g->Sorts, 3);
+  EXPECT_EQ(Order(g.get()), (std::vector<String>{"A"}));
+
+  // A sorted list given by the caller is unsorted and emptied first.
+  auto list = Make<TStringList>();
+  list->SetSorted(true);
+  list->Add("stale");
+  g->RemoveNode(c);
+  EXPECT_EQ(g->TopologicalOrder(list.get()), list.get());
+  EXPECT_EQ(Captions(list.get()), (std::vector<String>{"A", "B"}));
+
+  // Reachability follows edge direction only in a directed graph.
+  g->TraverseFrom(b);
+  EXPECT_FALSE(a->GetVisited());
+  g->SetDirected(false);
+  g->TraverseFrom(b);
+  EXPECT_TRUE(a->GetVisited());
+}
+
+TEST(PelGraph, ShortestPathsMatchDijkstra) {
+  // The worked graph: S-A 4, S-B 1, B-A 2, A-C 1, B-C 5, C-D 3; E apart.
+  for (bool directed : {true, false}) {
+    auto g = Make<TPelGraph>(nullptr);
+    g->SetDirected(directed);
+    TWeightedNode* s = Weighted(g.get(), "S");
+    TWeightedNode* a = Weighted(g.get(), "A");
+    TWeightedNode* b = Weighted(g.get(), "B");
+    TWeightedNode* c = Weighted(g.get(), "C");
+    TWeightedNode* d = Weighted(g.get(), "D");
+    TWeightedNode* e = Weighted(g.get(), "E");
+    Join(s, a, 4);
+    Join(s, b, 1);
+    Join(b, a, 2);
+    Join(a, c, 1);
+    Join(b, c, 5);
+    Join(d, c, 3);
+    g->EnumerateShortestPaths(s);
+    std::map<String, TGraphWeight> expected = Distances(g.get(), s);
+    for (TWeightedNode* n : {s, a, b, c, d, e}) {
+      EXPECT_EQ(n->GetWeight(), expected[n->GetCaption()]) << n->GetCaption() << directed;
+      EXPECT_TRUE(n->GetVisited());
+    }
+    EXPECT_EQ(e->GetWeight(), InfiniteWeight);
+    EXPECT_EQ(Captions(c->GetShortestPath()), (std::vector<String>{"S", "B", "A", "C"}));
+    EXPECT_EQ(c->GetShortestPath()->GetObject(2), a);
+    // The lightest edge's far end; for an edge B ends, its FromNode.
+    EXPECT_EQ(b->ClosestNode(true), directed ? a : s);
+    EXPECT_EQ(g->GetUpdateCount(), 0);
+  }
+
+  // Ties go to the first node; one node stops after weighing the start.
+  auto g = Make<TPelGraph>(nullptr);
+  TWeightedNode* x = Weighted(g.get(), "X");
+  g->ShortestPath(x);
+  EXPECT_EQ(x->GetWeight(), 0);
+  TWeightedNode* y = Weighted(g.get(), "Y");
+  TWeightedNode* z = Weighted(g.get(), "Z");
+  y->SetWeight(5);
+  z->SetWeight(5);
+  EXPECT_EQ(g->ClosestNode(x, false), y);
+  EXPECT_EQ(z->ClosestNode(false), nullptr);
+
+  // Other classes fail the checked casts; the bracket is closed.
+  g->NewNode();
+  EXPECT_THROW(g->ShortestPath(x), EInvalidCast);
+  EXPECT_EQ(g->GetUpdateCount(), 0);
+}
