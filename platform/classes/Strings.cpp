@@ -7,12 +7,12 @@ namespace pel {
 namespace {
 
 // Closes an update bracket however the bracketed work ends.
-class Updating {
+class TStringsUpdate {
  public:
-  explicit Updating(TStrings* s) : FStrings(s) { FStrings->BeginUpdate(); }
-  ~Updating() noexcept(false) { FStrings->EndUpdate(); }
-  Updating(const Updating&) = delete;
-  Updating& operator=(const Updating&) = delete;
+  explicit TStringsUpdate(TStrings* s) : FStrings(s) { FStrings->BeginUpdate(); }
+  ~TStringsUpdate() noexcept(false) { FStrings->EndUpdate(); }
+  TStringsUpdate(const TStringsUpdate&) = delete;
+  TStringsUpdate& operator=(const TStringsUpdate&) = delete;
 
  private:
   TStrings* FStrings;
@@ -56,7 +56,7 @@ void TStrings::Error(const char* Msg, int32_t Data) { throw EStringListError(Msg
 
 void TStrings::Assign(TPersistent* Source) {
   if (auto* source = dynamic_cast<TStrings*>(Source)) {
-    Updating update(this);
+    TStringsUpdate update(this);
     Clear();
     FDelimiter = source->FDelimiter;
     FQuoteChar = source->FQuoteChar;
@@ -96,7 +96,7 @@ int32_t TStrings::AddObject(const String& S, TObject* AObject) {
 }
 
 void TStrings::AddStrings(TStrings* Strings) {
-  Updating update(this);
+  TStringsUpdate update(this);
   for (int32_t i = 0; i < Strings->GetCount(); ++i)
     AddObject(Strings->Get(i), Strings->GetObject(i));
 }
@@ -107,7 +107,7 @@ void TStrings::InsertObject(int32_t Index, const String& S, TObject* AObject) {
 }
 
 void TStrings::Exchange(int32_t Index1, int32_t Index2) {
-  Updating update(this);
+  TStringsUpdate update(this);
   TObject* object = GetObject(Index1);
   String s = Get(Index1);
   Put(Index1, Get(Index2));
@@ -118,7 +118,7 @@ void TStrings::Exchange(int32_t Index1, int32_t Index2) {
 
 void TStrings::Move(int32_t CurIndex, int32_t NewIndex) {
   if (CurIndex == NewIndex) return;
-  Updating update(this);
+  TStringsUpdate update(this);
   String s = Get(CurIndex);
   TObject* object = GetObject(CurIndex);
   Delete(CurIndex);
@@ -205,7 +205,7 @@ String TStrings::GetText() {
 }
 
 void TStrings::SetText(const String& Value) {
-  Updating update(this);
+  TStringsUpdate update(this);
   Clear();
   std::size_t p = 0;
   while (p < Value.size()) {
@@ -233,7 +233,7 @@ String TStrings::GetDelimitedText() {
 }
 
 void TStrings::SetDelimitedText(const String& Value) {
-  Updating update(this);
+  TStringsUpdate update(this);
   Clear();
   // The text ends at a NUL byte, as the framework reads it.
   const std::size_t n = std::min(Value.find('\0'), Value.size());
