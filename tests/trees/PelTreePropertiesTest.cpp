@@ -34,7 +34,8 @@ std::vector<String> Props(TClass C) {
 }  // namespace
 
 TEST(PelTreeProperties, PublishedPropertiesAndDuplicatesRoundTrip) {
-  const String cls = std::to_string(tkClass), ord = std::to_string(tkInteger);
+  const String cls = std::to_string(tkClass), ord = std::to_string(tkInteger),
+               event = std::to_string(tkMethod);
   EXPECT_EQ(Props(TPelHeightBalancedTreeNode::StaticClass()),
             (std::vector<String>{"ChildCount:" + ord + "::s:nodefault:ro",
                                  "Owner:" + cls + ":TPelHeightBalancedTree:s:nodefault:ro",
@@ -49,7 +50,9 @@ TEST(PelTreeProperties, PublishedPropertiesAndDuplicatesRoundTrip) {
                                  "Parent:" + cls + ":TPelTreeNode:s:nodefault:ro"}));
   EXPECT_EQ(
       Props(TPelHeightBalancedTree::StaticClass()),
-      (std::vector<String>{"Root:" + cls + ":TPelHeightBalancedTreeNode:-:nodefault:rw",
+      (std::vector<String>{"OnChange:" + event + "::s:nodefault:rw",
+                           "OnChanging:" + event + "::s:nodefault:rw",
+                           "Root:" + cls + ":TPelHeightBalancedTreeNode:-:nodefault:rw",
                            "Duplicates:" + std::to_string(tkEnumeration) + "::s:nodefault:rw"}));
 
   // The getters behind the node properties.
@@ -66,17 +69,30 @@ TEST(PelTreeProperties, PublishedPropertiesAndDuplicatesRoundTrip) {
   EXPECT_EQ(GetObjectProp(low, "Owner"), tree.get());
   EXPECT_EQ(GetObjectProp(root, "Parent"), nullptr);
 
-  // Duplicates survives a component stream; the nodes are not written, so
-  // a tree with contents still reads back (into an empty tree).
+  // Duplicates and a named handler survive a component stream; an unnamed
+  // handler is not written. The nodes are not written either, so a tree
+  // with contents still reads back (into an empty tree).
   auto src = Make<TTreeHolder>(nullptr);
   src->SetName("Holder");
   src->FTree->SetDuplicates(dupError);
+  src->FTree->SetOnChange([](TObject*) {}, "TreeChanged");
+  src->FTree->SetOnChanging([](TObject*) {});
   src->FTree->Add(nullptr, 7);
   auto m = Make<TMemoryStream>();
   m->WriteComponent(src.get());
+  auto text = Make<TStringStream>();
+  m->SetPosition(0);
+  ObjectBinaryToText(m.get(), text.get());
+  EXPECT_EQ(text->GetDataString(),
+            "object Holder: TTreeHolder\n"
+            "  Tree.OnChange = TreeChanged\n"
+            "  Tree.Duplicates = dupError\n"
+            "end\n");
   auto back = Make<TTreeHolder>(nullptr);
   m->SetPosition(0);
   m->ReadComponent(back.get());
   EXPECT_EQ(back->FTree->GetDuplicates(), dupError);
+  EXPECT_EQ(back->FTree->GetOnChangeName(), "TreeChanged");
+  EXPECT_EQ(back->FTree->GetOnChangingName(), "");
   EXPECT_EQ(back->FTree->GetRoot(), nullptr);
 }
