@@ -36,19 +36,6 @@ String AsText(TStream* Binary) {
 }  // namespace
 
 TEST(PelHashTableProperties, PublishedPropertiesRoundTrip) {
-  for (TClass c : {TPelHashtable::StaticClass(), TPelHashIntTable::StaticClass(),
-                   TPelStringHashtable::StaticClass()}) {
-    auto props = GetPropList(c);
-    ASSERT_EQ(props.size(), 4u) << c->Name;
-    EXPECT_STREQ(props[0]->Name, "Capacity");
-    EXPECT_EQ(props[0]->Default, 101);
-    EXPECT_STREQ(props[1]->Name, "HashType");
-    EXPECT_EQ(props[1]->Default, htDivision);
-    EXPECT_STREQ(props[2]->Name, "LoadFactor");
-    EXPECT_EQ(props[2]->PropType->FloatType, ftSingle);
-    EXPECT_STREQ(props[3]->Name, "OnChange");
-    EXPECT_EQ(props[3]->PropType->Kind, tkMethod);
-  }
   // Typed access goes through the table's own setters and their checks.
   auto t = Make<TPelHashtable>();
   SetEnumProp(t.get(), "HashType", "htMidSquare");

@@ -19,42 +19,9 @@ class TTreeHolder : public TComponent {
   TPelHeightBalancedTree* FTree = New<TPelHeightBalancedTree>();
 };
 
-// "Name:kind:class:stored:default" for each published property.
-std::vector<String> Props(TClass C) {
-  std::vector<String> r;
-  for (const TPropInfo* p : GetPropList(C))
-    r.push_back(String(p->Name) + ":" + std::to_string(p->PropType->Kind) + ":" +
-                (p->PropType->ClassType ? p->PropType->ClassType->Name : "") + ":" +
-                (p->StoredConst ? "s" : "-") + ":" +
-                (p->Default == kNoDefault ? "nodefault" : std::to_string(p->Default)) +
-                (p->HasSetter() ? ":rw" : ":ro"));
-  return r;
-}
-
 }  // namespace
 
-TEST(PelTreeProperties, PublishedPropertiesAndDuplicatesRoundTrip) {
-  const String cls = std::to_string(tkClass), ord = std::to_string(tkInteger),
-               event = std::to_string(tkMethod);
-  EXPECT_EQ(Props(TPelHeightBalancedTreeNode::StaticClass()),
-            (std::vector<String>{"ChildCount:" + ord + "::s:nodefault:ro",
-                                 "Owner:" + cls + ":TPelHeightBalancedTree:s:nodefault:ro",
-                                 "Parent:" + cls + ":TPelBinaryTreeNode:s:nodefault:ro",
-                                 "Left:" + cls + ":TPelHeightBalancedTreeNode:-:nodefault:rw",
-                                 "Right:" + cls + ":TPelHeightBalancedTreeNode:-:nodefault:rw",
-                                 "BalanceFactor:" + ord + "::s:nodefault:rw",
-                                 "Priority:" + ord + "::s:nodefault:rw"}));
-  EXPECT_EQ(Props(TPelTreeNode::StaticClass()),
-            (std::vector<String>{"ChildCount:" + ord + "::s:nodefault:ro",
-                                 "Owner:" + cls + ":TPelTree:s:nodefault:ro",
-                                 "Parent:" + cls + ":TPelTreeNode:s:nodefault:ro"}));
-  EXPECT_EQ(
-      Props(TPelHeightBalancedTree::StaticClass()),
-      (std::vector<String>{"OnChange:" + event + "::s:nodefault:rw",
-                           "OnChanging:" + event + "::s:nodefault:rw",
-                           "Root:" + cls + ":TPelHeightBalancedTreeNode:-:nodefault:rw",
-                           "Duplicates:" + std::to_string(tkEnumeration) + "::s:nodefault:rw"}));
-
+TEST(PelTreeProperties, PublishedPropertiesRoundTrip) {
   // The getters behind the node properties.
   auto tree = Make<TPelHeightBalancedTree>();
   tree->Add(nullptr, 2);
@@ -63,7 +30,6 @@ TEST(PelTreeProperties, PublishedPropertiesAndDuplicatesRoundTrip) {
   TPelHeightBalancedTreeNode* root = tree->GetRoot();
   EXPECT_EQ(GetObjectProp(tree.get(), "Root"), root);
   EXPECT_EQ(GetOrdProp(root, "ChildCount"), 2);
-  EXPECT_EQ(GetOrdProp(root, "Priority"), 2);
   EXPECT_EQ(GetObjectProp(root, "Left"), low);
   EXPECT_EQ(GetObjectProp(low, "Parent"), root);
   EXPECT_EQ(GetObjectProp(low, "Owner"), tree.get());
