@@ -93,6 +93,7 @@ PEL_EXCEPTION(EAccessViolation, Exception)
 PEL_EXCEPTION(EInvalidPointer, Exception)
 PEL_EXCEPTION(EInvalidOperation, Exception)
 PEL_EXCEPTION(EAbstractError, Exception)
+PEL_EXCEPTION(EDivByZero, Exception)
 PEL_EXCEPTION(EListError, Exception)
 PEL_EXCEPTION(EStringListError, Exception)
 PEL_EXCEPTION(EStreamError, Exception)
@@ -169,6 +170,7 @@ constexpr const char* SInvalidCast = "Invalid class typecast";
 constexpr const char* SIntfCastError = "Interface not supported";
 constexpr const char* SAccessViolation = "Access violation";
 constexpr const char* SAbstractError = "Abstract Error";
+constexpr const char* SDivByZero = "Division by zero";
 constexpr const char* SOperationAborted = "Operation aborted";
 constexpr const char* SOutOfMemory = "Out of memory";
 constexpr const char* SInvalidPointer = "Invalid pointer operation";

@@ -14,8 +14,6 @@ namespace {
 
 [[noreturn]] void HashError(const char* Msg) { throw EPelHashtableError(Msg); }
 
-[[noreturn]] void AccessViolation() { throw EAccessViolation(SysConst::SAccessViolation); }
-
 // The key as the 32-bit integer the hash methods work on: the low 32 bits
 // of the pointer.
 int32_t KeyBits(void* Key) {
@@ -38,10 +36,10 @@ int32_t TextLength(int32_t V) {
   return 1 + DecimalDigits(static_cast<uint32_t>(-static_cast<int64_t>(V)));
 }
 
-// The signed remainder with Size as the divisor. Without buckets there is
-// no valid bucket to name.
+// The signed remainder with Size as the divisor; a table without buckets
+// divides by zero.
 int32_t Reduce(uint32_t V, int32_t Size) {
-  if (Size == 0) HashError(SSubscriptOutOfRange);
+  if (Size == 0) throw EDivByZero(SysConst::SDivByZero);
   return static_cast<int32_t>(static_cast<int64_t>(V) % Size);
 }
 
@@ -86,6 +84,7 @@ TPelCustomHashtable::~TPelCustomHashtable() {
 
 void TPelCustomHashtable::BeforeDestruction() {
   FOnChange = nullptr;
+  FOnChangeName.clear();
   Clear();
   SetCapacity(0);
   TPersistent::BeforeDestruction();
@@ -204,28 +203,34 @@ void TPelCustomHashtable::SetCapacity(uint32_t Value) {
     FCount = 0;
     return;
   }
-  uint32_t n = FCount == 0 ? 0 : FCapacity;
-  // Hash every entry into the new size first, so that a failing hash leaves
-  // the table as it was. The moves then run down a flat array instead of
-  // the chains.
+  const uint32_t oldCapacity = FCapacity;
+  const uint32_t n = FCount == 0 ? 0 : oldCapacity;
+  // The new size is in place while the entries are hashed into it, so that a
+  // descendant's HashCode reading Capacity sees it. Every entry is hashed
+  // before anything moves, so that a failing hash leaves the table as it
+  // was; the moves then run down a flat array instead of the chains.
   struct TMove {
     TPelHashtableEntry* Entry;
     int32_t Bucket;
   };
   std::vector<TMove> moves;
-  moves.reserve(static_cast<size_t>(FCount));
-  for (uint32_t b = n; b > 0; --b)
-    for (TPelHashtableEntry* e = FBuckets[b - 1]; e; e = e->FNext)
-      moves.push_back({e, BucketOf(e->GetKey(), Value)});
   TPelHashtableEntry** buckets;
+  FCapacity = Value;
   try {
+    moves.reserve(static_cast<size_t>(FCount));
+    for (uint32_t b = n; b > 0; --b)
+      for (TPelHashtableEntry* e = FBuckets[b - 1]; e; e = e->FNext)
+        moves.push_back({e, BucketOf(e->GetKey(), Value)});
     buckets = new TPelHashtableEntry*[Value]();
   } catch (const std::bad_alloc&) {
+    FCapacity = oldCapacity;
     throw EOutOfMemory(SysConst::SOutOfMemory);
+  } catch (...) {
+    FCapacity = oldCapacity;
+    throw;
   }
   TPelHashtableEntry** old = FBuckets;
   FBuckets = buckets;
-  FCapacity = Value;
   FCollisions = 0;
   for (const TMove& m : moves) {
     TPelHashtableEntry* e = m.Entry;
@@ -381,7 +386,7 @@ void TPelCustomHashtable::ClearCache() {
 void TPelCustomHashtable::CacheFirst() {
   uint32_t b = 0;
   while (b < FCapacity && !FBuckets[b]) ++b;
-  if (b >= FCapacity) AccessViolation();
+  if (b >= FCapacity) RaiseAccessViolation();
   FCacheBucket = static_cast<int32_t>(b);
   FCacheEntry = FBuckets[b];
   FCachePosition = 0;
@@ -395,7 +400,7 @@ void TPelCustomHashtable::CacheStepForward() {
   } else {
     uint32_t b = static_cast<uint32_t>(FCacheBucket) + 1;
     while (b < FCapacity && !FBuckets[b]) ++b;
-    if (b >= FCapacity) AccessViolation();
+    if (b >= FCapacity) RaiseAccessViolation();
     FCacheBucket = static_cast<int32_t>(b);
     FCacheEntry = FBuckets[b];
   }
@@ -407,12 +412,12 @@ void TPelCustomHashtable::CacheStepBackward() {
   if (head != FCacheEntry) {
     TPelHashtableEntry* e = head;
     while (e && e->FNext != FCacheEntry) e = e->FNext;
-    if (!e) AccessViolation();
+    if (!e) RaiseAccessViolation();
     FCacheEntry = e;
   } else {
     int32_t b = FCacheBucket - 1;
     while (b >= 0 && !FBuckets[b]) --b;
-    if (b < 0) AccessViolation();
+    if (b < 0) RaiseAccessViolation();
     TPelHashtableEntry* e = FBuckets[b];
     while (e->FNext) e = e->FNext;
     FCacheBucket = b;
@@ -456,6 +461,16 @@ void TPelCustomHashtable::EndUpdate() {
   if (FUpdateCount == 0) Change();
 }
 
+void TPelCustomHashtable::SetOnChange(TNotifyEvent Value, String Name) {
+  FOnChange = std::move(Value);
+  FOnChangeName = FOnChange ? std::move(Name) : String();
+}
+
+void TPelCustomHashtable::SetOnChangeName(const String& Value) {
+  if (Value.empty()) FOnChange = nullptr;
+  FOnChangeName = Value;
+}
+
 // ---------------------------------------------------------------------------
 // Enumeration
 
@@ -488,17 +503,12 @@ void TPelCustomHashtable::Assign(TPersistent* Source) {
   SetLoadFactor(src->FLoadFactor);
   SetCapacity(src->FCapacity);
   SetHashType(src->FHashType);
-  BeginUpdate();
-  try {
+  Updating(this, [&] {
     while (keys->HasMoreElements()) {
       void* k = keys->NextElementP();
       PutValue(k, src->GetValue(k));
     }
-  } catch (...) {
-    EndUpdate();
-    throw;
-  }
-  EndUpdate();
+  });
 }
 
 // A linked list receives the keys (not the values) as its items.
@@ -509,15 +519,10 @@ void TPelCustomHashtable::AssignTo(TPersistent* Dest) {
     return;
   }
   Owned<TPelHashtableEnumerator> keys(New<TPelHashtableEnumerator>(this, true));
-  list->BeginUpdate();
-  try {
+  Updating(list, [&] {
     list->Clear();
     while (keys->HasMoreElements()) list->Add(static_cast<TObject*>(keys->NextElementP()));
-  } catch (...) {
-    list->EndUpdate();
-    throw;
-  }
-  list->EndUpdate();
+  });
 }
 
 // ---------------------------------------------------------------------------
@@ -584,15 +589,10 @@ void TPelStringHashtable::Assign(TPersistent* Source) {
   const int32_t n = list->GetCount();
   for (int32_t i = 0; i < n; ++i)
     if (list->Get(i).empty()) HashError(SArgumentNull);
-  BeginUpdate();
-  try {
+  Updating(this, [&] {
     Clear();
     for (int32_t i = 0; i < n; ++i) Put(list->Get(i), list->GetObject(i));
-  } catch (...) {
-    EndUpdate();
-    throw;
-  }
-  EndUpdate();
+  });
 }
 
 void TPelStringHashtable::AssignTo(TPersistent* Dest) {
@@ -602,18 +602,13 @@ void TPelStringHashtable::AssignTo(TPersistent* Dest) {
     return;
   }
   Owned<TPelHashtableEnumerator> keys(New<TPelHashtableEnumerator>(this, true));
-  list->BeginUpdate();
-  try {
+  Updating(list, [&] {
     list->Clear();
     while (keys->HasMoreElements()) {
       String key = TextOf(keys->NextElementP());
       list->AddObject(key, static_cast<TObject*>(GetItem(key)));
     }
-  } catch (...) {
-    list->EndUpdate();
-    throw;
-  }
-  list->EndUpdate();
+  });
 }
 
 void* TPelStringHashtable::Get(const String& Key) { return GetValue(Chars(Key)); }
@@ -623,6 +618,10 @@ void* TPelStringHashtable::Put(const String& Key, void* Value) {
 }
 
 void* TPelStringHashtable::Remove(const String& Key) { return RemoveValue(Chars(Key)); }
+
+void* TPelStringHashtable::GetItem(const String& Key) { return GetValue(Chars(Key)); }
+
+void TPelStringHashtable::SetItem(const String& Key, void* Value) { PutValue(Chars(Key), Value); }
 
 bool TPelStringHashtable::ContainsKey(const String& Key) {
   return !Key.empty() && HasKey(Chars(Key));

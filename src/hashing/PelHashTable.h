@@ -15,6 +15,14 @@
 //   * copies from another table (Assign) and hands its keys to a linked
 //     list (AssignTo).
 //
+// Two deliberate departures from the original table's steps:
+//   * Assign of a table to itself does nothing. The copy clears the
+//     destination before it reads the source, so following the steps would
+//     leave the table empty;
+//   * SetCapacity(0) frees the entries it unlinks, leaving the table empty.
+//     The original steps only drop them, which is safe for the destructor
+//     (it clears first) and leaks every entry for anyone else.
+//
 // Keys: the hash methods read a key as a 32-bit integer. Pointers are 64
 // bits wide here, so a pointer key is hashed by its low 32 bits (keys are
 // still compared as whole pointers). Integer keys of TPelHashIntTable are
@@ -125,9 +133,15 @@ class TPelStringHashtableEntry : public TPelHashtableEntry {
 };
 
 // The hash-table engine. Published, and so streamed with a component that
-// holds the table: Capacity (default 101), HashType (default htDivision) and
-// LoadFactor (written unless 0). The contents are not streamed, and OnChange,
-// a plain callback without a method name, is not published.
+// holds the table: Capacity (default 101), HashType (default htDivision),
+// LoadFactor (written unless 0) and OnChange. The contents are not streamed.
+//
+// OnChange is streamed as the framework streams events, by the handler's
+// method name. A handler here is a std::function, which has no name of its
+// own: SetOnChange takes the name to write beside the handler, and a handler
+// set without one writes nothing. Reading a stream stores the name only
+// (binding it to a handler is the program's business); reading nil, or
+// setting the name to "", also drops the handler.
 class TPelCustomHashtable : public TPersistent {
   PEL_CLASS(TPelCustomHashtable, TPersistent)
   PEL_PUBLISHED(
@@ -138,7 +152,9 @@ class TPelCustomHashtable : public TPersistent {
           "HashType", &TPelHashTypeInfo)
           .WithDefault(htDivision),
       Property<&TPelCustomHashtable::GetLoadFactor, &TPelCustomHashtable::SetLoadFactor>(
-          "LoadFactor"))
+          "LoadFactor"),
+      Property<&TPelCustomHashtable::GetOnChangeName, &TPelCustomHashtable::SetOnChangeName>(
+          "OnChange", &TypeInfoNotifyEvent))
   friend class TPelHashtableEnumerator;
 
  public:
@@ -150,6 +166,8 @@ class TPelCustomHashtable : public TPersistent {
   // Clears the table (through the virtual Clear) and releases the buckets.
   void BeforeDestruction() override;
 
+  // Another table: cleared, its settings, then its entries in one update.
+  // Itself: nothing (see the header).
   void Assign(TPersistent* Source) override;
   void AssignTo(TPersistent* Dest) override;
 
@@ -193,7 +211,8 @@ class TPelCustomHashtable : public TPersistent {
   int32_t GetThreshold() const;
 
   uint32_t GetCapacity() const { return FCapacity; }
-  // Rebuilds the buckets (no notification); 0 releases them.
+  // Rebuilds the buckets (no notification); 0 frees the entries and releases
+  // the buckets.
   void SetCapacity(uint32_t Value);
   TPelHashType GetHashType() const { return FHashType; }
   // Only an empty table may change its hash method.
@@ -205,7 +224,11 @@ class TPelCustomHashtable : public TPersistent {
   int32_t GetCollisions() const { return FCollisions; }
   void SetCollisions(int32_t Value) { FCollisions = Value; }
   const TNotifyEvent& GetOnChange() const { return FOnChange; }
-  void SetOnChange(TNotifyEvent Value) { FOnChange = std::move(Value); }
+  // Name is the handler's method name, what a stream writes for it.
+  void SetOnChange(TNotifyEvent Value, String Name = String());
+  // The method name of OnChange ("" when unnamed or unassigned).
+  const String& GetOnChangeName() const { return FOnChangeName; }
+  void SetOnChangeName(const String& Value);
   const IPtr<IHashTableOwner>& GetHashTableOwner() const { return FHashTableOwner; }
   void SetHashTableOwner(IPtr<IHashTableOwner> Value) { FHashTableOwner = std::move(Value); }
 
@@ -233,6 +256,7 @@ class TPelCustomHashtable : public TPersistent {
   TPelHashtableEnumerator* FEnumerator = nullptr;
   TPelHashtableEntry** FBuckets = nullptr;
   TNotifyEvent FOnChange;
+  String FOnChangeName;
   int32_t FUpdateCount = 0;
   float FLoadFactor = 0.75f;
   IPtr<IHashTableOwner> FHashTableOwner;
@@ -258,8 +282,9 @@ class TPelHashtable : public TPelCustomHashtable {
   bool ContainsKey(void* Key);
   // Value is the stored value, or null when Key is absent.
   bool ContainsKey(void* Key, void*& Value);
-  void* GetItem(void* Key) { return Get(Key); }
-  void SetItem(void* Key, void* Value) { Put(Key, Value); }
+  // Items[Key]: straight to the engine, not through Get and Put.
+  void* GetItem(void* Key) { return GetValue(Key); }
+  void SetItem(void* Key, void* Value) { PutValue(Key, Value); }
   // The next key of the table's own cursor.
   void* Next();
 };
@@ -284,8 +309,8 @@ class TPelHashIntTable : public TPelHashtable {
   void* Remove(int32_t Key) { return Remove(KeyOf(Key)); }
   bool ContainsKey(int32_t Key) { return ContainsKey(KeyOf(Key)); }
   bool ContainsKey(int32_t Key, void*& Value) { return ContainsKey(KeyOf(Key), Value); }
-  void* GetItem(int32_t Key) { return Get(KeyOf(Key)); }
-  void SetItem(int32_t Key, void* Value) { Put(KeyOf(Key), Value); }
+  void* GetItem(int32_t Key) { return GetValue(KeyOf(Key)); }
+  void SetItem(int32_t Key, void* Value) { PutValue(KeyOf(Key), Value); }
 };
 
 // A table with string keys: exact, case-sensitive comparison; the hash
@@ -304,7 +329,7 @@ class TPelStringHashtable : public TPelCustomHashtable {
   // holding an empty string is refused ("Argument is null") before anything
   // changes.
   void Assign(TPersistent* Source) override;
-  // To a string list: every key with its value as the object, in
+  // To a string list: every key with its value (GetItem) as the object, in
   // enumeration order.
   void AssignTo(TPersistent* Dest) override;
 
@@ -315,8 +340,9 @@ class TPelStringHashtable : public TPelCustomHashtable {
   // False for the empty string.
   bool ContainsKey(const String& Key);
   bool ContainsKey(const String& Key, void*& Value);
-  void* GetItem(const String& Key) { return Get(Key); }
-  void SetItem(const String& Key, void* Value) { Put(Key, Value); }
+  // Items[Key]: straight to the engine, not through Get and Put.
+  void* GetItem(const String& Key);
+  void SetItem(const String& Key, void* Value);
   // The next key of the table's own cursor.
   String Next();
   String GetKeyByIndex(int32_t Index);

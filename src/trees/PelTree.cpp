@@ -1,14 +1,10 @@
 #include "trees/PelTree.h"
 
-#include <exception>
-
 namespace pel {
 
 namespace {
 
 [[noreturn]] void TreeError(const char* Msg) { throw ETreeException(Msg); }
-
-[[noreturn]] void AccessViolation() { throw EAccessViolation("Access violation"); }
 
 }  // namespace
 
@@ -30,19 +26,16 @@ void TPelCustomTreeNode::Assign(TPersistent* Source) {
   TPersistent::Assign(Source);
 }
 
-TPelCustomTreeNode* TPelCustomTreeNode::GetParent() {
-  if (!FOwner) AccessViolation();
-  return FOwner->GetParentNode(this);
-}
+TPelCustomTreeNode* TPelCustomTreeNode::GetParent() { return OwnerTree()->GetParentNode(this); }
 
-void TPelCustomTreeNode::Change() {
-  if (!FOwner) AccessViolation();
-  FOwner->Change(this);
-}
+void TPelCustomTreeNode::Change() { OwnerTree()->Change(this); }
 
-void TPelCustomTreeNode::AssignFields(TPelCustomTreeNode* Source) { FData = Source->FData; }
+void TPelCustomTreeNode::AssignFields(TPelCustomTreeNode* Source) {
+  FData = CheckAssigned(Source)->FData;
+}
 
 void TPelCustomTreeNode::AddChildren(TPelCustomTreeNode* Node) {
+  CheckAssigned(Node);
   for (int32_t i = 0; i < Node->GetChildCount(); ++i) NewChild()->Assign(Node->GetChild(i));
 }
 
@@ -59,18 +52,16 @@ int32_t TPelCustomTreeNode::IndexOf(TPelCustomTreeNode* Node) const {
 }
 
 TPelCustomTreeNode* TPelCustomTreeNode::InsertParent(TPelCustomTreeNode* Node) {
-  // The parent is looked up first: the same node the search would find after
-  // Node.AddChild(Self), and a root (no parent) fails before anything moves.
-  TPelCustomTreeNode* parent = GetParent();
-  if (!parent || !Node) AccessViolation();
-  TPelCustomTreeNode* result = Node->AddChild(this);
+  TPelCustomTreeNode* result = CheckAssigned(Node)->AddChild(this);
+  // Node is not reachable from the root yet, so the search still finds the
+  // old parent. A root has none: Node keeps this node as its child.
+  TPelCustomTreeNode* parent = CheckAssigned(GetParent());
   parent->SetChild(parent->IndexOf(this), Node);
   return result;
 }
 
 TPelCustomTreeNode* TPelCustomTreeNode::NewChild() {
-  if (!FOwner) AccessViolation();
-  TPelCustomTreeNode* node = FOwner->NewNode();
+  TPelCustomTreeNode* node = OwnerTree()->NewNode();
   try {
     AddChild(node);
     Change();
@@ -119,11 +110,12 @@ TPelCustomTreeNode* TPelBinaryTreeNode::AddChild(TPelCustomTreeNode* Node) {
   return Node;
 }
 
+// Null matches an empty side: nothing is freed and the change is reported.
 void TPelBinaryTreeNode::DeleteChild(TPelCustomTreeNode* Node) {
-  if (Node && Node == FLeft) {
+  if (Node == FLeft) {
     FLeft = nullptr;
     Free(Node);
-  } else if (Node && Node == FRight) {
+  } else if (Node == FRight) {
     FRight = nullptr;
     Free(Node);
   } else {
@@ -135,14 +127,14 @@ void TPelBinaryTreeNode::DeleteChild(TPelCustomTreeNode* Node) {
 TPelCustomTreeNode* TPelBinaryTreeNode::InsertChild(int32_t Index) {
   if (Index == 0) {
     if (FLeft && FRight) TreeError(SCannotAddChildren);
-    auto* node = As<TPelBinaryTreeNode>(GetOwner()->NewNode());
+    TPelBinaryTreeNode* node = NewBinaryNode();
     if (FLeft) FRight = FLeft;
     FLeft = node;
     return node;
   }
   if (Index == 1) {
     if (FRight) TreeError(SCannotAddChildren);
-    auto* node = As<TPelBinaryTreeNode>(GetOwner()->NewNode());
+    TPelBinaryTreeNode* node = NewBinaryNode();
     FRight = node;
     return node;
   }
@@ -157,21 +149,26 @@ TPelBinaryTreeNode* TPelBinaryTreeNode::GetBinaryParent() {
   return As<TPelBinaryTreeNode>(GetParent());
 }
 
-TPelBinaryTreeNode* TPelBinaryTreeNode::AddLeftChild() {
-  auto* node = As<TPelBinaryTreeNode>(GetOwner()->NewNode());
-  FreeAndNil(FLeft);
-  FLeft = node;
-  Change();
-  return node;
+TPelBinaryTreeNode* TPelBinaryTreeNode::NewBinaryNode() {
+  TPelCustomTreeNode* node = OwnerTree()->NewNode();
+  if (!node) return nullptr;
+  if (auto* binary = dynamic_cast<TPelBinaryTreeNode*>(node)) return binary;
+  Free(node);  // of the wrong class: freed before the checked cast fails
+  RaiseInvalidCast();
 }
 
-TPelBinaryTreeNode* TPelBinaryTreeNode::AddRightChild() {
-  auto* node = As<TPelBinaryTreeNode>(GetOwner()->NewNode());
-  FreeAndNil(FRight);
-  FRight = node;
+TPelBinaryTreeNode* TPelBinaryTreeNode::ReplaceSubtree(TPelBinaryTreeNode*& Slot) {
+  // The old subtree goes first; should making the new node fail, the slot
+  // is left empty.
+  FreeAndNil(Slot);
+  Slot = NewBinaryNode();
   Change();
-  return node;
+  return Slot;
 }
+
+TPelBinaryTreeNode* TPelBinaryTreeNode::AddLeftChild() { return ReplaceSubtree(FLeft); }
+
+TPelBinaryTreeNode* TPelBinaryTreeNode::AddRightChild() { return ReplaceSubtree(FRight); }
 
 void TPelBinaryTreeNode::SetLeft(TPelBinaryTreeNode* Node) {
   if (Node == FLeft) return;
@@ -229,7 +226,7 @@ void TPelTreeNode::DeleteChild(TPelCustomTreeNode* Node) {
 TPelCustomTreeNode* TPelTreeNode::InsertChild(int32_t Index) {
   // A bad index raises the list's own error before any node is made.
   if (Index < 0 || Index > FChildren->GetCount()) FChildren->Insert(Index, nullptr);
-  TPelCustomTreeNode* node = GetOwner()->NewNode();
+  TPelCustomTreeNode* node = OwnerTree()->NewNode();
   FChildren->Insert(Index, node);
   return node;
 }
@@ -254,15 +251,10 @@ void TPelCustomTree::BeforeDestruction() {
 
 void TPelCustomTree::Assign(TPersistent* Source) {
   if (auto* src = dynamic_cast<TPelCustomTree*>(Source)) {
-    BeginUpdate();
-    try {
+    Updating(this, [&] {
       SetRoot(NewNode());
       FRoot->Assign(src->FRoot);
-    } catch (...) {
-      EndUpdate();
-      throw;
-    }
-    EndUpdate();
+    });
   }
   // Runs for a tree source too and then raises the conversion error after
   // the copy has been made: intended.
@@ -272,9 +264,7 @@ void TPelCustomTree::Assign(TPersistent* Source) {
 void TPelCustomTree::AssignTo(TPersistent* Dest) {
   if (auto* list = dynamic_cast<TPelCustomLinkedList*>(Dest)) {
     list->Clear();
-    Traverse(
-        FRoot, [this](TPelCustomTreeNode* N, intptr_t Tag) { AddItem(N, Tag); }, toPreOrder,
-        reinterpret_cast<intptr_t>(static_cast<TObject*>(list)));
+    AddItems(list);
     return;
   }
   // Platform lists are not persistent objects here; see AssignTo(TList*).
@@ -283,13 +273,17 @@ void TPelCustomTree::AssignTo(TPersistent* Dest) {
 
 void TPelCustomTree::AssignTo(TList* Dest) {
   Dest->Clear();
+  AddItems(Dest);
+}
+
+void TPelCustomTree::AddItems(TObject* Dest) {
   Traverse(
       FRoot, [this](TPelCustomTreeNode* N, intptr_t Tag) { AddItem(N, Tag); }, toPreOrder,
-      reinterpret_cast<intptr_t>(static_cast<TObject*>(Dest)));
+      reinterpret_cast<intptr_t>(Dest));
 }
 
 TPelCustomTreeNode* TPelCustomTree::GetParentNode(TPelCustomTreeNode* Node) {
-  if (!Node || Node->GetOwner() != this) TreeError(SOwnerMismatch);
+  if (CheckAssigned(Node)->GetOwner() != this) TreeError(SOwnerMismatch);
   return FindNode(FRoot, Node, toPreOrder);
 }
 
@@ -299,6 +293,36 @@ void TPelCustomTree::Change(TObject* /*Sender*/) {
 
 void TPelCustomTree::Changing(TObject* /*Sender*/) {
   if (FUpdateCount <= 0 && FOnChanging) FOnChanging(this);
+}
+
+namespace {
+
+void SetEvent(TNotifyEvent& Event, String& EventName, TNotifyEvent Value, String Name) {
+  Event = std::move(Value);
+  EventName = Event ? std::move(Name) : String();
+}
+
+void SetEventName(TNotifyEvent& Event, String& EventName, const String& Value) {
+  if (Value.empty()) Event = nullptr;
+  EventName = Value;
+}
+
+}  // namespace
+
+void TPelCustomTree::SetOnChange(TNotifyEvent Value, String Name) {
+  SetEvent(FOnChange, FOnChangeName, std::move(Value), std::move(Name));
+}
+
+void TPelCustomTree::SetOnChanging(TNotifyEvent Value, String Name) {
+  SetEvent(FOnChanging, FOnChangingName, std::move(Value), std::move(Name));
+}
+
+void TPelCustomTree::SetOnChangeName(const String& Value) {
+  SetEventName(FOnChange, FOnChangeName, Value);
+}
+
+void TPelCustomTree::SetOnChangingName(const String& Value) {
+  SetEventName(FOnChanging, FOnChangingName, Value);
 }
 
 void TPelCustomTree::Infix(TPelCustomTreeNode* Node, const TTreeIterator& Method, intptr_t Data) {
@@ -321,23 +345,19 @@ void TPelCustomTree::EndUpdate() {
 }
 
 void TPelCustomTree::Clear() {
-  BeginUpdate();
-  try {
-    SetRoot(nullptr);
-  } catch (...) {
-    EndUpdate();
-    throw;
-  }
-  EndUpdate();
+  Updating(this, [this] { SetRoot(nullptr); });
 }
 
 void TPelCustomTree::Delete(TPelCustomTreeNode* Node) {
-  TPelCustomTreeNode* parent = GetParentNode(Node);
-  if (!parent) AccessViolation();  // the root has no parent to delete it from
-  parent->DeleteChild(Node);
+  // The root has no parent to delete it from.
+  CheckAssigned(GetParentNode(Node))->DeleteChild(Node);
 }
 
-TPelCustomTreeNode* TPelCustomTree::NewNode() { return FNodeType.Create(this); }
+TPelCustomTreeNode* TPelCustomTree::NewNode() {
+  // Without a node class there is no constructor to call.
+  if (!FNodeType) RaiseAccessViolation();
+  return FNodeType.Create(this);
+}
 
 void TPelCustomTree::Traverse(TPelCustomTreeNode* Node, const TTreeIterator& Method,
                               TTraversalOrder Order, intptr_t Data) {
@@ -383,45 +403,40 @@ void TPelCustomTree::SetNodeType(TPelTreeNodeClass Value) {
   FNodeType = Value;
 }
 
-TPelCustomTreeNode* TPelCustomTree::FindItemNode(TPelCustomTreeNode* Node, void* Item,
-                                                 TTraversalOrder Order) {
+TPelCustomTreeNode* TPelCustomTree::Search(TPelCustomTreeNode* Node, TMatch Match, intptr_t Tag,
+                                           TTraversalOrder Order) {
   try {
     Traverse(
-        Node, [this](TPelCustomTreeNode* N, intptr_t Tag) { MatchItem(N, Tag); }, Order,
-        reinterpret_cast<intptr_t>(Item));
+        Node, [this, Match](TPelCustomTreeNode* N, intptr_t T) { (this->*Match)(N, T); }, Order,
+        Tag);
   } catch (const EAbort&) {
     return As<TPelCustomTreeNode>(FFoundNode);
   }
   return nullptr;
+}
+
+TPelCustomTreeNode* TPelCustomTree::FindItemNode(TPelCustomTreeNode* Node, void* Item,
+                                                 TTraversalOrder Order) {
+  return Search(Node, &TPelCustomTree::MatchItem, reinterpret_cast<intptr_t>(Item), Order);
 }
 
 TPelCustomTreeNode* TPelCustomTree::FindNode(TPelCustomTreeNode* Node, TPelCustomTreeNode* Child,
                                              TTraversalOrder Order) {
-  try {
-    Traverse(
-        Node, [this](TPelCustomTreeNode* N, intptr_t Tag) { MatchChild(N, Tag); }, Order,
-        reinterpret_cast<intptr_t>(Child));
-  } catch (const EAbort&) {
-    return As<TPelCustomTreeNode>(FFoundNode);
-  }
-  return nullptr;
+  return Search(Node, &TPelCustomTree::MatchChild, reinterpret_cast<intptr_t>(Child), Order);
 }
 
-bool TPelCustomTree::IsLeaf(TPelCustomTreeNode* Node) const { return Node->GetChildCount() == 0; }
+bool TPelCustomTree::IsLeaf(TPelCustomTreeNode* Node) const {
+  return CheckAssigned(Node)->GetChildCount() == 0;
+}
 
 bool TPelCustomTree::IsRoot(TPelCustomTreeNode* Node) const { return Node == FRoot; }
 
 void TPelCustomTree::SetRoot(TPelCustomTreeNode* Node) {
   if (Node == FRoot) return;
-  BeginUpdate();
-  try {
+  Updating(this, [&] {
     FreeAndNil(FRoot);
     FRoot = Node;
-  } catch (...) {
-    EndUpdate();
-    throw;
-  }
-  EndUpdate();
+  });
 }
 
 void TPelCustomTree::Prefix(TPelCustomTreeNode* Node, const TTreeIterator& Method, intptr_t Data) {
@@ -489,30 +504,6 @@ TPelHeightBalancedTreeNode* HB(TPelCustomTreeNode* Node) {
   return As<TPelHeightBalancedTreeNode>(Node);
 }
 
-// The update bracket of one insertion, closed on every exit.
-class TUpdateScope {
- public:
-  explicit TUpdateScope(TPelCustomTree* Tree) : FTree(Tree) { FTree->BeginUpdate(); }
-  ~TUpdateScope() noexcept(false) {
-    // EndUpdate may run a handler that raises; don't let it replace an
-    // exception already in flight.
-    if (std::uncaught_exceptions() > FUncaught) {
-      try {
-        FTree->EndUpdate();
-      } catch (...) {
-      }
-    } else {
-      FTree->EndUpdate();
-    }
-  }
-  TUpdateScope(const TUpdateScope&) = delete;
-  TUpdateScope& operator=(const TUpdateScope&) = delete;
-
- private:
-  TPelCustomTree* FTree;
-  int FUncaught = std::uncaught_exceptions();
-};
-
 }  // namespace
 
 TPelHeightBalancedTree::TPelHeightBalancedTree() {
@@ -528,9 +519,14 @@ TPelHeightBalancedTreeNode* TPelHeightBalancedTree::Add(void* Data, int32_t Prio
   return Add(Data, Priority, GetRoot());
 }
 
+// One insertion is one update: EndUpdate runs on every exit.
 TPelHeightBalancedTreeNode* TPelHeightBalancedTree::Add(void* Data, int32_t Priority,
                                                         TPelHeightBalancedTreeNode* StartNode) {
-  TUpdateScope update(this);
+  return Updating(this, [&] { return Insert(Data, Priority, StartNode); });
+}
+
+TPelHeightBalancedTreeNode* TPelHeightBalancedTree::Insert(void* Data, int32_t Priority,
+                                                           TPelHeightBalancedTreeNode* StartNode) {
   TPelHeightBalancedTreeNode* n = StartNode ? StartNode : GetRoot();
   if (!n) {
     TPelHeightBalancedTreeNode* node = NewNode(Priority);
@@ -579,7 +575,7 @@ TPelHeightBalancedTreeNode* TPelHeightBalancedTree::Rebalance(
     int32_t Priority) {
   TPelHeightBalancedTreeNode* c;
   TBalanceFactor dir;
-  if (Priority > Critical->GetPriority()) {
+  if (Priority > CheckAssigned(Critical)->GetPriority()) {
     c = Critical->GetHBRight();
     dir = -1;
   } else {
@@ -587,7 +583,7 @@ TPelHeightBalancedTreeNode* TPelHeightBalancedTree::Rebalance(
     dir = +1;
   }
   for (TPelHeightBalancedTreeNode* p = c; p != NewNode;) {
-    if (!p) AccessViolation();
+    if (!p) RaiseAccessViolation();
     if (Priority > p->GetPriority()) {
       p->SetBalanceFactor(-1);
       p = p->GetHBRight();
@@ -604,7 +600,7 @@ TPelHeightBalancedTreeNode* TPelHeightBalancedTree::Rebalance(
     Critical->SetBalanceFactor(0);
     return c;
   }
-  if (!c) AccessViolation();
+  if (!c) RaiseAccessViolation();
   TPelHeightBalancedTreeNode* subRoot;
   if (dir == +1 && c->GetBalanceFactor() == +1) {
     Critical->SetHBLeft(c->GetHBRight());
@@ -622,7 +618,7 @@ TPelHeightBalancedTreeNode* TPelHeightBalancedTree::Rebalance(
     TPelHeightBalancedTreeNode* g = dir == +1 ? c->GetHBRight() : c->GetHBLeft();
     // With the factors the table below leaves behind, a later insertion can
     // find no grandchild here.
-    if (!g) AccessViolation();
+    if (!g) RaiseAccessViolation();
     if (dir == +1) {
       c->SetHBRight(g->GetHBLeft());
       Critical->SetHBLeft(g->GetHBRight());

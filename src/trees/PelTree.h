@@ -9,6 +9,10 @@
 // Traversals call a TTreeIterator once per node. The only early exit is the
 // silent abort (pel::Abort) raised from the callback; the searches use it
 // themselves and catch it.
+//
+// An operation that follows a missing node or owner (a null argument, the
+// parent of the root, a tree without a node class) raises EAccessViolation
+// at that point, keeping whatever it had already changed.
 #pragma once
 
 #include <cstdint>
@@ -96,8 +100,9 @@ class TPelCustomTreeNode : public TPersistent {
   virtual void DeleteChild(TPelCustomTreeNode* Node) = 0;
   virtual int32_t IndexOf(TPelCustomTreeNode* Node) const;
   virtual TPelCustomTreeNode* InsertChild(int32_t Index) = 0;
-  // Puts Node between this node and its parent; the parent's slot is
-  // overwritten with Node (this node moves beneath Node).
+  // Puts Node between this node and its parent: Node.AddChild(this) first,
+  // then the parent's slot is overwritten with Node. For the root the
+  // parent is missing after Node has taken this node as its child.
   virtual TPelCustomTreeNode* InsertParent(TPelCustomTreeNode* Node);
   // A new node from the owner, added as the last child.
   virtual TPelCustomTreeNode* NewChild();
@@ -107,6 +112,10 @@ class TPelCustomTreeNode : public TPersistent {
   TPelCustomTree* GetOwner() const { return FOwner; }
 
  protected:
+  // The owner, which every structural operation needs (access violation
+  // for a node made without one).
+  TPelCustomTree* OwnerTree() const { return CheckAssigned(FOwner); }
+
   void* FData = nullptr;
 
  private:
@@ -133,6 +142,7 @@ class TPelBinaryTreeNode : public TPelCustomTreeNode {
   void SetChild(int32_t Index, TPelCustomTreeNode* Node) override;
   int32_t GetChildCount() const override;
   TPelCustomTreeNode* AddChild(TPelCustomTreeNode* Node) override;
+  // Null deletes an empty side: nothing is freed, Change still runs.
   void DeleteChild(TPelCustomTreeNode* Node) override;
   // Index 0 makes a new Left (an existing lone Left moves to Right), index 1
   // a new Right. Does not call Change (unlike AddChild): intended.
@@ -140,7 +150,7 @@ class TPelBinaryTreeNode : public TPelCustomTreeNode {
 
   TPelBinaryTree* GetBinaryOwner() const;
   TPelBinaryTreeNode* GetBinaryParent();
-  // Free the current Left (Right) subtree and put a new node there.
+  // Free the current Left (Right) subtree, then put a new node there.
   TPelBinaryTreeNode* AddLeftChild();
   TPelBinaryTreeNode* AddRightChild();
   TPelBinaryTreeNode* GetLeft() const { return FLeft; }
@@ -150,6 +160,10 @@ class TPelBinaryTreeNode : public TPelCustomTreeNode {
   void SetRight(TPelBinaryTreeNode* Node);
 
  private:
+  // A node from the owner; one of another class is freed and refused.
+  TPelBinaryTreeNode* NewBinaryNode();
+  TPelBinaryTreeNode* ReplaceSubtree(TPelBinaryTreeNode*& Slot);
+
   TPelBinaryTreeNode* FLeft = nullptr;
   TPelBinaryTreeNode* FRight = nullptr;
 };
@@ -186,12 +200,22 @@ class TPelTreeNode : public TPelCustomTreeNode {
 // ---------------------------------------------------------------------------
 // Trees
 
-// Trees publish Root (not stored: a subtree cannot be read back through
-// it) and the height-balanced tree Duplicates. OnChange and OnChanging are
-// plain callbacks with no method name to stream and are not published.
+// Trees publish OnChange, OnChanging, Root (not stored: a subtree cannot be
+// read back through it) and the height-balanced tree Duplicates.
+//
+// The events are streamed as the framework streams events, by the handler's
+// method name. A handler here is a std::function, which has no name of its
+// own: SetOnChange and SetOnChanging take the name to write beside the
+// handler, and a handler set without one writes nothing. Reading a stream
+// stores the name only (binding it to a handler is the program's business);
+// reading nil, or setting the name to "", also drops the handler.
 class TPelCustomTree : public TPersistent {
   PEL_CLASS(TPelCustomTree, TPersistent)
   PEL_PUBLISHED(TPelCustomTree,
+                Property<&TPelCustomTree::GetOnChangeName, &TPelCustomTree::SetOnChangeName>(
+                    "OnChange", &TypeInfoNotifyEvent),
+                Property<&TPelCustomTree::GetOnChangingName, &TPelCustomTree::SetOnChangingName>(
+                    "OnChanging", &TypeInfoNotifyEvent),
                 Property<&TPelCustomTree::GetRoot, &TPelCustomTree::SetRoot>("Root").NotStored())
  public:
   TPelCustomTree() = default;
@@ -206,6 +230,7 @@ class TPelCustomTree : public TPersistent {
   void AssignTo(TList* Dest);
 
   // The parent of Node, found by a pre-order search (nothing for the root).
+  // A missing Node is an access violation.
   virtual TPelCustomTreeNode* GetParentNode(TPelCustomTreeNode* Node);
   // Notify the handlers with the tree as sender (Sender is not passed on:
   // intended) unless an update is in progress.
@@ -215,7 +240,8 @@ class TPelCustomTree : public TPersistent {
   virtual void BeginUpdate();
   virtual void EndUpdate();
   virtual void Clear();
-  // Frees Node and its subtree through its parent; not for the root.
+  // Frees Node and its subtree through its parent; the root has none (an
+  // access violation).
   virtual void Delete(TPelCustomTreeNode* Node);
   virtual TPelCustomTreeNode* NewNode();
   virtual void Traverse(TPelCustomTreeNode* Node, const TTreeIterator& Method,
@@ -234,6 +260,7 @@ class TPelCustomTree : public TPersistent {
   // the parent of Child, not Child itself.
   TPelCustomTreeNode* FindNode(TPelCustomTreeNode* Node, TPelCustomTreeNode* Child,
                                TTraversalOrder Order);
+  // A missing Node is an access violation.
   bool IsLeaf(TPelCustomTreeNode* Node) const;
   bool IsRoot(TPelCustomTreeNode* Node) const;
   TPelCustomTreeNode* GetRoot() const { return FRoot; }
@@ -245,19 +272,35 @@ class TPelCustomTree : public TPersistent {
   int32_t GetCount() const;
 
   int32_t GetUpdateCount() const { return FUpdateCount; }
+  // Name is the handler's method name, what a stream writes for it.
   const TNotifyEvent& GetOnChange() const { return FOnChange; }
-  void SetOnChange(TNotifyEvent Value) { FOnChange = std::move(Value); }
+  void SetOnChange(TNotifyEvent Value, String Name = String());
   const TNotifyEvent& GetOnChanging() const { return FOnChanging; }
-  void SetOnChanging(TNotifyEvent Value) { FOnChanging = std::move(Value); }
+  void SetOnChanging(TNotifyEvent Value, String Name = String());
+  // The events' method names ("" when unnamed or unassigned).
+  const String& GetOnChangeName() const { return FOnChangeName; }
+  void SetOnChangeName(const String& Value);
+  const String& GetOnChangingName() const { return FOnChangingName; }
+  void SetOnChangingName(const String& Value);
 
  protected:
   TPelTreeNodeClass FNodeType;
   TNotifyEvent FOnChange;
   TNotifyEvent FOnChanging;
+  String FOnChangeName;
+  String FOnChangingName;
   int32_t FUpdateCount = 0;
   TPelCustomTreeNode* FRoot = nullptr;
   // The node found by the current search.
   TPelCustomTreeNode* FFoundNode = nullptr;
+
+ private:
+  using TMatch = void (TPelCustomTree::*)(TPelCustomTreeNode*, intptr_t);
+  // The node at which Match aborts a traversal from Node, or nothing.
+  TPelCustomTreeNode* Search(TPelCustomTreeNode* Node, TMatch Match, intptr_t Tag,
+                             TTraversalOrder Order);
+  // Appends every node's data, in pre-order, to a list of either kind.
+  void AddItems(TObject* Dest);
 };
 
 class TPelBinaryTree : public TPelCustomTree {
@@ -344,7 +387,8 @@ class TPelHeightBalancedTree : public TPelBinaryTree {
   using TPelBinaryTree::NewNode;
 
   // Restores the balance below Critical after NewNode was linked; returns
-  // the root of the rebalanced subtree. Child is not used.
+  // the root of the rebalanced subtree. Child is not used. A missing
+  // Critical, or a missing node on the way, is an access violation.
   virtual TPelHeightBalancedTreeNode* Rebalance(TPelHeightBalancedTreeNode* NewNode,
                                                 TPelHeightBalancedTreeNode* Child,
                                                 TPelHeightBalancedTreeNode* Critical,
@@ -372,6 +416,10 @@ class TPelHeightBalancedTree : public TPelBinaryTree {
   void SetDuplicates(TDuplicates Value) { FDuplicates = Value; }
 
  private:
+  // Add without its update bracket.
+  TPelHeightBalancedTreeNode* Insert(void* Data, int32_t Priority,
+                                     TPelHeightBalancedTreeNode* StartNode);
+
   TDuplicates FDuplicates = dupIgnore;
 };
 

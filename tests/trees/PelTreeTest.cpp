@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <random>
 #include <set>
+#include <string>
 #include <vector>
 
 #include "trees/PelTree.h"
@@ -35,6 +37,21 @@ class TCountedBinaryNode : public TPelBinaryTreeNode {
   ~TCountedBinaryNode() override { --gLiveNodes; }
 };
 
+// A binary tree of counted nodes that records how many nodes are alive when
+// it makes one, and can refuse to make one.
+class TCountingTree : public TPelBinaryTree {
+  PEL_CLASS(TCountingTree, TPelBinaryTree)
+ public:
+  TCountingTree() { SetNodeType(TCountedBinaryNode::StaticClass()); }
+  TPelCustomTreeNode* NewNode() override {
+    LiveAtNewNode = gLiveNodes;
+    if (Refuse) throw EOutOfMemory("refused");
+    return TPelBinaryTree::NewNode();
+  }
+  int LiveAtNewNode = -1;
+  bool Refuse = false;
+};
+
 template <class E, class F>
 void ExpectRaises(F&& f, const char* Msg) {
   try {
@@ -54,64 +71,76 @@ std::vector<TPelCustomTreeNode*> Visit(TPelCustomTree& T, TTraversalOrder Order)
 
 }  // namespace
 
-TEST(PelTree, BinaryNodeIndexesNonEmptySlots) {
-  auto tree = Make<TPelBinaryTree>();
+TEST(PelTree, BinaryNodes) {
+  auto tree = Make<TCountingTree>();
+  int changes = 0;
+  tree->SetOnChange([&](TObject*) { ++changes; });
   tree->SetRoot(As<TPelBinaryTreeNode>(tree->NewNode()));
   TPelBinaryTreeNode* root = tree->GetRoot();
+  // Children are indexed over the non-empty slots.
   TPelBinaryTreeNode* right = root->AddRightChild();
-  EXPECT_EQ(root->GetChildCount(), 1);
   EXPECT_EQ(root->GetChild(0), right);
   ExpectRaises<ETreeException>([&] { root->GetChild(1); }, "Invalid Index");
   ExpectRaises<ETreeException>([&] { root->GetChild(-1); }, "Invalid Index");
-  EXPECT_EQ(root->IndexOf(right), 0);
-  EXPECT_EQ(root->IndexOf(root), -1);
   TPelBinaryTreeNode* left = root->AddLeftChild();
-  EXPECT_EQ(root->GetChild(0), left);
   EXPECT_EQ(root->GetChild(1), right);
   EXPECT_EQ(right->GetBinaryParent(), root);
-  EXPECT_EQ(root->GetBinaryOwner(), tree.get());
-  // SetChild replaces the slot that holds the indexed child, without freeing.
+  // SetChild replaces the slot that holds the indexed child, freeing nothing.
   auto* spare = As<TPelBinaryTreeNode>(tree->NewNode());
   root->SetChild(1, spare);
   EXPECT_EQ(root->GetRight(), spare);
   root->SetChild(1, right);
   Free(spare);
-}
 
-TEST(PelTree, BinaryInsertAddDelete) {
-  auto tree = Make<TPelBinaryTree>();
-  tree->SetRoot(As<TPelBinaryTreeNode>(tree->NewNode()));
-  TPelBinaryTreeNode* root = tree->GetRoot();
-  TPelBinaryTreeNode* left = root->AddLeftChild();
-  auto* inserted = root->InsertChild(0);
-  EXPECT_EQ(root->GetLeft(), inserted);
-  EXPECT_EQ(root->GetRight(), left);
-  EXPECT_EQ(root->GetChild(1), left);
-  ExpectRaises<ETreeException>([&] { root->InsertChild(0); },
-                               "Cannot add any more children to node");
-  ExpectRaises<ETreeException>([&] { root->InsertChild(1); },
-                               "Cannot add any more children to node");
-  ExpectRaises<ETreeException>([&] { root->NewChild(); }, "Cannot add any more children to node");
-  EXPECT_EQ(root->GetLeft(), inserted);
-  EXPECT_EQ(root->GetRight(), left);
-
+  // A full node refuses more children; NewChild frees the node it made.
+  const int live = gLiveNodes;
+  for (const auto& f : std::initializer_list<std::function<void()>>{
+           [&] { root->InsertChild(0); }, [&] { root->InsertChild(1); }, [&] { root->NewChild(); }})
+    ExpectRaises<ETreeException>(f, "Cannot add any more children to node");
+  EXPECT_EQ(gLiveNodes, live);
   auto* stranger = tree->NewNode();
   ExpectRaises<ETreeException>([&] { root->DeleteChild(stranger); }, "Unknown Tree Node");
-  ExpectRaises<ETreeException>([&] { root->AddChild(stranger); },
-                               "Cannot add any more children to node");
-  EXPECT_EQ(root->GetChildCount(), 2);
+  ExpectRaises<ETreeException>([&] { root->DeleteChild(nullptr); }, "Unknown Tree Node");
   Free(stranger);
 
-  root->DeleteChild(inserted);
-  EXPECT_EQ(root->GetLeft(), nullptr);
-  EXPECT_EQ(root->GetChild(0), left);
-  // Right still holds `left`, so index 1 is full; index 0 fills Left.
+  // Null names an empty side: nothing is freed and the change is reported.
+  root->DeleteChild(left);
+  changes = 0;
+  root->DeleteChild(nullptr);
+  EXPECT_EQ(changes, 1);
+  EXPECT_EQ(root->GetRight(), right);
+  EXPECT_EQ(gLiveNodes, live - 1);
+  // InsertChild(0) moves a lone Left to Right; index 2 does not exist.
   ExpectRaises<ETreeException>([&] { root->InsertChild(1); },
                                "Cannot add any more children to node");
   ExpectRaises<ETreeException>([&] { root->InsertChild(2); }, "Invalid Index");
-  auto* l2 = root->InsertChild(0);
-  EXPECT_EQ(root->GetLeft(), l2);
-  EXPECT_EQ(root->GetRight(), left);
+  root->SetRight(nullptr);
+  root->SetLeft(right);
+  auto* inserted = root->InsertChild(0);
+  EXPECT_EQ(root->GetLeft(), inserted);
+  EXPECT_EQ(root->GetRight(), right);
+}
+
+TEST(PelTree, AddLeftChildFreesTheOldSubtreeFirst) {
+  gLiveNodes = 0;
+  {
+    auto tree = Make<TCountingTree>();
+    tree->SetRoot(As<TPelBinaryTreeNode>(tree->NewNode()));
+    TPelBinaryTreeNode* root = tree->GetRoot();
+    root->AddLeftChild()->AddLeftChild();
+    root->AddRightChild()->AddRightChild();
+    EXPECT_EQ(gLiveNodes, 5);
+    root->AddLeftChild();
+    EXPECT_EQ(tree->LiveAtNewNode, 3);  // the old left pair was already gone
+    EXPECT_EQ(gLiveNodes, 4);
+    // A node that cannot be made leaves the slot empty, the subtree freed.
+    tree->Refuse = true;
+    EXPECT_THROW(root->AddRightChild(), EOutOfMemory);
+    EXPECT_EQ(root->GetRight(), nullptr);
+    EXPECT_EQ(gLiveNodes, 2);
+    tree->Refuse = false;
+  }
+  EXPECT_EQ(gLiveNodes, 0);
 }
 
 TEST(PelTree, NaryStructureSearchAndCount) {
@@ -119,68 +148,54 @@ TEST(PelTree, NaryStructureSearchAndCount) {
   int d[8] = {};
   tree->SetRoot(As<TPelTreeNode>(tree->NewNode()));
   TPelTreeNode* root = tree->GetRoot();
-  root->SetData(&d[0]);
   auto* a = root->NewChild();
   auto* b = root->NewChild();
-  a->SetData(&d[1]);
-  b->SetData(&d[2]);
   auto* a1 = a->NewChild();
   auto* a2 = a->NewChild();
   auto* b1 = b->NewChild();
-  a1->SetData(&d[3]);
-  a2->SetData(&d[4]);
-  b1->SetData(&d[5]);
+  TPelCustomTreeNode* nodes[] = {root, a, b, a1, a2, b1};
+  for (int i = 0; i < 6; ++i) nodes[i]->SetData(&d[i]);
   EXPECT_EQ(tree->GetCount(), 3);  // root and its direct children only
-
-  EXPECT_EQ(tree->FindNode(root, b1, toPreOrder), b);
-  EXPECT_EQ(tree->FindNode(root, root, toPreOrder), nullptr);
-  EXPECT_EQ(b1->GetParent(), b);
-  EXPECT_EQ(As<TPelTreeNode>(a2)->GetTreeParent(), a);
-  EXPECT_EQ(tree->FindItemNode(root, &d[4], toPostOrder), a2);
-  EXPECT_EQ(tree->FindItemNode(root, &d[7], toInOrder), nullptr);
-  EXPECT_TRUE(tree->IsLeaf(a1));
-  EXPECT_TRUE(tree->IsRoot(root));
 
   using V = std::vector<TPelCustomTreeNode*>;
   EXPECT_EQ(Visit(*tree, toPreOrder), (V{root, a, a1, a2, b, b1}));
   EXPECT_EQ(Visit(*tree, toInOrder), (V{a1, a, a2, root, b1, b}));
   EXPECT_EQ(Visit(*tree, toPostOrder), (V{a1, a2, a, b1, b, root}));
-
-  // Abort is the only early exit and it propagates to the caller.
+  // FindNode gives the parent; FindItemNode the node holding the data.
+  EXPECT_EQ(tree->FindNode(root, b1, toPreOrder), b);
+  EXPECT_EQ(tree->FindNode(root, root, toPreOrder), nullptr);
+  EXPECT_EQ(As<TPelTreeNode>(a2)->GetTreeParent(), a);
+  EXPECT_EQ(tree->FindItemNode(root, &d[4], toPostOrder), a2);
+  EXPECT_EQ(tree->FindItemNode(root, &d[7], toInOrder), nullptr);
+  // Abort is the only early exit and it reaches the caller.
   int seen = 0;
-  EXPECT_THROW(tree->Traverse(
-                   root,
-                   [&](TPelCustomTreeNode*, intptr_t) {
-                     if (++seen == 3) Abort();
-                   },
-                   toPreOrder, 0),
-               EAbort);
+  auto stopAtThird = [&](TPelCustomTreeNode*, intptr_t) {
+    if (++seen == 3) Abort();
+  };
+  EXPECT_THROW(tree->Traverse(root, stopAtThird, toPreOrder, 0), EAbort);
   EXPECT_EQ(seen, 3);
 
-  // InsertParent puts a new node between a2 and a.
+  // InsertParent puts a node between a2 and a.
   auto* mid = tree->NewNode();
-  a2->InsertParent(mid);
+  EXPECT_EQ(a2->InsertParent(mid), a2);
   EXPECT_EQ(a->GetChild(1), mid);
-  EXPECT_EQ(mid->GetChild(0), a2);
   EXPECT_EQ(a2->GetParent(), mid);
-  auto* orphan = tree->NewNode();  // the root has no parent: nothing moves
+  // The root has no parent: the new node has taken it as its child first.
+  auto* orphan = tree->NewNode();
   ExpectRaises<EAccessViolation>([&] { root->InsertParent(orphan); }, "Access violation");
-  EXPECT_EQ(orphan->GetChildCount(), 0);
+  EXPECT_EQ(orphan->GetChild(0), root);
+  EXPECT_EQ(tree->GetRoot(), root);
+  orphan->SetChild(0, nullptr);
   Free(orphan);
 
-  // Delete frees the subtree through the parent; the root has none.
-  ExpectRaises<EAccessViolation>([&] { tree->Delete(root); }, "Access violation");
-  EXPECT_EQ(tree->GetRoot(), root);
+  // Delete frees a subtree through its parent.
   tree->Delete(a);
   EXPECT_EQ(root->GetChildCount(), 1);
-  EXPECT_EQ(root->GetChild(0), b);
   ExpectRaises<ETreeException>([&] { root->DeleteChild(a1); }, "Unknown Tree Node");
   EXPECT_THROW(root->GetChild(5), EListError);
   EXPECT_THROW(root->InsertChild(5), EListError);
-  auto* first = root->InsertChild(0);  // no Change, but placed first
+  auto* first = root->InsertChild(0);
   EXPECT_EQ(root->GetChild(0), first);
-  EXPECT_EQ(root->GetChild(1), b);
-
   auto other = Make<TPelTree>();
   auto* foreign = other->NewNode();
   ExpectRaises<ETreeException>([&] { tree->GetParentNode(foreign); },
@@ -188,9 +203,36 @@ TEST(PelTree, NaryStructureSearchAndCount) {
   Free(foreign);
 }
 
+TEST(PelTree, MissingNodesAreAccessViolations) {
+  auto tree = Make<TPelHeightBalancedTree>();
+  for (int p : {2, 1, 3}) tree->Add(nullptr, p);
+  TPelHeightBalancedTreeNode* root = tree->GetRoot();
+  auto typeless = Make<TPelTree>();
+  typeless->SetNodeType(nullptr);
+  const std::vector<std::function<void()>> cases = {
+      [&] { tree->IsLeaf(nullptr); },
+      [&] { root->AddChildren(nullptr); },
+      [&] { root->AssignFields(nullptr); },
+      [&] { tree->Rebalance(nullptr, nullptr, nullptr, nullptr, 4); },
+      [&] { tree->GetParentNode(nullptr); },
+      [&] { tree->Delete(static_cast<TPelCustomTreeNode*>(nullptr)); },
+      [&] { tree->Delete(static_cast<TPelCustomTreeNode*>(root)); },
+      [&] { root->GetHBLeft()->InsertParent(nullptr); },
+      [&] { typeless->NewNode(); },
+  };
+  for (size_t i = 0; i < cases.size(); ++i) {
+    SCOPED_TRACE(i);
+    ExpectRaises<EAccessViolation>(cases[i], "Access violation");
+  }
+  // Nothing was changed on the way.
+  EXPECT_EQ(tree->GetRoot(), root);
+  EXPECT_EQ(root->GetChildCount(), 2);
+  EXPECT_EQ(root->GetPriority(), 2);
+  EXPECT_EQ(root->GetHBLeft()->GetPriority(), 1);
+}
+
 TEST(PelTree, NodeTypeFreeingAndDescendantClear) {
   gLiveNodes = 0;
-  gClears = 0;
   std::vector<int> data(20, 7);
   {
     auto tree = Make<TPelTree>();
@@ -205,28 +247,11 @@ TEST(PelTree, NodeTypeFreeingAndDescendantClear) {
     EXPECT_EQ(gLiveNodes, 21);
     ExpectRaises<ETreeException>([&] { tree->SetNodeType(TPelTreeNode::StaticClass()); },
                                  "Cannot change node types while any nodes exist");
-    EXPECT_EQ(tree->GetNodeType().Get(), TCountedNode::StaticClass());
     gClears = 0;
   }
   EXPECT_EQ(gLiveNodes, 0);
   EXPECT_EQ(gClears, 21);  // every node's own Clear ran while it was freed
-  for (int v : data) EXPECT_EQ(v, 7);
-
-  // The binary tree frees its counted nodes too, and a full node frees the
-  // node NewChild made before raising.
-  {
-    auto tree = Make<TPelBinaryTree>();
-    tree->SetNodeType(TCountedBinaryNode::StaticClass());
-    tree->SetRoot(As<TPelBinaryTreeNode>(tree->NewNode()));
-    tree->GetRoot()->NewChild()->NewChild();
-    tree->GetRoot()->NewChild();
-    EXPECT_EQ(gLiveNodes, 4);
-    EXPECT_THROW(tree->GetRoot()->NewChild(), ETreeException);
-    EXPECT_EQ(gLiveNodes, 4);
-    tree->GetRoot()->AddLeftChild();  // frees the old left subtree (2 nodes)
-    EXPECT_EQ(gLiveNodes, 3);
-  }
-  EXPECT_EQ(gLiveNodes, 0);
+  EXPECT_EQ(data, std::vector<int>(20, 7));
 }
 
 TEST(PelTree, NotificationBrackets) {
@@ -239,36 +264,33 @@ TEST(PelTree, NotificationBrackets) {
     log.push_back("changing");
   });
   tree->SetOnChange([&log, self](TObject* s) {
-    EXPECT_EQ(s, self);
+    EXPECT_EQ(s, self);  // a node's change names the tree
     log.push_back("change");
   });
-  tree->SetRoot(As<TPelTreeNode>(tree->NewNode()));
-  EXPECT_EQ(log, (std::vector<std::string>{"changing", "change"}));
-  log.clear();
-  tree->GetRoot()->NewChild();  // AddChild and NewChild both report
-  EXPECT_EQ(log, (std::vector<std::string>{"change", "change"}));
-  log.clear();
-  tree->BeginUpdate();
-  tree->GetRoot()->NewChild();
-  tree->BeginUpdate();
-  tree->EndUpdate();
-  EXPECT_EQ(log, (std::vector<std::string>{"changing"}));
-  tree->EndUpdate();
-  EXPECT_EQ(log, (std::vector<std::string>{"changing", "change"}));
-  log.clear();
-  tree->EndUpdate();  // unmatched: still reports
+  using L = std::vector<std::string>;
+  auto logged = [&](auto&& body) {
+    log.clear();
+    body();
+    return log;
+  };
+  EXPECT_EQ(logged([&] { tree->SetRoot(As<TPelTreeNode>(tree->NewNode())); }),
+            (L{"changing", "change"}));
+  EXPECT_EQ(logged([&] { tree->GetRoot()->NewChild(); }), (L{"change", "change"}));
+  EXPECT_EQ(logged([&] {
+              tree->BeginUpdate();
+              tree->GetRoot()->NewChild();
+              tree->BeginUpdate();
+              tree->EndUpdate();
+              EXPECT_EQ(log, L{"changing"});
+              tree->EndUpdate();
+            }),
+            (L{"changing", "change"}));
+  EXPECT_EQ(logged([&] { tree->EndUpdate(); }), L{"change"});  // unmatched: still reports
   EXPECT_EQ(tree->GetUpdateCount(), 0);
-  EXPECT_EQ(log, (std::vector<std::string>{"change"}));
-  log.clear();
-  tree->Clear();
-  EXPECT_EQ(log, (std::vector<std::string>{"changing", "change"}));
-  EXPECT_EQ(tree->GetRoot(), nullptr);
-  log.clear();
+  EXPECT_EQ(logged([&] { tree->Clear(); }), (L{"changing", "change"}));
   tree->SetRoot(As<TPelTreeNode>(tree->NewNode()));
   tree->GetRoot()->NewChild();
-  log.clear();
-  tree.reset();  // freeing clears inside one bracket
-  EXPECT_EQ(log, (std::vector<std::string>{"changing", "change"}));
+  EXPECT_EQ(logged([&] { tree.reset(); }), (L{"changing", "change"}));
 }
 
 TEST(PelTree, AssignCopiesDeeplyThenRaises) {
@@ -281,14 +303,11 @@ TEST(PelTree, AssignCopiesDeeplyThenRaises) {
   a->NewChild()->SetData(&d[2]);
   src->GetRoot()->NewChild()->SetData(&d[3]);
 
-  int changes = 0;
   auto dst = Make<TPelTree>();
-  dst->SetOnChange([&](TObject*) { ++changes; });
   // The copy is made and then the conversion error is raised: intended.
   ExpectRaises<EConvertError>([&] { dst->Assign(src.get()); },
                               "Cannot assign a TPelTree to a TPelTree");
   EXPECT_EQ(dst->GetUpdateCount(), 0);
-  EXPECT_GE(changes, 1);
   auto data = [](TPelCustomTree& t) {
     auto list = Make<TList>();
     list->Add(nullptr);  // cleared first
@@ -299,23 +318,18 @@ TEST(PelTree, AssignCopiesDeeplyThenRaises) {
   };
   EXPECT_EQ(data(*src), (std::vector<void*>{&d[0], &d[1], &d[2], &d[3]}));
   EXPECT_EQ(data(*dst), data(*src));
-  EXPECT_NE(dst->GetRoot(), src->GetRoot());
   EXPECT_NE(dst->GetRoot()->GetChild(0), a);
-
-  // A source without a root fails in the node's Assign.
-  auto empty = Make<TPelTree>();
-  ExpectRaises<EConvertError>([&] { dst->Assign(empty.get()); },
-                              "Cannot assign a nil to a TPelTreeNode");
-  EXPECT_EQ(dst->GetUpdateCount(), 0);
   auto linked = Make<TPelLinkedList>();
   linked->Add(nullptr);
   src->AssignTo(linked.get());
   ASSERT_EQ(linked->GetCount(), 4);
   for (int i = 0; i < 4; ++i) EXPECT_EQ(static_cast<void*>(linked->GetItem(i)), &d[i]);
-  linked.reset();
-  EXPECT_EQ(data(*src).size(), 4u);  // the tree's data outlives the list
-  ExpectRaises<EConvertError>([&] { empty->AssignTo(static_cast<TPersistent*>(dst.get())); },
-                              "Cannot assign a TPelTree to a TPelTree");
+
+  // A source without a root fails in the node's Assign, bracket closed.
+  auto empty = Make<TPelTree>();
+  ExpectRaises<EConvertError>([&] { dst->Assign(empty.get()); },
+                              "Cannot assign a nil to a TPelTreeNode");
+  EXPECT_EQ(dst->GetUpdateCount(), 0);
 }
 
 // --- height-balanced tree ---------------------------------------------------
@@ -335,6 +349,13 @@ void Collect(TPelHeightBalancedTreeNode* n, std::vector<TPelHeightBalancedTreeNo
   Collect(n->GetHBLeft(), out);
   out.push_back(n);
   Collect(n->GetHBRight(), out);
+}
+
+// "priority/factor" of every node in pre-order.
+std::string Shape(TPelHeightBalancedTreeNode* n) {
+  if (!n) return "-";
+  return std::to_string(n->GetPriority()) + "/" + std::to_string(n->GetBalanceFactor()) + "(" +
+         Shape(n->GetHBLeft()) + " " + Shape(n->GetHBRight()) + ")";
 }
 
 // Records each insertion whose right-hand double rotation meets a grandchild
@@ -371,47 +392,21 @@ class TWatchedTree : public TPelHeightBalancedTree {
 }  // namespace
 
 TEST(PelHeightBalancedTree, RotationsAndFactors) {
-  int d[3] = {};
-  {
+  auto shapeOf = [](std::initializer_list<int> priorities) {
     auto t = Make<TWatchedTree>();
-    t->Add(&d[0], 1);
-    t->Add(&d[1], 2);
-    t->Add(&d[2], 3);
-    EXPECT_EQ(t->Calls, 2);  // the descendant's Rebalance is the one called
-    auto* r = t->GetRoot();
-    EXPECT_EQ(r->GetPriority(), 2);
-    EXPECT_EQ(r->GetHBLeft()->GetPriority(), 1);
-    EXPECT_EQ(r->GetHBRight()->GetPriority(), 3);
-    for (auto* n : {r, r->GetHBLeft(), r->GetHBRight()}) EXPECT_EQ(n->GetBalanceFactor(), 0);
-    EXPECT_EQ(r->GetHBLeft()->GetParent(), r);
-  }
-  {
-    auto t = Make<TPelHeightBalancedTree>();
-    t->Add(&d[0], 3);
-    EXPECT_EQ(t->GetRoot()->GetBalanceFactor(), 0);
-    t->Add(&d[1], 1);
-    EXPECT_EQ(t->GetRoot()->GetBalanceFactor(), 1);
-    t->Add(&d[2], 2);
-    auto* r = t->GetRoot();
-    EXPECT_EQ(r->GetPriority(), 2);
-    EXPECT_EQ(r->GetData(), &d[2]);
-    EXPECT_EQ(r->GetHBLeft()->GetPriority(), 1);
-    EXPECT_EQ(r->GetHBRight()->GetPriority(), 3);
-    for (auto* n : {r, r->GetHBLeft(), r->GetHBRight()}) EXPECT_EQ(n->GetBalanceFactor(), 0);
-  }
-  {
-    // Left-hand double rotation with a grandchild leaning right: 50 30 70 20
-    // 40 then 45 rotates at 50 around 40; the table gives 30 +1, 50 0.
-    auto t = Make<TPelHeightBalancedTree>();
-    for (int p : {50, 30, 70, 20, 40, 45}) t->Add(nullptr, p);
-    auto* r = t->GetRoot();
-    EXPECT_EQ(r->GetPriority(), 40);
-    EXPECT_EQ(r->GetHBLeft()->GetPriority(), 30);
-    EXPECT_EQ(r->GetHBRight()->GetPriority(), 50);
-    EXPECT_EQ(r->GetHBLeft()->GetBalanceFactor(), 1);
-    EXPECT_EQ(r->GetHBRight()->GetBalanceFactor(), 0);
-    EXPECT_EQ(r->GetHBLeft()->GetBalanceFactor(), RealFactor(r->GetHBLeft()));
-  }
+    for (int p : priorities) t->Add(nullptr, p);
+    EXPECT_EQ(t->Calls, static_cast<int>(priorities.size()) - 1);  // the override runs
+    return Shape(t->GetRoot());
+  };
+  // Single rotations at the root, re-attached through the root field.
+  EXPECT_EQ(shapeOf({1, 2, 3}), "2/0(1/0(- -) 3/0(- -))");
+  EXPECT_EQ(shapeOf({3, 2, 1}), "2/0(1/0(- -) 3/0(- -))");
+  // Double rotations set the factors from the grandchild's by one table.
+  EXPECT_EQ(shapeOf({3, 1, 2}), "2/0(1/0(- -) 3/0(- -))");
+  EXPECT_EQ(shapeOf({50, 30, 70, 20, 40, 45}), "40/0(30/1(20/0(- -) -) 50/0(45/0(- -) 70/0(- -)))");
+  // The table is not mirrored for the right-hand case: 30 and 50 keep the
+  // left-hand values (the real factors are +1 and 0). Intended.
+  EXPECT_EQ(shapeOf({30, 20, 50, 40, 60, 45}), "40/0(30/0(20/0(- -) -) 50/1(45/0(- -) 60/0(- -)))");
 }
 
 TEST(PelHeightBalancedTree, DuplicatesFindAndBracket) {
@@ -425,60 +420,35 @@ TEST(PelHeightBalancedTree, DuplicatesFindAndBracket) {
     t->Add(&a, p);
     EXPECT_EQ(log, (std::vector<std::string>{"changing", "change"})) << p;
   }
+  // An existing priority returns its node with the data kept (dupAccept
+  // reads as dupIgnore); dupError raises and closes the bracket.
   auto* seven = t->Add(&b, 7);
   EXPECT_EQ(seven->GetData(), &a);
-  EXPECT_EQ(seven->GetPriority(), 7);
   t->SetDuplicates(dupAccept);
   EXPECT_EQ(t->Add(&b, 7), seven);
   t->SetDuplicates(dupError);
   log.clear();
   ExpectRaises<EStringListError>([&] { t->Add(&b, 7); }, "Duplicate priorities in tree");
   EXPECT_EQ(log, (std::vector<std::string>{"changing", "change"}));
-  EXPECT_EQ(t->GetUpdateCount(), 0);
   EXPECT_EQ(seven->GetData(), &a);
 
   TPelHeightBalancedTreeNode* parent = nullptr;
   EXPECT_EQ(t->FindNode(parent, 7, &a), seven);
-  EXPECT_EQ(parent, As<TPelHeightBalancedTreeNode>(seven->GetParent()));
+  EXPECT_EQ(parent, seven->GetParent());
   EXPECT_EQ(t->FindNode(parent, 7, &b), nullptr);
   EXPECT_EQ(t->FindNode(parent, 8, &a), nullptr);
   EXPECT_EQ(parent, seven);
-
-  std::vector<int32_t> order;
-  t->Traverse(
-      t->GetRoot(),
-      [&](TPelCustomTreeNode* n, intptr_t) {
-        order.push_back(As<TPelHeightBalancedTreeNode>(n)->GetPriority());
-      },
-      toInOrder, 0);
-  EXPECT_EQ(order, (std::vector<int32_t>{1, 3, 5, 7, 10, 15, 20}));
-
   // No removal: Delete leaves the tree as it was.
+  const std::string before = Shape(t->GetRoot());
   t->Delete(&a, 7);
-  EXPECT_EQ(t->FindNode(parent, 7, &a), seven);
+  EXPECT_EQ(Shape(t->GetRoot()), before);
 
   // A deep copy keeps priorities and factors in pre-order, but children are
-  // re-added with AddChild, so a lone Right child lands in Left.
+  // re-added with AddChild, so the lone Right child of 15 lands in Left.
   auto copy = Make<TPelHeightBalancedTree>();
   EXPECT_THROW(copy->Assign(t.get()), EConvertError);
-  auto pre = [](TPelCustomTree& tree) {
-    std::vector<std::pair<int32_t, int>> v;
-    tree.Traverse(
-        tree.GetRoot(),
-        [&](TPelCustomTreeNode* n, intptr_t) {
-          auto* h = As<TPelHeightBalancedTreeNode>(n);
-          v.emplace_back(h->GetPriority(), h->GetBalanceFactor());
-        },
-        toPreOrder, 0);
-    return v;
-  };
-  EXPECT_EQ(pre(*copy), pre(*t));
-  auto* fifteen = t->GetRoot()->GetHBRight();
-  ASSERT_EQ(fifteen->GetPriority(), 15);
-  ASSERT_EQ(fifteen->GetHBLeft(), nullptr);
-  auto* copied = copy->GetRoot()->GetHBRight();
-  EXPECT_EQ(copied->GetHBLeft()->GetPriority(), 20);
-  EXPECT_EQ(copied->GetHBRight(), nullptr);
+  EXPECT_EQ(before, "10/1(5/1(3/1(1/0(- -) -) 7/0(- -)) 15/-1(- 20/0(- -)))");
+  EXPECT_EQ(Shape(copy->GetRoot()), "10/1(5/1(3/1(1/0(- -) -) 7/0(- -)) 15/-1(20/0(- -) -))");
 }
 
 // Random insertion sequences. While no right-hand double rotation has met a
@@ -490,7 +460,7 @@ TEST(PelHeightBalancedTree, DuplicatesFindAndBracket) {
 // the node count are checked, and an access violation may end the sequence.
 TEST(PelHeightBalancedTree, RandomSequencesKeepTheirInvariants) {
   std::mt19937 rng(20261122);
-  int unmirrored = 0, violations = 0;
+  int unmirrored = 0;
   for (int seq = 0; seq < 10000; ++seq) {
     auto t = Make<TWatchedTree>();
     std::set<int32_t> keys;
@@ -498,30 +468,27 @@ TEST(PelHeightBalancedTree, RandomSequencesKeepTheirInvariants) {
     const int len = 1 + static_cast<int>(rng() % 40);
     for (int i = 0; i < len; ++i) {
       const int32_t p = static_cast<int32_t>(rng() % 64);
+      keys.insert(p);
       try {
         t->Add(nullptr, p);
-      } catch (const EAccessViolation& e) {
+      } catch (const EAccessViolation&) {
         ASSERT_TRUE(tainted);
-        EXPECT_STREQ(e.what(), "Access violation");
-        keys.insert(p);
-        ++violations;
         break;
       }
-      keys.insert(p);
       if (tainted) continue;
       std::vector<TPelHeightBalancedTreeNode*> nodes;
       Collect(t->GetRoot(), nodes);
       if (t->Unmirrored) {
         tainted = true;
         ++unmirrored;
+        const bool leftLeaning = t->GFactorAfterWalk == +1;
         for (auto* n : nodes) {
-          if (n == t->CriticalNode) {
-            // Table: grandchild -1 gives 0 here, +1 gives -1.
-            EXPECT_EQ(n->GetBalanceFactor(), t->GFactorAfterWalk == -1 ? 0 : -1);
-            EXPECT_EQ(RealFactor(n), t->GFactorAfterWalk == -1 ? 1 : 0);
+          if (n == t->CriticalNode) {  // table: grandchild -1 gives 0, +1 gives -1
+            EXPECT_EQ(n->GetBalanceFactor(), leftLeaning ? -1 : 0);
+            EXPECT_EQ(RealFactor(n), leftLeaning ? 0 : 1);
           } else if (n == t->CNode) {
-            EXPECT_EQ(n->GetBalanceFactor(), t->GFactorAfterWalk == -1 ? 1 : 0);
-            EXPECT_EQ(RealFactor(n), t->GFactorAfterWalk == -1 ? 0 : -1);
+            EXPECT_EQ(n->GetBalanceFactor(), leftLeaning ? 0 : 1);
+            EXPECT_EQ(RealFactor(n), leftLeaning ? -1 : 0);
           } else {
             EXPECT_EQ(n->GetBalanceFactor(), RealFactor(n));
           }
@@ -541,6 +508,4 @@ TEST(PelHeightBalancedTree, RandomSequencesKeepTheirInvariants) {
   // Both the exact and the documented cases are exercised.
   EXPECT_GT(unmirrored, 100);
   EXPECT_LT(unmirrored, 10000);
-  RecordProperty("unmirrored", unmirrored);
-  RecordProperty("violations", violations);
 }
