@@ -126,8 +126,11 @@ std::string RenderDot(const Schedule& s) {
   dot << "digraph project {\n  rankdir=LR;\n  node [shape=ellipse, fontname=\"Helvetica\"];\n"
          "  edge [fontname=\"Helvetica\"];\n";
   for (const auto& e : s.Events) {
-    dot << "  " << DotQuote(e.Name) << " [label="
-        << DotQuote(e.Name + "\n" + std::to_string(e.Earliest) + " / " + std::to_string(e.Latest));
+    // Graphviz reads \n inside a quoted label as a line break.
+    std::string label = DotQuote(e.Name);
+    label.insert(label.size() - 1,
+                 "\\n" + std::to_string(e.Earliest) + " / " + std::to_string(e.Latest));
+    dot << "  " << DotQuote(e.Name) << " [label=" << label;
     if (e.Earliest == e.Latest) dot << ", color=\"#d62728\", penwidth=2";
     dot << "];\n";
   }
@@ -164,10 +167,11 @@ std::string RenderGanttSvg(const Schedule& s) {
   std::size_t longestMark = 0;
   for (const auto& [t, m] : marks) longestMark = std::max(longestMark, m.size());
   const double axisY = top + chartHeight;
-  const double width =
-      left + chartWidth + 40 +
-      charWidth * 0.7 * static_cast<double>(std::min<std::size_t>(longestMark, 30));
-  const double height = axisY + 40 + charWidth * 0.75 * static_cast<double>(longestMark) + 20;
+  // Event labels run down at 60 degrees, so that names one time unit apart
+  // do not overlap; the picture leaves room for the longest.
+  const double labelLength = charWidth * static_cast<double>(longestMark);
+  const double width = left + chartWidth + std::max(40.0, 0.5 * labelLength + 10);
+  const double height = axisY + 24 + 0.87 * labelLength + 10;
 
   std::ostringstream svg;
   svg << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << std::ceil(width) << "\" height=\""
@@ -221,7 +225,7 @@ std::string RenderGanttSvg(const Schedule& s) {
     svg << "<line x1=\"" << X(t) << "\" y1=\"" << top << "\" x2=\"" << X(t) << "\" y2=\""
         << axisY + 6 << "\" stroke=\"#333\" stroke-dasharray=\"2,3\" stroke-opacity=\"0.5\"/>\n"
         << "<text transform=\"translate(" << X(t) + 4 << ',' << axisY + 16
-        << ") rotate(35)\" fill=\"#333\">" << XmlEscape(names) << "</text>\n";
+        << ") rotate(60)\" fill=\"#333\">" << XmlEscape(names) << "</text>\n";
   }
   svg << "</svg>\n";
   return svg.str();
