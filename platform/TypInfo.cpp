@@ -18,6 +18,8 @@ const TTypeInfo TypeInfoExtended{tkFloat, "Extended", ftExtended};
 const TTypeInfo TypeInfoCurrency{tkFloat, "Currency", ftCurr};
 const TTypeInfo TypeInfoString{tkLString, "AnsiString"};
 const TTypeInfo TypeInfoNotifyEvent{tkMethod, "TNotifyEvent"};
+const TTypeInfo TypeInfoVariant{tkVariant, "Variant"};
+const TTypeInfo TypeInfoInterface{tkInterface, "IInterface"};
 
 bool SameIdentifier(const String& A, const String& B) { return SameText(A, B); }
 
@@ -81,6 +83,10 @@ bool IsDefaultPropValue(TObject* Instance, const TPropInfo* P) {
       return GetStrProp(Instance, P).empty();
     case tkClass:
       return GetObjectProp(Instance, P) == nullptr;
+    case tkVariant:
+      return VarIsEmpty(GetVariantProp(Instance, P));
+    case tkInterface:
+      return !GetInterfaceProp(Instance, P);
     default:
       return false;
   }
@@ -145,6 +151,28 @@ void SetObjectProp(TObject* Instance, const TPropInfo* P, TObject* Value) {
   if (!P->GetObj) BadType(P);
   if (!P->SetObj) ReadOnly();
   P->SetObj(Instance, Value);
+}
+
+Variant GetVariantProp(TObject* Instance, const TPropInfo* P) {
+  if (!P->GetVar) BadType(P);
+  return P->GetVar(Instance);
+}
+
+void SetVariantProp(TObject* Instance, const TPropInfo* P, const Variant& Value) {
+  if (!P->GetVar) BadType(P);
+  if (!P->SetVar) ReadOnly();
+  P->SetVar(Instance, Value);
+}
+
+IPtr<IInterface> GetInterfaceProp(TObject* Instance, const TPropInfo* P) {
+  if (!P->GetIntf) BadType(P);
+  return P->GetIntf(Instance);
+}
+
+void SetInterfaceProp(TObject* Instance, const TPropInfo* P, const IPtr<IInterface>& Value) {
+  if (!P->GetIntf) BadType(P);
+  if (!P->SetIntf) ReadOnly();
+  P->SetIntf(Instance, Value);
 }
 
 const TPropInfo* FindPropInfo(const TObject* Instance, const String& Name) {

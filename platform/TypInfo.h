@@ -17,16 +17,17 @@
 // (taking the value; nullptr for a read-only property). The property's type
 // follows from the getter's result: bool is Boolean, char Char, int64_t
 // Int64, other integers Integer, float Single, double Double, Currency
-// Currency, String a long string, a pointer to a TObject descendant a class
-// property. An enumeration or a set (held as an integer bit mask, bit N for
-// element N) gives its TTypeInfo as the second argument; so does an event,
-// whose getter and setter carry the handler's method name (empty when
-// unassigned) as a String, with TypeInfoNotifyEvent or its own method type.
+// Currency, String a long string, Variant Variant, IPtr<IInterface> an
+// interface, a pointer to a TObject descendant a class property. An enumeration or a set (held as
+// an integer bit mask, bit N for element N) gives its TTypeInfo as the second argument; so does an
+// event, whose getter and setter carry the handler's method name (empty when unassigned) as a
+// String, with TypeInfoNotifyEvent or its own method type.
 //
 // WithDefault(v) sets the ordinal default: an ordinal equal to it is not
 // written. Without one the ordinal is always written (the framework's
 // "nodefault"). Strings, floats and 64-bit integers are written when they
-// are not empty / zero. NotStored() or StoredBy<&C::Fn>() decide whether the
+// are not empty / zero, variants when they are not Empty; interfaces are
+// not written. NotStored() or StoredBy<&C::Fn>() decide whether the
 // property is written at all.
 //
 // The table lives in the class's descriptor. GetPropList(AClass) returns the
@@ -41,6 +42,7 @@
 #include <vector>
 
 #include "platform/SysUtils.h"
+#include "platform/Variants.h"
 
 namespace pel {
 
@@ -103,6 +105,8 @@ extern const TTypeInfo TypeInfoExtended;
 extern const TTypeInfo TypeInfoCurrency;
 extern const TTypeInfo TypeInfoString;
 extern const TTypeInfo TypeInfoNotifyEvent;
+extern const TTypeInfo TypeInfoVariant;
+extern const TTypeInfo TypeInfoInterface;
 
 // The framework's "nodefault" marker.
 constexpr int64_t kNoDefault = INT32_MIN;
@@ -114,7 +118,8 @@ struct TPropInfo {
   // char, enumeration, set, int64) and currency (its raw value) go through
   // GetOrd/SetOrd, single and double through GetFloat/SetFloat, strings and
   // method names through GetStr/SetStr, class properties through
-  // GetObj/SetObj. A read-only property has no setter.
+  // GetObj/SetObj, variants through GetVar/SetVar, interfaces through
+  // GetIntf/SetIntf. A read-only property has no setter.
   int64_t (*GetOrd)(TObject*) = nullptr;
   void (*SetOrd)(TObject*, int64_t) = nullptr;
   double (*GetFloat)(TObject*) = nullptr;
@@ -123,11 +128,15 @@ struct TPropInfo {
   void (*SetStr)(TObject*, const String&) = nullptr;
   TObject* (*GetObj)(TObject*) = nullptr;
   void (*SetObj)(TObject*, TObject*) = nullptr;
+  Variant (*GetVar)(TObject*) = nullptr;
+  void (*SetVar)(TObject*, const Variant&) = nullptr;
+  IPtr<IInterface> (*GetIntf)(TObject*) = nullptr;
+  void (*SetIntf)(TObject*, const IPtr<IInterface>&) = nullptr;
   int64_t Default = kNoDefault;
   bool StoredConst = true;
   bool (*StoredFn)(TObject*) = nullptr;
 
-  bool HasSetter() const { return SetOrd || SetFloat || SetStr || SetObj; }
+  bool HasSetter() const { return SetOrd || SetFloat || SetStr || SetObj || SetVar || SetIntf; }
 
   constexpr TPropInfo WithDefault(int64_t Value) const {
     TPropInfo r = *this;
@@ -187,6 +196,10 @@ String GetStrProp(TObject* Instance, const TPropInfo* PropInfo);
 void SetStrProp(TObject* Instance, const TPropInfo* PropInfo, const String& Value);
 TObject* GetObjectProp(TObject* Instance, const TPropInfo* PropInfo);
 void SetObjectProp(TObject* Instance, const TPropInfo* PropInfo, TObject* Value);
+Variant GetVariantProp(TObject* Instance, const TPropInfo* PropInfo);
+void SetVariantProp(TObject* Instance, const TPropInfo* PropInfo, const Variant& Value);
+IPtr<IInterface> GetInterfaceProp(TObject* Instance, const TPropInfo* PropInfo);
+void SetInterfaceProp(TObject* Instance, const TPropInfo* PropInfo, const IPtr<IInterface>& Value);
 
 // The same by name; an unknown name raises EPropertyError
 // "Property <name> does not exist".
@@ -276,6 +289,8 @@ struct Getter {
   static double Float(TObject* o) { return static_cast<double>(Call(o)); }
   static String Str(TObject* o) { return Call(o); }
   static TObject* Obj(TObject* o) { return Call(o); }
+  static Variant Var(TObject* o) { return Call(o); }
+  static IPtr<IInterface> Intf(TObject* o) { return Call(o); }
 };
 
 template <auto Set>
@@ -293,6 +308,8 @@ struct Setter {
   }
   static void Float(TObject* o, double v) { (static_cast<C*>(o)->*Set)(static_cast<A>(v)); }
   static void Str(TObject* o, const String& v) { (static_cast<C*>(o)->*Set)(v); }
+  static void Var(TObject* o, const Variant& v) { (static_cast<C*>(o)->*Set)(v); }
+  static void Intf(TObject* o, const IPtr<IInterface>& v) { (static_cast<C*>(o)->*Set)(v); }
   static void Obj(TObject* o, TObject* v) {
     using P = std::remove_cv_t<std::remove_pointer_t<A>>;
     (static_cast<C*>(o)->*Set)(As<P>(v));
@@ -326,6 +343,14 @@ TPropInfo Property(const char* Name, const TTypeInfo* Type = nullptr) {
     p.PropType = Type ? Type : &TypeInfoString;
     p.GetStr = &G::Str;
     if constexpr (kHasSet) p.SetStr = &detail::Setter<Set>::Str;
+  } else if constexpr (std::is_same_v<R, Variant>) {
+    p.PropType = Type ? Type : &TypeInfoVariant;
+    p.GetVar = &G::Var;
+    if constexpr (kHasSet) p.SetVar = &detail::Setter<Set>::Var;
+  } else if constexpr (std::is_same_v<R, IPtr<IInterface>>) {
+    p.PropType = Type ? Type : &TypeInfoInterface;
+    p.GetIntf = &G::Intf;
+    if constexpr (kHasSet) p.SetIntf = &detail::Setter<Set>::Intf;
   } else if constexpr (std::is_floating_point_v<R>) {
     p.PropType = Type ? Type : detail::DefaultTypeOf<R>();
     p.GetFloat = &G::Float;
