@@ -15,4 +15,6 @@
 #include "platform/SysUtils.h"
 #include "platform/System.h"
 #include "platform/TypInfo.h"
+#include "platform/Variants.h"
 #include "trees/PelTree.h"
+#include "values/PelValue.h"
