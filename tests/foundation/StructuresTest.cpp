@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
+#include <functional>
 #include <vector>
 
 #include "foundation/Structures.h"
@@ -52,6 +53,13 @@ Owned<TPelStringList> ListOf(std::initializer_list<const char*> items,
   l->SetStringOpsType(ops);
   for (const char* s : items) l->Add(s);
   return l;
+}
+
+// Expects Fn to end in the EAbort a raising OnChange throws, with the
+// list's update bracket closed again (the next change notifies).
+void ExpectLater(TStrings* List, const std::function<void()>& Fn) {
+  EXPECT_THROW(Fn(), EAbort);
+  EXPECT_THROW(List->Add("z"), EAbort);
 }
 
 }  // namespace
@@ -462,4 +470,21 @@ TEST(SFCList, ForEachVisitsFromTheEnd) {
       0);
   EXPECT_EQ(order, "cba");
   EXPECT_EQ(Strings(*l), (std::vector<std::string>{"a", "c"}));
+}
+
+TEST(StringLists, AFailureWhoseClosingNotificationRaisesReportsTheLaterOne) {
+  auto raise = [](TObject*) { throw EAbort("changed"); };
+  // Assign of an unknown source fails inside the update bracket; closing
+  // the bracket notifies, and that failure replaces the first.
+  auto pel = ListOf({"a"});
+  pel->SetOnChange(raise);
+  auto node = Make<TPersistent>();
+  ExpectLater(pel.get(), [&] { pel->Assign(node.get()); });
+  // A duplicate refused inside AddObject's bracket.
+  auto sfc = Make<TSFCList>();
+  sfc->SetSorted(true);
+  sfc->SetDuplicates(dupError);
+  sfc->Add("a");
+  sfc->SetOnChange(raise);
+  ExpectLater(sfc.get(), [&] { sfc->AddObject("a", nullptr); });
 }
