@@ -421,9 +421,13 @@ void TSFCFreeList::Clear() {
 
 TPelCollectionItem::~TPelCollectionItem() { Free(FFreeNotifies); }
 
+// Subscribers are told first, while this item is still in its collection:
+// the platform item leaves its collection in TCollectionItem's
+// BeforeDestruction (the framework's item does so in its destructor, after
+// the notification).
 void TPelCollectionItem::BeforeDestruction() {
-  TCollectionItem::BeforeDestruction();
   NotifyAll();
+  TCollectionItem::BeforeDestruction();
 }
 
 void TPelCollectionItem::FreeNotification(TPelCollectionItem* AItem) {
