@@ -55,6 +55,15 @@ Owned<TPelStringList> ListOf(std::initializer_list<const char*> items,
   return l;
 }
 
+void ExpectListError(const std::function<void()>& Fn, const std::string& Msg) {
+  try {
+    Fn();
+    ADD_FAILURE() << "expected " << Msg;
+  } catch (const EStringListError& e) {
+    EXPECT_EQ(e.Message(), Msg);
+  }
+}
+
 // Expects Fn to end in the EAbort a raising OnChange throws, with the
 // list's update bracket closed again (the next change notifies).
 void ExpectLater(TStrings* List, const std::function<void()>& Fn) {
@@ -78,8 +87,15 @@ TEST(PelStringList, StartsEmptyAndGrowsInFrameworkSteps) {
   EXPECT_EQ(capacities, (std::vector<int32_t>{4, 8, 12, 28, 44, 60, 76, 95, 118}));
   l->Add("y");
   EXPECT_EQ(l->GetCapacity(), 147);
-  EXPECT_THROW(l->SetCapacity(10), EStringListError);
+  // Capacity below Count raises and keeps every string (a deliberate
+  // departure); down to Count itself it is cut as asked, shrinking too.
+  ExpectListError([&] { l->SetCapacity(118); }, "List capacity out of bounds (118)");
   EXPECT_EQ(l->GetCount(), 119);
+  EXPECT_EQ(l->Get(118), "y");
+  l->SetCapacity(119);
+  EXPECT_EQ(l->GetCapacity(), 119);
+  l->Add("z");
+  EXPECT_EQ(l->GetCapacity(), 148);
 }
 
 TEST(PelStringList, SortedAddHonoursDuplicates) {
