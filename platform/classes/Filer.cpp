@@ -278,13 +278,7 @@ void TWriter::WriteProperty(TPersistent* Instance, const TPropInfo* P) {
       } else if (auto* pers = dynamic_cast<TPersistent*>(obj)) {
         String saved = FPropPath;
         FPropPath += String(P->Name) + ".";
-        try {
-          WriteProperties(pers);
-        } catch (...) {
-          FPropPath = saved;
-          throw;
-        }
-        FPropPath = saved;
+        TryFinally([&] { WriteProperties(pers); }, [&] { FPropPath = saved; });
       }
       break;
     }
@@ -308,14 +302,12 @@ void TWriter::WriteData(TComponent* Instance) {
 
 void TWriter::WriteComponent(TComponent* Component) {
   Component->IncludeState(csWriting);
-  try {
-    WritePrefix((Component->ComponentState() & csInline) ? ffInline : 0, 0);
-    Component->WriteState(this);
-  } catch (...) {
-    Component->ExcludeState(csWriting);
-    throw;
-  }
-  Component->ExcludeState(csWriting);
+  TryFinally(
+      [&] {
+        WritePrefix((Component->ComponentState() & csInline) ? ffInline : 0, 0);
+        Component->WriteState(this);
+      },
+      [&] { Component->ExcludeState(csWriting); });
 }
 
 void TWriter::WriteDescendent(TComponent* Root, TComponent*) {
@@ -673,8 +665,7 @@ void TReader::DefineBinaryProperty(const String& Name, const TStreamProc& ReadDa
 
 void TReader::ReadCollection(TCollection* Collection) {
   DepthGuard depth(this);
-  Collection->BeginUpdate();
-  try {
+  Updating(Collection, [&] {
     if (!EndOfList()) {
       // Pending references into the items about to go are dropped with them.
       std::erase_if(FFixups, [Collection](const Fixup& f) {
@@ -692,11 +683,7 @@ void TReader::ReadCollection(TCollection* Collection) {
       ReadListEnd();
     }
     ReadListEnd();
-  } catch (...) {
-    Collection->EndUpdate();
-    throw;
-  }
-  Collection->EndUpdate();
+  });
 }
 
 void TReader::ReadProperty(TPersistent* Instance) {
@@ -794,14 +781,12 @@ void TReader::ReadData(TComponent* Instance) {
   TComponent* savedOwner = FOwner;
   FOwner = Instance->GetChildOwner();
   if (!FOwner) FOwner = FRoot;
-  try {
-    while (!EndOfList()) ReadComponent(nullptr);
-    ReadListEnd();
-  } catch (...) {
-    FOwner = savedOwner;
-    throw;
-  }
-  FOwner = savedOwner;
+  TryFinally(
+      [&] {
+        while (!EndOfList()) ReadComponent(nullptr);
+        ReadListEnd();
+      },
+      [&] { FOwner = savedOwner; });
 }
 
 TComponent* TReader::ReadComponent(TComponent* Component) {

@@ -1,5 +1,7 @@
 #include "lists/PelLists.h"
 
+#include <algorithm>
+
 namespace pel {
 
 // ---------------------------------------------------------------------------
@@ -35,10 +37,16 @@ void TPelCustomLinkedList::BeforeDestruction() {
 
 void TPelCustomLinkedList::Error(const char* Msg) { throw EListError(String(Msg)); }
 
-void TPelCustomLinkedList::AccessViolation() { throw EAccessViolation(String("Access violation")); }
-
-void TPelCustomLinkedList::FreeIfUnlinked(TSQNode* Node, int32_t CountBefore) {
-  if (FCount == CountBefore) Free(Node);
+template <class TNode>
+TNode* TPelCustomLinkedList::CopyNode(TSQNode* Source) {
+  TSQNode* node = NewNode();
+  try {
+    node->Assign(Source);
+    return As<TNode>(node);
+  } catch (...) {
+    Free(node);  // never handed to the list: nobody else has it
+    throw;
+  }
 }
 
 void TPelCustomLinkedList::FreeNodes() {
@@ -56,15 +64,10 @@ void TPelCustomLinkedList::FreeNodes() {
 
 void TPelCustomLinkedList::Assign(TPersistent* Source) {
   if (auto* list = dynamic_cast<TPelCustomLinkedList*>(Source)) {
-    BeginUpdate();
-    try {
+    Updating(this, [&] {
       Clear();
       AddLinkedList(list);
-    } catch (...) {
-      EndUpdate();
-      throw;
-    }
-    EndUpdate();
+    });
     return;
   }
   TPersistent::Assign(Source);
@@ -75,18 +78,10 @@ void TPelCustomLinkedList::Assign(TList* Source) {
     TPersistent::Assign(nullptr);
     return;
   }
-  BeginUpdate();
-  try {
+  Updating(this, [&] {
     Clear();
-    for (int32_t i = 0; i < Source->GetCount(); ++i) {
-      int32_t before = FCount;
-      FreeIfUnlinked(Add(static_cast<TObject*>(Source->Get(i))), before);
-    }
-  } catch (...) {
-    EndUpdate();
-    throw;
-  }
-  EndUpdate();
+    for (int32_t i = 0; i < Source->GetCount(); ++i) Add(static_cast<TObject*>(Source->Get(i)));
+  });
 }
 
 TSQNode* TPelCustomLinkedList::GetNode(int32_t Index) {
@@ -100,20 +95,16 @@ TSQNode* TPelCustomLinkedList::GetNode(int32_t Index) {
     node = FHead;
     steps = Index;
   }
-  for (; steps > 0; --steps) {
-    if (!node) AccessViolation();
-    node = node->GetNext();
-  }
-  if (!node) AccessViolation();
+  for (; steps > 0; --steps) node = CheckAssigned(node)->GetNext();
+  FCurrent = CheckAssigned(node);
   FIndex = Index;
-  FCurrent = node;
   return node;
 }
 
 void TPelCustomLinkedList::SetNode(int32_t Index, TSQNode* Node) {
   TSQNode* old = GetNode(Index);
   if (old == Node) return;
-  if (!Node) AccessViolation();
+  CheckAssigned(Node);
   TSQNode* prev = Find(old);
   Node->SetNext(old->GetNext());
   if (prev)
@@ -126,31 +117,14 @@ void TPelCustomLinkedList::SetNode(int32_t Index, TSQNode* Node) {
 }
 
 TSQNode* TPelCustomLinkedList::HeadOf(const TPelCustomLinkedList* List) {
-  if (!List) AccessViolation();
-  return List->FHead;
+  return CheckAssigned(List)->FHead;
 }
 
 void TPelCustomLinkedList::AddLinkedList(TPelCustomLinkedList* List) {
   TSQNode* first = HeadOf(List);
-  BeginUpdate();
-  try {
-    for (TSQNode* src = first; src; src = src->GetNext()) {
-      TSQNode* node = NewNode();
-      int32_t before = FCount;
-      try {
-        node->Assign(src);
-        AddNode(node);
-      } catch (...) {
-        FreeIfUnlinked(node, before);
-        throw;
-      }
-      FreeIfUnlinked(node, before);
-    }
-  } catch (...) {
-    EndUpdate();
-    throw;
-  }
-  EndUpdate();
+  Updating(this, [&] {
+    for (TSQNode* src = first; src; src = src->GetNext()) AddNode(CopyNode<TSQNode>(src));
+  });
 }
 
 void TPelCustomLinkedList::BeginUpdate() { ++FUpdateCount; }
@@ -202,7 +176,7 @@ TSQNode* TPelCustomLinkedList::Find(TSQNode* Node) {
 }
 
 TSQNode* TPelCustomLinkedList::Insert(TSQNode* Node, TSQNode* Before) {
-  if (!Node) AccessViolation();
+  CheckAssigned(Node);
   if (Before) {
     TSQNode* prev = Find(Before);
     if (Before == FCurrent) ++FIndex;
@@ -228,12 +202,8 @@ TSQNode* TPelCustomLinkedList::NewNode() { return New<TSQNode>(); }
 TSQNode* TPelCustomLinkedList::Add(TObject* Item) {
   TSQNode* node = NewNode();
   node->SetItem(Item);
-  try {
-    return AddNode(node);
-  } catch (...) {
-    Free(node);
-    throw;
-  }
+  // From here the node is the list's, also when AddNode or OnChange raises.
+  return AddNode(node);
 }
 
 TObject* TPelCustomLinkedList::GetItem(int32_t Index) { return GetNode(Index)->GetItem(); }
@@ -273,12 +243,8 @@ TSQNode* TPelDoublyLinkedList::GetNode(int32_t Index) {
   if (Index < 0 || Index >= FCount) Error(SInvalidIndex);
   int32_t back = FCount - Index - 1;
   if (Index < back) return TPelLinkedList::GetNode(Index);
-  if (!FTail) AccessViolation();
-  TSQDoubleNode* node = As<TSQDoubleNode>(FTail);
-  for (; back > 0; --back) {
-    node = node->GetPrevious();
-    if (!node) AccessViolation();
-  }
+  TSQDoubleNode* node = As<TSQDoubleNode>(CheckAssigned(FTail));
+  for (; back > 0; --back) node = CheckAssigned(node->GetPrevious());
   FIndex = Index;
   FCurrent = node;
   return node;
@@ -287,8 +253,7 @@ TSQNode* TPelDoublyLinkedList::GetNode(int32_t Index) {
 void TPelDoublyLinkedList::SetNode(int32_t Index, TSQNode* Node) {
   TSQNode* old = GetNode(Index);
   if (old == Node) return;
-  if (!Node) AccessViolation();
-  TSQDoubleNode* node = As<TSQDoubleNode>(Node);
+  TSQDoubleNode* node = As<TSQDoubleNode>(CheckAssigned(Node));
   TSQDoubleNode* oldNode = As<TSQDoubleNode>(old);
   node->SetNext(oldNode->GetNext());
   node->SetPrevious(oldNode->GetPrevious());
@@ -300,24 +265,17 @@ void TPelDoublyLinkedList::SetNode(int32_t Index, TSQNode* Node) {
 void TPelDoublyLinkedList::Delete(TSQNode* Node) {
   TSQDoubleNode* prev = As<TSQDoubleNode>(Find(Node));
   TSQDoubleNode* next = As<TSQDoubleNode>(Node)->GetNext();
-  BeginUpdate();
-  try {
+  Updating(this, [&] {
     TPelLinkedList::Delete(Node);
-  } catch (...) {
-    EndUpdate();
-    throw;
-  }
-  if (next) next->SetPrevious(prev);
-  EndUpdate();
+    if (next) next->SetPrevious(prev);
+  });
 }
 
 TSQNode* TPelDoublyLinkedList::Insert(TSQNode* Node, TSQNode* Before) {
-  if (!Node) AccessViolation();
-  TSQDoubleNode* node = As<TSQDoubleNode>(Node);
+  TSQDoubleNode* node = As<TSQDoubleNode>(CheckAssigned(Node));
   TSQDoubleNode* before = As<TSQDoubleNode>(Before);
   TSQDoubleNode* tail = As<TSQDoubleNode>(FTail);
-  BeginUpdate();
-  try {
+  Updating(this, [&] {
     if (!before) {
       node->SetPrevious(tail);
       TPelLinkedList::Insert(node, nullptr);
@@ -326,11 +284,7 @@ TSQNode* TPelDoublyLinkedList::Insert(TSQNode* Node, TSQNode* Before) {
       node->SetPrevious(before->GetPrevious());
       before->SetPrevious(node);
     }
-  } catch (...) {
-    --FUpdateCount;  // nothing changed: close the bracket without notifying
-    throw;
-  }
-  EndUpdate();
+  });
   return Node;
 }
 
@@ -341,8 +295,7 @@ TSQNode* TPelDoublyLinkedList::NewNode() { return New<TSQDoubleNode>(); }
 
 TObject* TPelQueue::GetTop() {
   if (IsEmpty()) Error(SListEmpty);
-  if (!FHead) AccessViolation();
-  return FHead->GetItem();
+  return CheckAssigned(FHead)->GetItem();
 }
 
 TObject* TPelQueue::Pop() {
@@ -353,12 +306,7 @@ TObject* TPelQueue::Pop() {
 
 TSQNode* TPelQueue::Push(TObject* Item) {
   TSQNode* node = NewNode();
-  try {
-    AddNode(node);
-  } catch (...) {
-    Free(node);
-    throw;
-  }
+  AddNode(node);
   // Intended: OnChange has already run when the item is stored.
   node->SetItem(Item);
   return node;
@@ -406,15 +354,10 @@ template <class Stack>
 static bool CopyStack(Stack* Self, TPersistent* Source) {
   auto* stack = dynamic_cast<Stack*>(Source);
   if (!stack) return false;
-  Self->BeginUpdate();
-  try {
+  Updating(Self, [&] {
     Self->Clear();
     Self->AddStack(stack);
-  } catch (...) {
-    Self->EndUpdate();
-    throw;
-  }
-  Self->EndUpdate();
+  });
   return true;
 }
 
@@ -450,8 +393,7 @@ TSQNode* TPelStringQueue::NewNode() { return New<TSQStringNode>(); }
 
 String TPelStringQueue::GetTopString() {
   if (IsEmpty()) Error(SListEmpty);
-  if (!FHead) AccessViolation();
-  return As<TSQStringNode>(FHead)->GetValue();
+  return As<TSQStringNode>(CheckAssigned(FHead))->GetValue();
 }
 
 TSQStringNode* TPelStringQueue::PushString(const String& S) { return PushItem(S, nullptr); }
@@ -460,12 +402,7 @@ TSQStringNode* TPelStringQueue::PushItem(const String& S, TObject* Item) {
   TSQStringNode* node = As<TSQStringNode>(NewNode());
   node->SetValue(S);
   node->SetItem(Item);
-  try {
-    AddNode(node);
-  } catch (...) {
-    Free(node);
-    throw;
-  }
+  AddNode(node);
   return node;
 }
 
@@ -528,28 +465,14 @@ void TPelStringQueue::DefineProperties(TFiler* Filer) {
 
 void TPelStringQueue::ReadData(TReader* Reader) {
   Reader->ReadListBegin();
-  BeginUpdate();
-  try {
+  Updating(this, [&] {
     Clear();
     while (!Reader->EndOfList()) {
       auto* node = As<TSQStringNode>(NewNode());
-      int32_t before = FCount;
-      // A queue whose Insert links nothing (the priority string queue)
-      // leaves the node to us: it is freed once its value is read.
-      try {
-        Insert(node, nullptr);
-        node->SetValue(Reader->ReadString());
-      } catch (...) {
-        FreeIfUnlinked(node, before);
-        throw;
-      }
-      FreeIfUnlinked(node, before);
+      Insert(node, nullptr);
+      node->SetValue(Reader->ReadString());
     }
-  } catch (...) {
-    EndUpdate();
-    throw;
-  }
-  EndUpdate();
+  });
   Reader->ReadListEnd();
 }
 
@@ -576,27 +499,13 @@ void TPelStringStack::AddStack(TPelCustomLinkedList* List) {
 template <class TNode>
 void TPelCustomLinkedList::AddPriorityCopies(TPelCustomLinkedList* List) {
   TSQNode* first = HeadOf(List);
-  BeginUpdate();
-  try {
+  Updating(this, [&] {
     for (TSQNode* src = first; src; src = src->GetNext()) {
-      TNode* node = As<TNode>(NewNode());
-      int32_t before = FCount;
-      try {
-        node->Assign(src);
-        if (auto* ps = dynamic_cast<TNode*>(src)) node->SetPriority(ps->GetPriority());
-        AddNode(node);
-      } catch (...) {
-        FreeIfUnlinked(node, before);
-        throw;
-      }
-      // A queue whose insertion links nothing leaves the copy to nobody.
-      FreeIfUnlinked(node, before);
+      TNode* node = CopyNode<TNode>(src);
+      if (auto* ps = dynamic_cast<TNode*>(src)) node->SetPriority(ps->GetPriority());
+      AddNode(node);
     }
-  } catch (...) {
-    EndUpdate();
-    throw;
-  }
-  EndUpdate();
+  });
 }
 
 template <class TNode>
@@ -604,27 +513,17 @@ TNode* TPelCustomLinkedList::PushPriority(TObject* Item, int32_t Priority) {
   TNode* node = As<TNode>(NewNode());
   node->SetItem(Item);
   node->SetPriority(Priority);
-  try {
-    AddNode(node);
-  } catch (...) {
-    Free(node);
-    throw;
-  }
+  AddNode(node);
   return node;
 }
 
 template <class TNode>
 TNode* TPelCustomLinkedList::ReplacePriority(TNode* Old, int32_t Priority) {
-  TNode* node = As<TNode>(NewNode());
-  try {
-    node->Assign(Old);
-    Find(Old);  // raises now, before anything changes, if Old is not here
-    node->SetPriority(Priority);
-    Insert(node, nullptr);
-  } catch (...) {
-    Free(node);
-    throw;
-  }
+  TNode* node = CopyNode<TNode>(Old);
+  node->SetPriority(Priority);
+  Insert(node, nullptr);
+  // Intended: the old node is looked for only now, so an Old that is not in
+  // the list raises after the copy has joined it.
   Delete(Old);
   return node;
 }
@@ -637,8 +536,7 @@ TSQNode* TPelPriorityQueue::NewNode() {
 }
 
 TSQNode* TPelPriorityQueue::Insert(TSQNode* Node, TSQNode*) {
-  if (!Node) AccessViolation();
-  TSQPriorityNode* node = As<TSQPriorityNode>(Node);
+  TSQPriorityNode* node = As<TSQPriorityNode>(CheckAssigned(Node));
   int32_t p = node->GetPriority();
   Reset();
   if (!FHead) {
@@ -649,7 +547,7 @@ TSQNode* TPelPriorityQueue::Insert(TSQNode* Node, TSQNode*) {
     node->SetNext(FHead);
     FHead = node;
   } else if (!FTail) {
-    AccessViolation();
+    RaiseAccessViolation();
   } else if (p >= As<TSQPriorityNode>(FTail)->GetPriority()) {
     // Behind an equal tail: intended.
     FTail->SetNext(node);
@@ -659,7 +557,7 @@ TSQNode* TPelPriorityQueue::Insert(TSQNode* Node, TSQNode*) {
     while (!GetEndOfList()) {
       TSQNode* walked = TPelQueue::GetNext();
       if (As<TSQPriorityNode>(walked)->GetPriority() >= p) {
-        if (!prev) AccessViolation();  // the head's priority is below p
+        CheckAssigned(prev);  // the head's priority is below p
         node->SetNext(walked);
         prev->SetNext(node);
         break;
@@ -705,13 +603,16 @@ TSQPriorityNode* TPelPriorityQueue::GetNext() { return As<TSQPriorityNode>(TPelQ
 // ---------------------------------------------------------------------------
 // TPelPriorityStringQueue
 
+TPelPriorityStringQueue::~TPelPriorityStringQueue() {
+  for (TSQNode* node : FUnlinked) Free(node);
+}
+
 TSQNode* TPelPriorityStringQueue::NewNode() {
   return TSQPriorityStringNodeClass(TSQPriorityStringNode::StaticClass()).Create(0);
 }
 
 TSQNode* TPelPriorityStringQueue::Insert(TSQNode* Node, TSQNode*) {
-  if (!Node) AccessViolation();
-  TSQPriorityStringNode* node = As<TSQPriorityStringNode>(Node);
+  TSQPriorityStringNode* node = As<TSQPriorityStringNode>(CheckAssigned(Node));
   int32_t p = node->GetPriority();
   Reset();
   TSQNode* stop = nullptr;
@@ -725,6 +626,8 @@ TSQNode* TPelPriorityStringQueue::Insert(TSQNode* Node, TSQNode*) {
   }
   // Intended: only the new node's Next is set; nothing is linked or counted.
   node->SetNext(stop ? stop : last);
+  if (std::find(FUnlinked.begin(), FUnlinked.end(), Node) == FUnlinked.end())
+    FUnlinked.push_back(Node);
   return Node;
 }
 

@@ -13,6 +13,17 @@
 // indexed access walks from the head again. OnChange fires after each change
 // unless a BeginUpdate/EndUpdate bracket is open; the outermost EndUpdate
 // fires once.
+//
+// A node handed to AddNode or Insert is the list's from then on, also when
+// the call raises: a change handler may raise after the node is linked, and
+// a descendant's AddNode may link it and drop another. So Add, Push and the
+// copying operations never free a node they have handed over.
+//
+// OnChange is published as an event: it streams as the name of its handler
+// method. A handler bound with SetOnChange(Handler) alone has no name and so
+// is not written; SetOnChange(Handler, Name) gives it one. Reading the
+// property records the name only (there is no method to look it up in):
+// the program binds the handler itself.
 #pragma once
 
 #include <cstdint>
@@ -197,7 +208,14 @@ class TPelCustomLinkedList : public TPersistent {
   int32_t IndexOfItem(TObject* Item);
 
   const TNotifyEvent& GetOnChange() const { return FOnChange; }
-  void SetOnChange(TNotifyEvent Value) { FOnChange = std::move(Value); }
+  // Binds the handler; MethodName is what the OnChange property streams.
+  void SetOnChange(TNotifyEvent Value, String MethodName = String()) {
+    FOnChange = std::move(Value);
+    FOnChangeName = std::move(MethodName);
+  }
+  // The published OnChange: the handler's method name (empty when unnamed).
+  String GetOnChangeName() const { return FOnChangeName; }
+  void SetOnChangeName(const String& Value) { FOnChangeName = Value; }
 
  protected:
   // Forgets the cursor index and tells OnChange, unless updates are open.
@@ -210,11 +228,10 @@ class TPelCustomLinkedList : public TPersistent {
 
   // Raises EListError with Msg.
   [[noreturn]] static void Error(const char* Msg);
-  // Raises EAccessViolation where a kept algorithm reaches a missing node.
-  [[noreturn]] static void AccessViolation();
-  // Frees Node when an insertion left it outside the list (Count unchanged):
-  // nobody else could reach it.
-  void FreeIfUnlinked(TSQNode* Node, int32_t CountBefore);
+  // A new node (NewNode) assigned from Source, as a TNode (EInvalidCast
+  // otherwise). It is freed again when that fails, before the list has it.
+  template <class TNode>
+  TNode* CopyNode(TSQNode* Source);
 
   // The priority queues' shared steps, for their node type TNode (which has
   // GetPriority/SetPriority): copies of List's nodes keeping priorities of
@@ -236,16 +253,18 @@ class TPelCustomLinkedList : public TPersistent {
   int32_t FUpdateCount = 0;
 
  private:
+  String FOnChangeName;
   void FreeNodes();
 };
 
 // The general singly linked list; publishes Head and Tail (read-only, so
-// never written). OnChange is a plain callback with no method name to
-// stream, so it is not published.
+// never written) and OnChange (by method name, see above).
 class TPelLinkedList : public TPelCustomLinkedList {
   PEL_CLASS(TPelLinkedList, TPelCustomLinkedList)
   PEL_PUBLISHED(TPelLinkedList, Property<&TPelLinkedList::GetHead>("Head"),
-                Property<&TPelLinkedList::GetTail>("Tail"))
+                Property<&TPelLinkedList::GetTail>("Tail"),
+                Property<&TPelLinkedList::GetOnChangeName, &TPelLinkedList::SetOnChangeName>(
+                    "OnChange", &TypeInfoNotifyEvent))
  public:
   using TPelCustomLinkedList::GetHead;
   using TPelCustomLinkedList::GetTail;
@@ -284,10 +303,12 @@ class TPelDoublyLinkedList : public TPelLinkedList {
 // Queues and stacks. All take from the head; they differ in where AddNode
 // and Insert put a node.
 
-// A first-in first-out queue of objects. (Its OnChange is a plain callback
-// and so is not among the published properties.)
+// A first-in first-out queue of objects; publishes OnChange (by method
+// name, see above).
 class TPelQueue : public TPelCustomLinkedList {
   PEL_CLASS(TPelQueue, TPelCustomLinkedList)
+  PEL_PUBLISHED(TPelQueue, Property<&TPelQueue::GetOnChangeName, &TPelQueue::SetOnChangeName>(
+                               "OnChange", &TypeInfoNotifyEvent))
  public:
   // Takes the head's item and deletes the head node (not the item).
   virtual TObject* Pop();
@@ -371,14 +392,19 @@ class TPelStringStack : public TPelStringQueue {
 // deliberately links nothing: Insert only points the new node's Next at
 // the place the node would go, leaving head, tail, Count and notification
 // alone. So PushP, PushItemP, PushString and Push return a node that is not
-// in the queue and now belongs to the caller, who frees it. The queue stays
-// empty, so ChangePriority, which still deletes the old node, always raises
-// "List is empty".
+// in the queue, and copies (AddLinkedList) and nodes read (ReadData) go
+// nowhere. The queue stays empty, so ChangePriority, which still deletes the
+// old node after inserting the copy, always raises "List is empty".
+//
+// Such nodes still belong to the queue, as every node given to Insert
+// does: it keeps them aside and frees them when it is destroyed. Callers
+// may use a returned node until then and never free it.
 class TPelPriorityStringQueue : public TPelStringQueue {
   PEL_CLASS(TPelPriorityStringQueue, TPelStringQueue)
  public:
+  ~TPelPriorityStringQueue() override;
   // Copies of List's nodes (with their priority when they have one) go
-  // through AddNode; as nothing gets linked they are freed again.
+  // through AddNode, which links none of them.
   void AddLinkedList(TPelCustomLinkedList* List) override;
   TSQNode* Insert(TSQNode* Node, TSQNode* Before) override;
   TSQNode* NewNode() override;
@@ -391,6 +417,9 @@ class TPelPriorityStringQueue : public TPelStringQueue {
   TSQPriorityStringNode* GetPriorityNode(int32_t Index);
   void SetPriorityNode(int32_t Index, TSQPriorityStringNode* Node);
   TSQPriorityStringNode* GetNext();
+
+ private:
+  std::vector<TSQNode*> FUnlinked;  // nodes Insert took but left outside
 };
 
 // A queue of objects served in ascending priority. Among equal priorities a
@@ -405,7 +434,9 @@ class TPelPriorityQueue : public TPelQueue {
   TSQNode* Insert(TSQNode* Node, TSQNode* Before) override;
   TSQNode* NewNode() override;
   // Replaces Node by a copy with the new priority (two notifications);
-  // returns the copy. Node is freed.
+  // returns the copy. Node is freed. The copy is inserted before Node is
+  // deleted, on purpose: a Node that is not in the queue raises "Cannot
+  // find node within list" with the copy already in (and the queue's).
   virtual TSQPriorityNode* ChangePriority(TSQPriorityNode* Node, int32_t Priority);
   virtual TSQPriorityNode* PushP(TObject* Item, int32_t Priority);
 
@@ -422,12 +453,15 @@ class TPelPriorityQueue : public TPelQueue {
 // A growable array of object references that frees what leaves it by
 // deletion while FreeItems is set (the default). Growth and messages are the
 // platform list's; Notify sees lnAdded, lnDeleted and lnExtracted as TList's
-// does, and only lnDeleted under FreeItems frees.
+// does, and only lnDeleted under FreeItems frees. FreeItems is published
+// (default true).
 //
 // Kept on purpose: Put frees the old object even when it is the very object
 // being stored again, leaving the slot referring to a freed object.
 class TFreeList : public TPersistent {
   PEL_CLASS(TFreeList, TPersistent)
+  PEL_PUBLISHED(TFreeList, Property<&TFreeList::GetFreeItems, &TFreeList::SetFreeItems>("FreeItems")
+                               .WithDefault(1))
  public:
   TFreeList() = default;
   explicit TFreeList(bool AFreeItems) : FFreeItems(AFreeItems) {}
@@ -440,7 +474,14 @@ class TFreeList : public TPersistent {
   // The same from a platform list.
   void Assign(TList* Source);
 
+  // The virtual operations in their table order: Get, Grow, Notify, Put, ...
   virtual TObject* Get(int32_t Index);
+
+ protected:
+  virtual void Grow();
+  virtual void Notify(TObject* Item, TListNotification Action);
+
+ public:
   virtual void Put(int32_t Index, TObject* Item);
   virtual void SetCount(int32_t NewCount);
   virtual int32_t Add(TObject* Item);
@@ -471,10 +512,6 @@ class TFreeList : public TPersistent {
   void SetCapacity(int32_t NewCapacity);
   bool GetFreeItems() const { return FFreeItems; }
   void SetFreeItems(bool Value) { FFreeItems = Value; }
-
- protected:
-  virtual void Grow();
-  virtual void Notify(TObject* Item, TListNotification Action);
 
  private:
   void CheckIndex(int32_t Index);

@@ -140,14 +140,12 @@ void TFreeList::Move(int32_t CurIndex, int32_t NewIndex) {
   TObject* item = Get(CurIndex);
   bool freeItems = FFreeItems;
   FFreeItems = false;
-  try {
-    Delete(CurIndex);
-    Insert(NewIndex, item);
-  } catch (...) {
-    FFreeItems = freeItems;
-    throw;
-  }
-  FFreeItems = freeItems;
+  TryFinally(
+      [&] {
+        Delete(CurIndex);
+        Insert(NewIndex, item);
+      },
+      [&] { FFreeItems = freeItems; });
 }
 
 void TFreeList::QuickSort(int32_t L, int32_t R, TListSortCompare Compare) {

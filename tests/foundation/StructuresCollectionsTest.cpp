@@ -18,7 +18,10 @@ class TWatchingItem : public TPelCollectionItem {
   using TPelCollectionItem::TPelCollectionItem;
   String Name;
   String GetDisplayName() override { return Name; }
+  // A dying item is still in its collection when it tells the others.
   void Notification(TPelCollectionItem* AItem) override {
+    EXPECT_EQ(AItem->GetCollection(), GetCollection());
+    EXPECT_GE(AItem->GetIndex(), 0);
     gNotified.push_back(Name + " heard " + static_cast<TWatchingItem*>(AItem)->Name);
     TPelCollectionItem::Notification(AItem);
   }

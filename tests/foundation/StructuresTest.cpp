@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
+#include <functional>
 #include <vector>
 
 #include "foundation/Structures.h"
@@ -54,6 +55,22 @@ Owned<TPelStringList> ListOf(std::initializer_list<const char*> items,
   return l;
 }
 
+void ExpectListError(const std::function<void()>& Fn, const std::string& Msg) {
+  try {
+    Fn();
+    ADD_FAILURE() << "expected " << Msg;
+  } catch (const EStringListError& e) {
+    EXPECT_EQ(e.Message(), Msg);
+  }
+}
+
+// Expects Fn to end in the EAbort a raising OnChange throws, with the
+// list's update bracket closed again (the next change notifies).
+void ExpectLater(TStrings* List, const std::function<void()>& Fn) {
+  EXPECT_THROW(Fn(), EAbort);
+  EXPECT_THROW(List->Add("z"), EAbort);
+}
+
 }  // namespace
 
 TEST(PelStringList, StartsEmptyAndGrowsInFrameworkSteps) {
@@ -70,8 +87,14 @@ TEST(PelStringList, StartsEmptyAndGrowsInFrameworkSteps) {
   EXPECT_EQ(capacities, (std::vector<int32_t>{4, 8, 12, 28, 44, 60, 76, 95, 118}));
   l->Add("y");
   EXPECT_EQ(l->GetCapacity(), 147);
-  EXPECT_THROW(l->SetCapacity(10), EStringListError);
+  // Capacity below Count raises and keeps every string (a deliberate
+  // departure); down to Count itself it is cut as asked, shrinking too.
+  ExpectListError([&] { l->SetCapacity(118); }, "List capacity out of bounds (118)");
   EXPECT_EQ(l->GetCount(), 119);
+  EXPECT_EQ(l->Get(118), "y");
+  l->SetCapacity(119);
+  l->Add("z");
+  EXPECT_EQ(l->GetCapacity(), 148);
 }
 
 TEST(PelStringList, SortedAddHonoursDuplicates) {
@@ -462,4 +485,21 @@ TEST(SFCList, ForEachVisitsFromTheEnd) {
       0);
   EXPECT_EQ(order, "cba");
   EXPECT_EQ(Strings(*l), (std::vector<std::string>{"a", "c"}));
+}
+
+TEST(StringLists, AFailureWhoseClosingNotificationRaisesReportsTheLaterOne) {
+  auto raise = [](TObject*) { throw EAbort("changed"); };
+  // Assign of an unknown source fails inside the update bracket; closing
+  // the bracket notifies, and that failure replaces the first.
+  auto pel = ListOf({"a"});
+  pel->SetOnChange(raise);
+  auto node = Make<TPersistent>();
+  ExpectLater(pel.get(), [&] { pel->Assign(node.get()); });
+  // A duplicate refused inside AddObject's bracket.
+  auto sfc = Make<TSFCList>();
+  sfc->SetSorted(true);
+  sfc->SetDuplicates(dupError);
+  sfc->Add("a");
+  sfc->SetOnChange(raise);
+  ExpectLater(sfc.get(), [&] { sfc->AddObject("a", nullptr); });
 }

@@ -70,12 +70,21 @@ TEST(PelListsPersistence, PublishedPropertiesAndStringQueueStreams) {
                                              {"Next", tkClass, dnode, false},
                                              {"Previous", tkClass, dnode, false}}));
   EXPECT_EQ(Props(TSQPriorityStringNode::StaticClass()), Props(TSQStringNode::StaticClass()));
+  const Prop onChange{"OnChange", tkMethod, nullptr, true};
   EXPECT_EQ(Props(TPelDoublyLinkedList::StaticClass()),
-            (std::vector<Prop>{{"Head", tkClass, dnode, false}, {"Tail", tkClass, dnode, false}}));
+            (std::vector<Prop>{
+                {"Head", tkClass, dnode, false}, {"Tail", tkClass, dnode, false}, onChange}));
   const TPropInfo* head = GetPropInfo(TPelLinkedList::StaticClass(), "head");
   ASSERT_NE(head, nullptr);
   EXPECT_FALSE(head->HasSetter());
-  EXPECT_TRUE(GetPropList(TPelStringStack::StaticClass()).empty());
+  EXPECT_EQ(Props(TPelStringStack::StaticClass()), (std::vector<Prop>{onChange}));
+  EXPECT_EQ(Props(TFreeList::StaticClass()),
+            (std::vector<Prop>{{"FreeItems", tkEnumeration, nullptr, true}}));
+  auto freeList = Make<TFreeList>(false);
+  EXPECT_FALSE(IsDefaultPropValue(freeList.get(), GetPropInfo(freeList.get(), "FreeItems")));
+  SetOrdProp(freeList.get(), "FreeItems", 1);
+  EXPECT_TRUE(freeList->GetFreeItems());
+  EXPECT_TRUE(IsDefaultPropValue(freeList.get(), GetPropInfo(freeList.get(), "FreeItems")));
 
   // Through the properties: a list's head and a node's item.
   auto list = Make<TPelLinkedList>();
@@ -91,10 +100,16 @@ TEST(PelListsPersistence, PublishedPropertiesAndStringQueueStreams) {
   src->FQueue->PushString("x");
   src->FQueue->PushString("y");
   ASSERT_EQ(Values(src->FStack), (std::vector<String>{"c", "b", "a"}));
+  // OnChange streams as its method name; a handler without one is not
+  // written.
+  src->FQueue->SetOnChange([](TObject*) {}, "QueueChanged");
+  src->FStack->SetOnChange([](TObject*) {});
   auto m = Make<TMemoryStream>();
   m->WriteComponent(src.get());
   String good = Bytes(m.get());
   EXPECT_NE(good.find(String("\x0dQueue.Strings\x01\x06\x01x\x06\x01y\x00", 22)), String::npos);
+  EXPECT_NE(good.find("\x0eQueue.OnChange\x07\x0cQueueChanged"), String::npos);
+  EXPECT_EQ(good.find("Stack.OnChange"), String::npos);
 
   auto back = Make<TQueueHolder>(nullptr);
   back->FStack->PushString("old");
@@ -105,6 +120,7 @@ TEST(PelListsPersistence, PublishedPropertiesAndStringQueueStreams) {
   EXPECT_EQ(back->FStack->GetItem(0), nullptr);
   EXPECT_EQ(Values(back->FQueue), (std::vector<String>{"x", "y"}));
   EXPECT_TRUE(back->FQueue->Equals(src->FQueue));
+  EXPECT_EQ(back->FQueue->GetOnChangeName(), "QueueChanged");
 
   // Malformed input: every truncation, and a number where a string
   // belongs, raise EReadError and free what was read.
@@ -128,7 +144,7 @@ TEST(PelListsPersistence, PublishedPropertiesAndStringQueueStreams) {
   EXPECT_EQ(changes, 1);
 
   // A priority string queue links nothing it inserts, so reading leaves it
-  // empty and must free every node it made.
+  // empty; it still frees the nodes it made when it goes.
   auto raw = Make<TMemoryStream>();
   auto w = Make<TWriter>(raw.get());
   src->FQueue->WriteData(w.get());

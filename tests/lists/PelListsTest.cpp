@@ -390,17 +390,19 @@ TEST(PelDoublyLinkedList, BackLinksFollowInsertsAndDeletes) {
   list->Delete(c);
   EXPECT_EQ(ItemsBackward(list->GetTail()), (std::vector<TObject*>{&it.a}));
 
-  // Only double nodes go in; a failed insert leaves no bracket open.
+  // Only double nodes go in (checked before the bracket opens); a failure
+  // inside the bracket still closes it, and closing it notifies.
   Owned<TSQNode> plain = Make<TSQNode>();
   changes.Count = 0;
   ExpectRaises<EInvalidCast>([&] { list->Insert(plain.get(), nullptr); }, "Invalid class typecast");
+  EXPECT_EQ(changes.Count, 0);
   Owned<TSQDoubleNode> loose = Make<TSQDoubleNode>();
   Owned<TSQDoubleNode> stranger = Make<TSQDoubleNode>();
   ExpectRaises<EListError>([&] { list->Insert(loose.get(), stranger.get()); },
                            "Cannot find node within list");
   EXPECT_EQ(list->GetCount(), 1);
   list->Add(&it.b);
-  EXPECT_EQ(changes.Count, 1);
+  EXPECT_EQ(changes.Count, 2);
   ExpectRaises<EListError>([&] { list->Delete(nullptr); }, "Invalid Index");
 }
 

@@ -222,3 +222,24 @@ TEST(Strings, Comparisons) {
 
   std::setlocale(LC_ALL, saved.c_str());
 }
+
+TEST(SysUtils, TryFinally) {
+  int finals = 0;
+  auto count = [&] { ++finals; };
+  EXPECT_EQ(TryFinally([] { return 7; }, count), 7);
+  EXPECT_EQ(finals, 1);
+  // The final part runs once when the body raises, and its own exception
+  // replaces the body's.
+  EXPECT_THROW(TryFinally([] { throw EConvertError("body"); }, count), EConvertError);
+  try {
+    TryFinally([]() -> int { throw EConvertError("body"); },
+               [&] {
+                 ++finals;
+                 throw EListError("final");
+               });
+    ADD_FAILURE() << "nothing raised";
+  } catch (const Exception& e) {
+    EXPECT_EQ(e.Message(), "final");
+  }
+  EXPECT_EQ(finals, 3);
+}
