@@ -81,6 +81,8 @@ bool IsDefaultPropValue(TObject* Instance, const TPropInfo* P) {
       return GetStrProp(Instance, P).empty();
     case tkClass:
       return GetObjectProp(Instance, P) == nullptr;
+    case tkInterface:
+      return GetInterfaceProp(Instance, P) == nullptr;
     default:
       return false;
   }
@@ -145,6 +147,17 @@ void SetObjectProp(TObject* Instance, const TPropInfo* P, TObject* Value) {
   if (!P->GetObj) BadType(P);
   if (!P->SetObj) ReadOnly();
   P->SetObj(Instance, Value);
+}
+
+TObject* GetInterfaceProp(TObject* Instance, const TPropInfo* P) {
+  if (!P->GetIntf) BadType(P);
+  return P->GetIntf(Instance);
+}
+
+void SetInterfaceProp(TObject* Instance, const TPropInfo* P, TObject* Implementor) {
+  if (!P->GetIntf) BadType(P);
+  if (!P->SetIntf) ReadOnly();
+  if (!P->SetIntf(Instance, Implementor)) throw EPropertyError(SInvalidPropertyValue);
 }
 
 const TPropInfo* FindPropInfo(const TObject* Instance, const String& Name) {

@@ -81,6 +81,8 @@ struct TTypeInfo {
   const TTypeInfo* CompType = nullptr;
   // Class properties: the declared class.
   TClass ClassType = nullptr;
+  // Interface properties: the declared interface.
+  const TGUID* IntfGuid = nullptr;
 };
 
 // Describes an enumeration from its value names, in order.
@@ -114,7 +116,10 @@ struct TPropInfo {
   // char, enumeration, set, int64) and currency (its raw value) go through
   // GetOrd/SetOrd, single and double through GetFloat/SetFloat, strings and
   // method names through GetStr/SetStr, class properties through
-  // GetObj/SetObj. A read-only property has no setter.
+  // GetObj/SetObj, interface properties through GetIntf/SetIntf: the object
+  // behind the interface (null when it is none of ours), and a setter that
+  // asks the object for the interface and answers false when it has none.
+  // A read-only property has no setter.
   int64_t (*GetOrd)(TObject*) = nullptr;
   void (*SetOrd)(TObject*, int64_t) = nullptr;
   double (*GetFloat)(TObject*) = nullptr;
@@ -123,11 +128,13 @@ struct TPropInfo {
   void (*SetStr)(TObject*, const String&) = nullptr;
   TObject* (*GetObj)(TObject*) = nullptr;
   void (*SetObj)(TObject*, TObject*) = nullptr;
+  TObject* (*GetIntf)(TObject*) = nullptr;
+  bool (*SetIntf)(TObject*, TObject*) = nullptr;
   int64_t Default = kNoDefault;
   bool StoredConst = true;
   bool (*StoredFn)(TObject*) = nullptr;
 
-  bool HasSetter() const { return SetOrd || SetFloat || SetStr || SetObj; }
+  bool HasSetter() const { return SetOrd || SetFloat || SetStr || SetObj || SetIntf; }
 
   constexpr TPropInfo WithDefault(int64_t Value) const {
     TPropInfo r = *this;
@@ -187,6 +194,10 @@ String GetStrProp(TObject* Instance, const TPropInfo* PropInfo);
 void SetStrProp(TObject* Instance, const TPropInfo* PropInfo, const String& Value);
 TObject* GetObjectProp(TObject* Instance, const TPropInfo* PropInfo);
 void SetObjectProp(TObject* Instance, const TPropInfo* PropInfo, TObject* Value);
+// Interface properties, by the object that implements the interface. Setting
+// an object that does not implement it raises EPropertyError; null clears.
+TObject* GetInterfaceProp(TObject* Instance, const TPropInfo* PropInfo);
+void SetInterfaceProp(TObject* Instance, const TPropInfo* PropInfo, TObject* Implementor);
 
 // The same by name; an unknown name raises EPropertyError
 // "Property <name> does not exist".
@@ -240,6 +251,25 @@ constexpr bool kIsObjectPtr =
     std::is_pointer_v<T>&& std::is_base_of_v<TObject, std::remove_cv_t<std::remove_pointer_t<T>>>;
 
 template <class T>
+struct IsIPtr : std::false_type {};
+template <class I>
+struct IsIPtr<IPtr<I>> : std::true_type {
+  using Intf = I;
+};
+
+// Whether interface I declares an identifier of its own (one that merely
+// inherits IInterface's cannot be asked for).
+template <class I>
+constexpr bool HasOwnIID() {
+  if constexpr (std::is_same_v<I, IInterface>)
+    return true;
+  else if constexpr (requires { I::IID; })
+    return &I::IID != &IInterface::IID;
+  else
+    return false;
+}
+
+template <class T>
 const TTypeInfo* DefaultTypeOf() {
   if constexpr (std::is_same_v<T, bool>)
     return &TypeInfoBoolean;
@@ -276,6 +306,9 @@ struct Getter {
   static double Float(TObject* o) { return static_cast<double>(Call(o)); }
   static String Str(TObject* o) { return Call(o); }
   static TObject* Obj(TObject* o) { return Call(o); }
+  // The object behind an interface: its implementing class derives from
+  // TObject when it is one of ours.
+  static TObject* Intf(TObject* o) { return dynamic_cast<TObject*>(Call(o).get()); }
 };
 
 template <auto Set>
@@ -297,7 +330,29 @@ struct Setter {
     using P = std::remove_cv_t<std::remove_pointer_t<A>>;
     (static_cast<C*>(o)->*Set)(As<P>(v));
   }
+  static bool Intf(TObject* o, TObject* v) {
+    using I = typename IsIPtr<A>::Intf;
+    // An interface with an identifier is asked for; one without (a hook
+    // reached only through its property) is found by the object's class.
+    A value;
+    if constexpr (HasOwnIID<I>())
+      value = SupportsObj<I>(v);
+    else
+      value = A(dynamic_cast<I*>(v));
+    if (v && !value) return false;
+    (static_cast<C*>(o)->*Set)(value);
+    return true;
+  }
 };
+
+template <class I>
+const TTypeInfo* IntfTypeInfo() {
+  const TGUID* iid = nullptr;
+  if constexpr (HasOwnIID<I>()) iid = &I::IID;
+  static const TTypeInfo info{tkInterface, "IInterface", ftDouble, nullptr,
+                              0,           nullptr,      nullptr,  iid};
+  return &info;
+}
 
 template <class R>
 const TTypeInfo* ClassTypeInfo() {
@@ -318,7 +373,11 @@ TPropInfo Property(const char* Name, const TTypeInfo* Type = nullptr) {
   constexpr bool kHasSet = !std::is_same_v<decltype(Set), std::nullptr_t>;
   TPropInfo p{};
   p.Name = Name;
-  if constexpr (detail::kIsObjectPtr<R>) {
+  if constexpr (detail::IsIPtr<R>::value) {
+    p.PropType = Type ? Type : detail::IntfTypeInfo<typename detail::IsIPtr<R>::Intf>();
+    p.GetIntf = &G::Intf;
+    if constexpr (kHasSet) p.SetIntf = &detail::Setter<Set>::Intf;
+  } else if constexpr (detail::kIsObjectPtr<R>) {
     p.PropType = Type ? Type : detail::ClassTypeInfo<R>();
     p.GetObj = &G::Obj;
     if constexpr (kHasSet) p.SetObj = &detail::Setter<Set>::Obj;

@@ -258,20 +258,16 @@ void TWriter::WriteProperty(TPersistent* Instance, const TPropInfo* P) {
       WritePropName(P->Name);
       WriteIdent(GetStrProp(Instance, P));
       break;
+    case tkInterface:
+      // An interface is stored as a reference to the component behind it;
+      // one implemented by anything else is not stored.
+      if (auto* comp = dynamic_cast<TComponent*>(GetInterfaceProp(Instance, P)))
+        WriteReference(P, comp);
+      break;
     case tkClass: {
       TObject* obj = GetObjectProp(Instance, P);
       if (auto* comp = dynamic_cast<TComponent*>(obj)) {
-        // The root itself is called "Owner"; a component owned elsewhere is
-        // qualified by its owner's name.
-        String name = comp->GetName();
-        if (comp == FLookupRoot)
-          name = "Owner";
-        else if (name.empty())
-          return;
-        else if (comp->GetOwner() && comp->GetOwner() != FLookupRoot)
-          name = comp->GetOwner()->GetName() + "." + name;
-        WritePropName(P->Name);
-        WriteIdent(name);
+        WriteReference(P, comp);
       } else if (auto* coll = dynamic_cast<TCollection*>(obj)) {
         WritePropName(P->Name);
         WriteCollection(coll);
@@ -285,6 +281,20 @@ void TWriter::WriteProperty(TPersistent* Instance, const TPropInfo* P) {
     default:
       break;
   }
+}
+
+void TWriter::WriteReference(const TPropInfo* P, TComponent* Component) {
+  // The root itself is called "Owner"; a component owned elsewhere is
+  // qualified by its owner's name; an unnamed one cannot be referred to.
+  String name = Component->GetName();
+  if (Component == FLookupRoot)
+    name = "Owner";
+  else if (name.empty())
+    return;
+  else if (Component->GetOwner() && Component->GetOwner() != FLookupRoot)
+    name = Component->GetOwner()->GetName() + "." + name;
+  WritePropName(P->Name);
+  WriteIdent(name);
 }
 
 void TWriter::WriteData(TComponent* Instance) {
@@ -770,6 +780,14 @@ void TReader::ReadPropValue(TPersistent* Instance, const TPropInfo* P) {
           break;
       }
       break;
+    case tkInterface:
+      if (NextValue() == vaNil) {
+        ReadValue();
+        SetInterfaceProp(Instance, P, nullptr);
+      } else {
+        FFixups.push_back({Instance, P, ReadIdent()});
+      }
+      break;
     default:
       PropValueError();
   }
@@ -846,8 +864,13 @@ void TReader::ResolveFixups() {
           SameIdentifier(FRoot->GetName(), ownerName) ? FRoot : FRoot->FindComponent(ownerName);
       if (owner) target = owner->FindComponent(f.Name.substr(dot + 1));
     }
+    if (!target) throw EReadError(SInvalidPropertyValue);
+    if (f.PropInfo->PropType->Kind == tkInterface) {
+      if (!f.PropInfo->SetIntf(f.Instance, target)) throw EReadError(SInvalidPropertyValue);
+      continue;
+    }
     TClass want = f.PropInfo->PropType->ClassType;
-    if (!target || (want && !target->InheritsFrom(want))) throw EReadError(SInvalidPropertyValue);
+    if (want && !target->InheritsFrom(want)) throw EReadError(SInvalidPropertyValue);
     SetObjectProp(f.Instance, f.PropInfo, target);
   }
   FFixups.clear();

@@ -188,6 +188,9 @@ class TPelStringList : public TStrings {
 // sorting stay the platform list's.
 class TSFCList : public TStringList {
   PEL_CLASS(TSFCList, TStringList)
+  // Owner streams as a reference to the component that implements it; an
+  // owner that is not a component is not written.
+  PEL_PUBLISHED(TSFCList, Property<&TSFCList::GetOwner, &TSFCList::SetOwner>("Owner"))
  public:
   void BeforeDestruction() override;
 
