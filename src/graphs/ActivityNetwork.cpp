@@ -1,6 +1,7 @@
 #include "graphs/ActivityNetwork.h"
 
-#include <unordered_map>
+#include <algorithm>
+#include <functional>
 #include <utility>
 #include <vector>
 
@@ -30,12 +31,17 @@ TAOEEvent* EventAt(TStrings* Order, int32_t Index) {
 // no deep recursion; the list is rebuilt once.
 void RestrictOrder(TStrings* Order, TAOEEvent* Start, TAOEEvent* Finish) {
   const int32_t count = Order->GetCount();
-  std::unordered_map<TObject*, int32_t> position;
+  // (event, position) sorted by event, the first position first.
+  std::vector<std::pair<TObject*, int32_t>> position;
   position.reserve(static_cast<std::size_t>(count));
-  for (int32_t i = 0; i < count; ++i) position.try_emplace(Order->GetObject(i), i);
+  for (int32_t i = 0; i < count; ++i) position.emplace_back(Order->GetObject(i), i);
+  auto before = [](const std::pair<TObject*, int32_t>& A, const std::pair<TObject*, int32_t>& B) {
+    return std::less<TObject*>()(A.first, B.first) || (A.first == B.first && A.second < B.second);
+  };
+  std::sort(position.begin(), position.end(), before);
   auto positionOf = [&](TObject* Event) {
-    auto it = position.find(Event);
-    return it == position.end() ? -1 : it->second;
+    auto it = std::lower_bound(position.begin(), position.end(), std::make_pair(Event, -1), before);
+    return it == position.end() || it->first != Event ? -1 : it->second;
   };
 
   int32_t first = 0;

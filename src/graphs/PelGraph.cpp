@@ -1,5 +1,7 @@
 #include "graphs/PelGraph.h"
 
+#include <algorithm>
+#include <functional>
 #include <map>
 #include <vector>
 
@@ -876,26 +878,68 @@ TPelGraph::TPelGraph(TComponent* AOwner) : TPelCustomGraph(AOwner), FNodes(New<T
 
 TPelGraph::~TPelGraph() { Free(FNodes); }
 
+std::size_t TPelGraph::CaptionSlot(const String& Caption, std::size_t Hash) const {
+  const std::size_t mask = FCaptionSlots.size() - 1;
+  for (std::size_t i = Hash & mask;; i = (i + 1) & mask) {
+    const TCaptionSlot& slot = FCaptionSlots[i];
+    if (!slot.Head || (slot.Hash == Hash && slot.Head->FCaption == Caption)) return i;
+  }
+}
+
+void TPelGraph::GrowCaptionSlots() {
+  std::vector<TCaptionSlot> old(std::max<std::size_t>(16, FCaptionSlots.size() * 2));
+  old.swap(FCaptionSlots);
+  const std::size_t mask = FCaptionSlots.size() - 1;
+  for (const TCaptionSlot& slot : old) {
+    if (!slot.Head) continue;
+    std::size_t i = slot.Hash & mask;
+    while (FCaptionSlots[i].Head) i = (i + 1) & mask;
+    FCaptionSlots[i] = slot;
+  }
+}
+
+void TPelGraph::EraseCaptionSlot(std::size_t Index) {
+  // Backward shift: later slots of the probe run move up so that no search
+  // stops early at the hole.
+  const std::size_t mask = FCaptionSlots.size() - 1;
+  for (std::size_t j = (Index + 1) & mask; FCaptionSlots[j].Head; j = (j + 1) & mask) {
+    const std::size_t home = FCaptionSlots[j].Hash & mask;
+    if (((j - home) & mask) >= ((j - Index) & mask)) {
+      FCaptionSlots[Index] = FCaptionSlots[j];
+      Index = j;
+    }
+  }
+  FCaptionSlots[Index] = {0, nullptr};
+  --FCaptionCount;
+}
+
 void TPelGraph::IndexCaption(TPelGraphNode* Node, const String& Caption) {
-  auto [it, added] = FCaptions.try_emplace(Caption, Node);
-  if (added) {
+  if ((FCaptionCount + 1) * 2 > FCaptionSlots.size()) GrowCaptionSlots();
+  const std::size_t hash = std::hash<String>()(Caption);
+  TCaptionSlot& slot = FCaptionSlots[CaptionSlot(Caption, hash)];
+  if (!slot.Head) {
+    // Node becomes the key: a renamed node takes its new caption right
+    // after this, and nothing searches in between.
+    slot = {hash, Node};
     Node->FNextSameCaption = nullptr;
+    ++FCaptionCount;
     return;
   }
-  TPelGraphNode** link = &it->second;
+  TPelGraphNode** link = &slot.Head;
   while (*link && (*link)->FListStamp < Node->FListStamp) link = &(*link)->FNextSameCaption;
   Node->FNextSameCaption = *link;
   *link = Node;
 }
 
 void TPelGraph::UnindexCaption(TPelGraphNode* Node, const String& Caption) {
-  auto it = FCaptions.find(Caption);
-  if (it == FCaptions.end()) return;
-  TPelGraphNode** link = &it->second;
+  if (FCaptionSlots.empty()) return;
+  const std::size_t index = CaptionSlot(Caption, std::hash<String>()(Caption));
+  if (!FCaptionSlots[index].Head) return;
+  TPelGraphNode** link = &FCaptionSlots[index].Head;
   while (*link && *link != Node) link = &(*link)->FNextSameCaption;
   if (*link) *link = Node->FNextSameCaption;
   Node->FNextSameCaption = nullptr;
-  if (!it->second) FCaptions.erase(it);
+  if (!FCaptionSlots[index].Head) EraseCaptionSlot(index);
 }
 
 void TPelGraph::Detach(TPelGraphNode* Node) {
@@ -941,7 +985,8 @@ void TPelGraph::Clear() {
           }
           FNodes->SetOwnsObjects(false);
           TryFinally([this] { FNodes->Clear(); }, [this] { FNodes->SetOwnsObjects(true); });
-          FCaptions.clear();
+          FCaptionSlots.clear();
+          FCaptionCount = 0;
           FNextNodeId = 0;
         },
         [this] { FAdding = false; });
@@ -949,8 +994,8 @@ void TPelGraph::Clear() {
 }
 
 TPelGraphNode* TPelGraph::FindNode(const String& Caption) {
-  auto it = FCaptions.find(Caption);
-  return it == FCaptions.end() ? nullptr : it->second;
+  if (FCaptionSlots.empty()) return nullptr;
+  return FCaptionSlots[CaptionSlot(Caption, std::hash<String>()(Caption))].Head;
 }
 
 IPtr<IIterator> TPelGraph::GetNodes() { return IPtr<IIterator>(New<TNodeListIterator>(FNodes)); }

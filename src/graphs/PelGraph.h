@@ -28,6 +28,9 @@
 // read so far is freed again (with its edges) and the caption counter is
 // restored.
 //
+// Edges made directly (New<TPelGraphEdge>) between nodes outside any graph
+// are the caller's to free.
+//
 // Events: the published handlers carry the method name a stream gave them
 // (kept so that it is written back); code assigns the handlers themselves
 // with SetOnChange and the like.
@@ -35,7 +38,7 @@
 
 #include <cstdint>
 #include <functional>
-#include <unordered_map>
+#include <vector>
 
 #include "foundation/CommonInterfaces.h"
 #include "hashing/PelHashTable.h"
@@ -363,7 +366,9 @@ class TPelCustomGraph : public TComponent {
   virtual int32_t GetNodeCount() = 0;
   // A node of the graph's node class, captioned by its class and id.
   virtual TPelGraphNode* NewNode();
-  // Re-registers every edge for the new kind of graph.
+  // Re-registers every edge for the new kind of graph. A loop made in a
+  // directed graph counts twice in its node's in-degree once the graph is
+  // undirected (a loop made there counts once): intended.
   virtual void SetDirected(bool Value);
   // Called for each edge during TopologicalOrder: lowers the successor's
   // working in-degree (its WorkTag).
@@ -394,7 +399,9 @@ class TPelCustomGraph : public TComponent {
   // when it was theirs.
   virtual bool RemoveNode(TPelGraphNode* Node);
   // Takes Node out of the container without freeing it; Node, or null
-  // when the container did not hold it.
+  // when the container did not hold it. The node still names the graph and
+  // keeps its edges (intended): free it, or move it with SetGraph, while
+  // the graph lives.
   virtual TPelGraphNode* Extract(TPelGraphNode* Node) = 0;
   // Single-source shortest path weights into every node's Weight.
   virtual void ShortestPath(TPelGraphNode* StartNode);
@@ -561,8 +568,18 @@ class TPelGraph : public TPelCustomGraph {
 
   TObjectList* FNodes;
   // Caption -> the first node bearing it; the others follow in list order
-  // through FNextSameCaption.
-  std::unordered_map<String, TPelGraphNode*> FCaptions;
+  // through FNextSameCaption. Open addressing with linear probing over the
+  // first nodes, whose captions are the keys: no allocation per caption.
+  struct TCaptionSlot {
+    std::size_t Hash;
+    TPelGraphNode* Head;
+  };
+  // The slot of Caption's first node, or the empty slot where it would go.
+  std::size_t CaptionSlot(const String& Caption, std::size_t Hash) const;
+  void GrowCaptionSlots();
+  void EraseCaptionSlot(std::size_t Index);
+  std::vector<TCaptionSlot> FCaptionSlots;
+  std::size_t FCaptionCount = 0;
   uint64_t FNextStamp = 1;
 };
 

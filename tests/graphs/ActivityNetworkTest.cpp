@@ -166,6 +166,32 @@ TEST(ActivityNetwork, LongChainNeedsNoDeepRecursion) {
   EXPECT_EQ(n->FindNode("TAOEEvent999999"), events[count - 1]);
 }
 
+TEST(ActivityNetwork, CriticalGraphOfALargeNetwork) {
+  // A chain of 5s, each step shadowed by a shorter parallel task.
+  const int32_t count = 100000;
+  auto n = Directed();
+  std::vector<TAOEEvent*> events;
+  for (int32_t i = 0; i < count; ++i) {
+    events.push_back(Event(n.get(), "E" + IntToStr(i)));
+    if (i == 0) continue;
+    Task(events[i - 1], events[i], 3);
+    Task(events[i - 1], events[i], 5);
+  }
+  Owned<TActivityNetwork> crit(n->GetCriticalGraph(events[0], events[count - 1], nullptr));
+  // Start and Finish come first, then the events as the critical tasks
+  // reach them.
+  ASSERT_EQ(crit->GetNodeCount(), count);
+  EXPECT_EQ(crit->GetNode(1)->GetCaption(), "E99999");
+  EXPECT_EQ(crit->GetNode(1)->GetEdgeCount(), 0);
+  for (int32_t i = 0; i < count; ++i) {
+    if (i == 1) continue;
+    TAOEEvent* e = crit->GetNode(i);
+    ASSERT_EQ(e->GetCaption(), "E" + IntToStr(i == 0 ? 0 : i - 1));
+    ASSERT_EQ(e->GetEdgeCount(), 1);
+    ASSERT_EQ(As<TAOETask>(e->GetEdge(0))->GetWeight(), 5);
+  }
+}
+
 TEST(ActivityNetwork, StreamsAndRegisters) {
   auto n = Directed();
   TAOEEvent* a = Event(n.get(), "A");

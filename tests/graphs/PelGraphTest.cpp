@@ -202,15 +202,16 @@ TEST(PelGraph, PlainGraphFindsTheFirstNodeBearingACaption) {
   // Random adds, renames and removals against a linear search of the list.
   auto g = Make<TPelGraph>(nullptr);
   std::mt19937 rng(7);
-  const char* names[] = {"a", "b", "c", "d"};
+  std::vector<String> names;
+  for (int i = 0; i < 24; ++i) names.push_back("c" + IntToStr(i));
   for (int step = 0; step < 3000; ++step) {
     const int32_t count = g->GetNodeCount();
     const unsigned op = rng() % 4;
     if (op == 0 || count == 0) {
-      g->CreateNode(names[rng() % 4]);
+      g->CreateNode(names[rng() % names.size()]);
     } else if (op == 1 && count > 0) {
-      g->GetNode(static_cast<int32_t>(rng() % count))->SetCaption(names[rng() % 4]);
-    } else if (op == 2 && count > 3) {
+      g->GetNode(static_cast<int32_t>(rng() % count))->SetCaption(names[rng() % names.size()]);
+    } else if (op == 2 && count > 40) {
       ASSERT_TRUE(g->RemoveNode(g->GetNode(static_cast<int32_t>(rng() % count))));
     } else if (count > 0) {
       TPelGraphNode* node = g->GetNode(static_cast<int32_t>(rng() % count));
@@ -218,13 +219,14 @@ TEST(PelGraph, PlainGraphFindsTheFirstNodeBearingACaption) {
       g->AddNode(node);
       EXPECT_EQ(node->GetGraph(), g.get());
     }
-    for (const char* name : names) {
+    for (const String& name : names) {
       TPelGraphNode* first = nullptr;
       for (int32_t i = 0; i < g->GetNodeCount() && !first; ++i)
         if (g->GetNode(i)->GetCaption() == name) first = g->GetNode(i);
       ASSERT_EQ(g->FindNode(name), first) << name << " at step " << step;
     }
   }
+  EXPECT_GT(g->GetNodeCount(), 30);
 }
 
 TEST(PelGraph, EventsAndUpdateBrackets) {
@@ -310,11 +312,13 @@ TEST(PelGraph, NodesAndEdgesStreamThroughTheComponent) {
   fresh->Clear();
 
   RegisterGraphClass(TCityNode::StaticClass());
+  SetStrProp(g.get(), "OnNodeChange", "CityChanged");
   for (bool directed : {false, true}) {
     g->SetDirected(directed);
     auto back = Make<TPelGraph>(nullptr);
     Saved(g.get())->ReadComponent(back.get());
     EXPECT_EQ(back->GetDirected(), directed);
+    EXPECT_EQ(GetStrProp(back.get(), "OnNodeChange"), "CityChanged");
     ASSERT_EQ(back->GetNodeCount(), 3);
     for (int32_t i = 0; i < 3; ++i) {
       auto* orig = As<TWeightedNode>(g->GetNode(i));
