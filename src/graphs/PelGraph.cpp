@@ -3,8 +3,6 @@
 #include <map>
 #include <vector>
 
-#include "lists/PelLists.h"
-
 namespace pel {
 
 const TTypeInfo TypeInfoNodeNotifyEvent{tkMethod, "TNodeNotifyEvent"};
@@ -667,10 +665,12 @@ TStrings* TPelCustomGraph::TopologicalOrder(TStrings* List) {
     if (auto* sorted = dynamic_cast<TStringList*>(result)) sorted->SetSorted(false);
     if (result->GetCount() > 0) result->Clear();
     if (!FDirected) return result;
-    Owned<TQStack> ready(New<TQStack>());
+    // The nodes ready for output; the one made ready last is on top.
+    std::vector<TPelGraphNode*> ready;
+    ready.reserve(static_cast<std::size_t>(GetNodeCount()));
     ForEachNode([&](TPelGraphNode* node) {
       node->SetWorkTag(node->GetInDegree());
-      if (node->GetInDegree() == 0) ready->Push(node);
+      if (node->GetInDegree() == 0) ready.push_back(node);
     });
     // One step of the node enumeration per node output: when it runs out,
     // every node is in the order.
@@ -680,15 +680,18 @@ TStrings* TPelCustomGraph::TopologicalOrder(TStrings* List) {
         FAcyclic = true;
         break;
       }
-      if (ready->IsEmpty()) break;
+      if (ready.empty()) break;
       nodes->NextElement();
-      auto* node = static_cast<TPelGraphNode*>(ready->Pop());
+      TPelGraphNode* node = ready.back();
+      ready.pop_back();
       result->AddObject(node->GetCaption(), node);
+      // The count is read again after each hook: an override may change
+      // the node's edges.
       for (int32_t i = 0; i < node->GetEdgeCount(); ++i) {
-        TPelGraphEdge* edge = node->GetEdge(i);
+        TPelGraphEdge* edge = node->GetEdgeUnchecked(i);
         TPelGraphNode* successor = edge->GetToNode();
         ModifySuccessor(node, successor, edge);
-        if (successor->GetWorkTag() == 0) ready->Push(successor);
+        if (successor->GetWorkTag() == 0) ready.push_back(successor);
       }
     }
   } catch (...) {

@@ -207,6 +207,11 @@ class TPelGraphNode : public TPersistent {
   virtual void RemovePredecessors();
 
   TPelGraphEdge* GetEdge(int32_t Index) const;
+  // GetEdge without the index check, for loops that test Index against
+  // GetEdgeCount just before each access.
+  TPelGraphEdge* GetEdgeUnchecked(int32_t Index) const {
+    return static_cast<TPelGraphEdge*>(FEdges->List()[Index]);
+  }
   int32_t GetEdgeCount() const { return FEdges->GetCount(); }
   // The number of edges in the node's list.
   int32_t GetOutDegree() const { return FEdges->GetCount(); }
