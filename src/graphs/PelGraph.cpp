@@ -3,6 +3,8 @@
 #include <map>
 #include <vector>
 
+#include "platform/classes/ListAlgorithms.h"
+
 namespace pel {
 
 const TTypeInfo TypeInfoNodeNotifyEvent{tkMethod, "TNodeNotifyEvent"};
@@ -29,7 +31,9 @@ class TNodeListIterator : public TInterfacedObject, public IIterator {
   int32_t GetCount() override { return FList->GetCount() - (FIndex + 1); }
   bool HasMoreElements() override { return FIndex + 1 < FList->GetCount(); }
   // Past the end: the list's own index error.
-  void* NextElement() override { return FList->Get(++FIndex); }
+  void* NextElement() override {
+    return ++FIndex < FList->GetCount() ? FList->List()[FIndex] : FList->Get(FIndex);
+  }
   void Reset() override { FIndex = -1; }
 
  private:
@@ -484,10 +488,6 @@ void TPelCustomGraph::SetDirected(bool Value) {
       [this] { EndUpdateNodes(); });
 }
 
-void TPelCustomGraph::ModifySuccessor(TPelGraphNode*, TPelGraphNode* Successor, TPelGraphEdge*) {
-  Successor->SetWorkTag(Successor->GetWorkTag() - 1);
-}
-
 TPelGraphNode* TPelCustomGraph::CreateNode(const String& Caption) {
   TPelGraphNode* node = NewNode();
   try {
@@ -657,10 +657,36 @@ void TPelCustomGraph::TraverseFrom(TPelGraphNode* Node) {
   DepthFirstSearch(Node);
 }
 
+namespace {
+
+// The capacity a string list of capacity Capacity reaches when Count
+// strings are appended to it while it is empty, growing by the framework's
+// steps.
+int32_t GrownCapacity(int32_t Capacity, int32_t Count) {
+  while (Capacity < Count) Capacity += detail::FrameworkGrowDelta(Capacity);
+  return Capacity;
+}
+
+// Gives a plain string list that nobody watches the capacity that appending
+// Count strings would leave it with, at once rather than step by step; any
+// other list grows as it does. Returns whether it did.
+bool Presize(TStrings* List, int32_t Count) {
+  auto* list = dynamic_cast<TStringList*>(List);
+  if (!list || list->ClassType() != TStringList::StaticClass() || list->GetOnChange() ||
+      list->GetOnChanging() || list->GetCount() != 0)
+    return false;
+  list->SetCapacity(GrownCapacity(list->GetCapacity(), Count));
+  return true;
+}
+
+}  // namespace
+
 TStrings* TPelCustomGraph::TopologicalOrder(TStrings* List) {
   FAcyclic = false;
   FStale = false;
   TStrings* result = List ? List : New<TStringList>();
+  int32_t initialCapacity = 0;
+  bool presized = false;
   try {
     if (auto* sorted = dynamic_cast<TStringList*>(result)) sorted->SetSorted(false);
     if (result->GetCount() > 0) result->Clear();
@@ -672,6 +698,8 @@ TStrings* TPelCustomGraph::TopologicalOrder(TStrings* List) {
       node->SetWorkTag(node->GetInDegree());
       if (node->GetInDegree() == 0) ready.push_back(node);
     });
+    initialCapacity = result->GetCapacity();
+    presized = Presize(result, GetNodeCount());
     // One step of the node enumeration per node output: when it runs out,
     // every node is in the order.
     IPtr<IIterator> nodes = GetNodes();
@@ -694,7 +722,10 @@ TStrings* TPelCustomGraph::TopologicalOrder(TStrings* List) {
         if (successor->GetWorkTag() == 0) ready.push_back(successor);
       }
     }
+    // Short of a full order (a cycle), the capacity the appends made.
+    if (presized) result->SetCapacity(GrownCapacity(initialCapacity, result->GetCount()));
   } catch (...) {
+    if (presized) result->SetCapacity(GrownCapacity(initialCapacity, result->GetCount()));
     if (!List) Free(result);
     throw;
   }

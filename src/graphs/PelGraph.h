@@ -246,20 +246,23 @@ class TPelGraphNode : public TPersistent {
 
  private:
   String FCaption;
-  TList* FEdges;
-  TPelCustomGraph* FGraph;
-  int32_t FInDegree = 0;
-  bool FVisited = false;
   TNotifyEvent FOnChange;
   String FOnChangeName;
-  int32_t FUpdateCount = 0;
-  int32_t FWorkTag = 0;
   // Bookkeeping of TPelGraph's caption index: the list holding the node,
   // the node's insertion stamp there, and the next node (in list order)
   // bearing the same caption.
   TPelGraph* FListOwner = nullptr;
   uint64_t FListStamp = 0;
   TPelGraphNode* FNextSameCaption = nullptr;
+  int32_t FUpdateCount = 0;
+  bool FVisited = false;
+  // What the algorithms read and write for every edge come last, so that
+  // they share a cache line with the fields of the node classes built on
+  // this one (a weight, an event's times).
+  TList* FEdges;
+  TPelCustomGraph* FGraph;
+  int32_t FInDegree = 0;
+  int32_t FWorkTag = 0;
 };
 
 using TPelGraphNodeClass = TClassOf<TPelGraphNode, TPelCustomGraph*>;
@@ -372,7 +375,10 @@ class TPelCustomGraph : public TComponent {
   virtual void SetDirected(bool Value);
   // Called for each edge during TopologicalOrder: lowers the successor's
   // working in-degree (its WorkTag).
-  virtual void ModifySuccessor(TPelGraphNode* Node, TPelGraphNode* Successor, TPelGraphEdge* Edge);
+  virtual void ModifySuccessor([[maybe_unused]] TPelGraphNode* Node, TPelGraphNode* Successor,
+                               [[maybe_unused]] TPelGraphEdge* Edge) {
+    Successor->SetWorkTag(Successor->GetWorkTag() - 1);
+  }
   virtual void Clear() = 0;
   virtual TPelGraphNode* CreateNode(const String& Caption);
   virtual void BeginUpdate();
