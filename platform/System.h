@@ -245,19 +245,29 @@ template <class T>
 bool IsExactly(const TObject* obj) {
   return &typeid(*obj) == &typeid(T);
 }
+// The rest of the test, out of line so that the callers' usual path stays
+// short.
+template <class T>
+[[gnu::noinline]] bool InheritsFrom(const TObject* obj) {
+  return obj->InheritsFrom(T::StaticClass());
+}
+template <class T>
+[[gnu::noinline]] T* CheckedCast(TObject* obj) {
+  if (!obj->InheritsFrom(T::StaticClass())) RaiseInvalidCast();
+  return static_cast<T*>(obj);
+}
 }  // namespace detail
 
 template <class T>
 bool Is(const TObject* obj) {
-  return obj && (detail::IsExactly<T>(obj) || obj->InheritsFrom(T::StaticClass()));
+  return obj && (detail::IsExactly<T>(obj) || detail::InheritsFrom<T>(obj));
 }
 
 // The framework's checked cast: nil passes, a wrong class raises.
 template <class T>
 T* As(TObject* obj) {
-  if (!obj) return nullptr;
-  if (!detail::IsExactly<T>(obj) && !obj->InheritsFrom(T::StaticClass())) RaiseInvalidCast();
-  return static_cast<T*>(obj);
+  if (!obj || detail::IsExactly<T>(obj)) return static_cast<T*>(obj);
+  return detail::CheckedCast<T>(obj);
 }
 template <class T>
 const T* As(const TObject* obj) {
