@@ -21,6 +21,22 @@ TAOEEvent* EventAt(TStrings* Order, int32_t Index) {
   return As<TAOEEvent>(CheckAssigned(Order->GetObject(Index)));
 }
 
+// The forward pass's step for one task: the successor's earliest time
+// rises to the task's earliest finish when that is later.
+void ForwardStep(TAOEEvent* From, TAOEEvent* To, TAOETask* Task) {
+  const int32_t time = AddWeights(From->GetEarliestEventTime(), Task->GetWeight());
+  if (time > To->GetEarliestEventTime()) To->SetEarliestEventTime(time);
+}
+
+// The same for nodes and edges of any class: those that are not events and
+// tasks are skipped.
+[[gnu::noinline]] void ForwardStepChecked(TPelGraphNode* Node, TPelGraphNode* Successor,
+                                          TPelGraphEdge* Edge) {
+  if (Is<TAOEEvent>(Node) && Is<TAOEEvent>(Successor) && Is<TAOETask>(Edge))
+    ForwardStep(static_cast<TAOEEvent*>(Node), static_cast<TAOEEvent*>(Successor),
+                static_cast<TAOETask*>(Edge));
+}
+
 // Cuts a topological order to the events from Start on and drops, after
 // Finish, every event reachable from Finish: each successor of Finish is
 // looked for after Finish's position, each successor of a dropped event
@@ -165,12 +181,14 @@ TAOEEvent* TActivityNetwork::GetNode(int32_t Index) const {
 void TActivityNetwork::ModifySuccessor(TPelGraphNode* Node, TPelGraphNode* Successor,
                                        TPelGraphEdge* Edge) {
   TPelGraph::ModifySuccessor(Node, Successor, Edge);
-  if (!Is<TAOEEvent>(Node) || !Is<TAOEEvent>(Successor) || !Is<TAOETask>(Edge)) return;
-  auto* from = static_cast<TAOEEvent*>(Node);
-  auto* to = static_cast<TAOEEvent*>(Successor);
-  auto* task = static_cast<TAOETask*>(Edge);
-  const int32_t time = AddWeights(from->GetEarliestEventTime(), task->GetWeight());
-  if (time > to->GetEarliestEventTime()) to->SetEarliestEventTime(time);
+  // Events and tasks of exactly these classes are told apart without a call
+  // (the base has already reached the successor: it is there).
+  if (Node && Edge && detail::IsExactly<TAOEEvent>(Node) &&
+      detail::IsExactly<TAOEEvent>(Successor) && detail::IsExactly<TAOETask>(Edge))
+    ForwardStep(static_cast<TAOEEvent*>(Node), static_cast<TAOEEvent*>(Successor),
+                static_cast<TAOETask*>(Edge));
+  else
+    ForwardStepChecked(Node, Successor, Edge);
 }
 
 void TActivityNetwork::BackwardPass(TStrings* Order) {

@@ -36,6 +36,9 @@ class TNodeListIterator : public TInterfacedObject, public IIterator {
   }
   void Reset() override { FIndex = -1; }
 
+  // The list, while no element has been taken.
+  TList* FreshList() const { return FIndex == -1 ? FList : nullptr; }
+
  private:
   TList* FList;
   int32_t FIndex = -1;
@@ -650,6 +653,11 @@ void TPelCustomGraph::DepthFirstSearch(TPelGraphNode* Node) {
     next->SetVisited(true);
     stack.push_back({next, 0});
   }
+}
+
+TList* TPelCustomGraph::NodeListOf(IIterator* Nodes) {
+  auto* iterator = dynamic_cast<TNodeListIterator*>(Nodes);
+  return iterator ? iterator->FreshList() : nullptr;
 }
 
 void TPelCustomGraph::TraverseFrom(TPelGraphNode* Node) {

@@ -470,12 +470,21 @@ class TPelCustomGraph : public TComponent {
     FHandlerNames[H] = Value;
   }
 
-  // Calls Fn for every node in enumeration order.
+  // Calls Fn for every node in enumeration order. The iterator of a plain
+  // node list is walked through the list itself, as it would walk it.
   template <class Fn>
   void ForEachNode(Fn&& F) {
     IPtr<IIterator> nodes = GetNodes();
+    if (TList* list = NodeListOf(nodes.get())) {
+      for (int32_t i = 0; i < list->GetCount(); ++i)
+        F(static_cast<TPelGraphNode*>(list->List()[i]));
+      return;
+    }
     while (nodes->HasMoreElements()) F(static_cast<TPelGraphNode*>(nodes->NextElement()));
   }
+  // The list that Nodes, a fresh iterator of TPelGraph's nodes, walks; null
+  // for every other iterator.
+  static TList* NodeListOf(IIterator* Nodes);
 
   // Set while a node is being added, so that AddNode and SetGraph do not
   // call each other in circles.
