@@ -95,7 +95,9 @@ void TStringList::InsertItem(int32_t Index, const String& S, TObject* AObject) {
   if (FCount == FCapacity) Grow();
   // A descendant's SetCapacity may have declined to grow.
   if (FCount == FCapacity) Error(SListCapacityError, FCount);
-  std::rotate(FList.begin() + Index, FList.begin() + FCount, FList.begin() + FCount + 1);
+  // Appending, the usual case, has nothing to move.
+  if (Index < FCount)
+    std::rotate(FList.begin() + Index, FList.begin() + FCount, FList.begin() + FCount + 1);
   FList[Index].FString = S;
   FList[Index].FObject = AObject;
   ++FCount;

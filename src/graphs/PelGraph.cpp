@@ -5,7 +5,7 @@
 #include <map>
 #include <vector>
 
-#include "lists/PelLists.h"
+#include "platform/classes/ListAlgorithms.h"
 
 namespace pel {
 
@@ -33,8 +33,13 @@ class TNodeListIterator : public TInterfacedObject, public IIterator {
   int32_t GetCount() override { return FList->GetCount() - (FIndex + 1); }
   bool HasMoreElements() override { return FIndex + 1 < FList->GetCount(); }
   // Past the end: the list's own index error.
-  void* NextElement() override { return FList->Get(++FIndex); }
+  void* NextElement() override {
+    return ++FIndex < FList->GetCount() ? FList->List()[FIndex] : FList->Get(FIndex);
+  }
   void Reset() override { FIndex = -1; }
+
+  // The list, while no element has been taken.
+  TList* FreshList() const { return FIndex == -1 ? FList : nullptr; }
 
  private:
   TList* FList;
@@ -488,10 +493,6 @@ void TPelCustomGraph::SetDirected(bool Value) {
       [this] { EndUpdateNodes(); });
 }
 
-void TPelCustomGraph::ModifySuccessor(TPelGraphNode*, TPelGraphNode* Successor, TPelGraphEdge*) {
-  Successor->SetWorkTag(Successor->GetWorkTag() - 1);
-}
-
 TPelGraphNode* TPelCustomGraph::CreateNode(const String& Caption) {
   TPelGraphNode* node = NewNode();
   try {
@@ -656,24 +657,59 @@ void TPelCustomGraph::DepthFirstSearch(TPelGraphNode* Node) {
   }
 }
 
+TList* TPelCustomGraph::NodeListOf(IIterator* Nodes) {
+  auto* iterator = dynamic_cast<TNodeListIterator*>(Nodes);
+  return iterator ? iterator->FreshList() : nullptr;
+}
+
 void TPelCustomGraph::TraverseFrom(TPelGraphNode* Node) {
   InitializeNodes(Node, false);
   DepthFirstSearch(Node);
 }
 
+namespace {
+
+// The capacity a string list of capacity Capacity reaches when Count
+// strings are appended to it while it is empty, growing by the framework's
+// steps.
+int32_t GrownCapacity(int32_t Capacity, int32_t Count) {
+  while (Capacity < Count) Capacity += detail::FrameworkGrowDelta(Capacity);
+  return Capacity;
+}
+
+// Gives a plain string list that nobody watches the capacity that appending
+// Count strings would leave it with, at once rather than step by step; any
+// other list grows as it does. Returns whether it did.
+bool Presize(TStrings* List, int32_t Count) {
+  auto* list = dynamic_cast<TStringList*>(List);
+  if (!list || list->ClassType() != TStringList::StaticClass() || list->GetOnChange() ||
+      list->GetOnChanging() || list->GetCount() != 0)
+    return false;
+  list->SetCapacity(GrownCapacity(list->GetCapacity(), Count));
+  return true;
+}
+
+}  // namespace
+
 TStrings* TPelCustomGraph::TopologicalOrder(TStrings* List) {
   FAcyclic = false;
   FStale = false;
   TStrings* result = List ? List : New<TStringList>();
+  int32_t initialCapacity = 0;
+  bool presized = false;
   try {
     if (auto* sorted = dynamic_cast<TStringList*>(result)) sorted->SetSorted(false);
     if (result->GetCount() > 0) result->Clear();
     if (!FDirected) return result;
-    Owned<TQStack> ready(New<TQStack>());
+    // The nodes ready for output; the one made ready last is on top.
+    std::vector<TPelGraphNode*> ready;
+    ready.reserve(static_cast<std::size_t>(GetNodeCount()));
     ForEachNode([&](TPelGraphNode* node) {
       node->SetWorkTag(node->GetInDegree());
-      if (node->GetInDegree() == 0) ready->Push(node);
+      if (node->GetInDegree() == 0) ready.push_back(node);
     });
+    initialCapacity = result->GetCapacity();
+    presized = Presize(result, GetNodeCount());
     // One step of the node enumeration per node output: when it runs out,
     // every node is in the order.
     IPtr<IIterator> nodes = GetNodes();
@@ -682,18 +718,24 @@ TStrings* TPelCustomGraph::TopologicalOrder(TStrings* List) {
         FAcyclic = true;
         break;
       }
-      if (ready->IsEmpty()) break;
+      if (ready.empty()) break;
       nodes->NextElement();
-      auto* node = static_cast<TPelGraphNode*>(ready->Pop());
+      TPelGraphNode* node = ready.back();
+      ready.pop_back();
       result->AddObject(node->GetCaption(), node);
+      // The count is read again after each hook: an override may change
+      // the node's edges.
       for (int32_t i = 0; i < node->GetEdgeCount(); ++i) {
-        TPelGraphEdge* edge = node->GetEdge(i);
+        TPelGraphEdge* edge = node->GetEdgeUnchecked(i);
         TPelGraphNode* successor = edge->GetToNode();
         ModifySuccessor(node, successor, edge);
-        if (successor->GetWorkTag() == 0) ready->Push(successor);
+        if (successor->GetWorkTag() == 0) ready.push_back(successor);
       }
     }
+    // Short of a full order (a cycle), the capacity the appends made.
+    if (presized) result->SetCapacity(GrownCapacity(initialCapacity, result->GetCount()));
   } catch (...) {
+    if (presized) result->SetCapacity(GrownCapacity(initialCapacity, result->GetCount()));
     if (!List) Free(result);
     throw;
   }

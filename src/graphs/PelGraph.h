@@ -210,6 +210,11 @@ class TPelGraphNode : public TPersistent {
   virtual void RemovePredecessors();
 
   TPelGraphEdge* GetEdge(int32_t Index) const;
+  // GetEdge without the index check, for loops that test Index against
+  // GetEdgeCount just before each access.
+  TPelGraphEdge* GetEdgeUnchecked(int32_t Index) const {
+    return static_cast<TPelGraphEdge*>(FEdges->List()[Index]);
+  }
   int32_t GetEdgeCount() const { return FEdges->GetCount(); }
   // The number of edges in the node's list.
   int32_t GetOutDegree() const { return FEdges->GetCount(); }
@@ -244,20 +249,23 @@ class TPelGraphNode : public TPersistent {
 
  private:
   String FCaption;
-  TList* FEdges;
-  TPelCustomGraph* FGraph;
-  int32_t FInDegree = 0;
-  bool FVisited = false;
   TNotifyEvent FOnChange;
   String FOnChangeName;
-  int32_t FUpdateCount = 0;
-  int32_t FWorkTag = 0;
   // Bookkeeping of TPelGraph's caption index: the list holding the node,
   // the node's insertion stamp there, and the next node (in list order)
   // bearing the same caption.
   TPelGraph* FListOwner = nullptr;
   uint64_t FListStamp = 0;
   TPelGraphNode* FNextSameCaption = nullptr;
+  int32_t FUpdateCount = 0;
+  bool FVisited = false;
+  // What the algorithms read and write for every edge come last, so that
+  // they share a cache line with the fields of the node classes built on
+  // this one (a weight, an event's times).
+  TList* FEdges;
+  TPelCustomGraph* FGraph;
+  int32_t FInDegree = 0;
+  int32_t FWorkTag = 0;
 };
 
 using TPelGraphNodeClass = TClassOf<TPelGraphNode, TPelCustomGraph*>;
@@ -372,7 +380,10 @@ class TPelCustomGraph : public TComponent {
   virtual void SetDirected(bool Value);
   // Called for each edge during TopologicalOrder: lowers the successor's
   // working in-degree (its WorkTag).
-  virtual void ModifySuccessor(TPelGraphNode* Node, TPelGraphNode* Successor, TPelGraphEdge* Edge);
+  virtual void ModifySuccessor([[maybe_unused]] TPelGraphNode* Node, TPelGraphNode* Successor,
+                               [[maybe_unused]] TPelGraphEdge* Edge) {
+    Successor->SetWorkTag(Successor->GetWorkTag() - 1);
+  }
   virtual void Clear() = 0;
   virtual TPelGraphNode* CreateNode(const String& Caption);
   virtual void BeginUpdate();
@@ -466,12 +477,21 @@ class TPelCustomGraph : public TComponent {
     FHandlerNames[H] = Value;
   }
 
-  // Calls Fn for every node in enumeration order.
+  // Calls Fn for every node in enumeration order. The iterator of a plain
+  // node list is walked through the list itself, as it would walk it.
   template <class Fn>
   void ForEachNode(Fn&& F) {
     IPtr<IIterator> nodes = GetNodes();
+    if (TList* list = NodeListOf(nodes.get())) {
+      for (int32_t i = 0; i < list->GetCount(); ++i)
+        F(static_cast<TPelGraphNode*>(list->List()[i]));
+      return;
+    }
     while (nodes->HasMoreElements()) F(static_cast<TPelGraphNode*>(nodes->NextElement()));
   }
+  // The list that Nodes, a fresh iterator of TPelGraph's nodes, walks; null
+  // for every other iterator.
+  static TList* NodeListOf(IIterator* Nodes);
 
   // Set while a node is being added, so that AddNode and SetGraph do not
   // call each other in circles.

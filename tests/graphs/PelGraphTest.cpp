@@ -377,6 +377,41 @@ TEST(PelGraph, TopologicalOrderAndAcyclicity) {
   EXPECT_TRUE(a->GetVisited());
 }
 
+TEST(PelGraph, OrderListCapacityIsThatOfAppendingOneByOne) {
+  // Chains of several lengths, some closed into a cycle (the order stops
+  // short), sorted into lists in different states: the capacity afterwards
+  // is the one the same appends give a plain list.
+  enum TListKind { lkCreated, lkEmpty, lkReserved, lkFilled, lkWatched };
+  for (int32_t count : {0, 1, 4, 5, 8, 9, 12, 13, 29, 64, 65, 100, 300}) {
+    for (bool cycle : {false, true}) {
+      auto g = Make<TPelGraph>(nullptr);
+      g->SetDirected(true);
+      std::vector<TPelGraphNode*> nodes;
+      for (int32_t i = 0; i < count; ++i) nodes.push_back(g->CreateNode("N" + IntToStr(i)));
+      for (int32_t i = 0; i + 1 < count; ++i) nodes[i]->AddEdge(nodes[i + 1]);
+      if (cycle && count > 2) nodes[count - 1]->AddEdge(nodes[count / 2]);
+      for (TListKind kind : {lkCreated, lkEmpty, lkReserved, lkFilled, lkWatched}) {
+        auto given = Make<TStringList>();
+        auto plain = Make<TStringList>();
+        int changes = 0;
+        if (kind == lkReserved) given->SetCapacity(50);
+        if (kind == lkFilled) given->Add("stale");
+        if (kind == lkWatched) given->SetOnChange([&changes](TObject*) { ++changes; });
+        TStrings* list = g->TopologicalOrder(kind == lkCreated ? nullptr : given.get());
+        Owned<TStrings> created(kind == lkCreated ? list : nullptr);
+        if (kind == lkReserved) plain->SetCapacity(50);
+        for (int32_t i = 0; i < list->GetCount(); ++i) plain->AddObject(list->Get(i), nullptr);
+        EXPECT_EQ(list->GetCapacity(), plain->GetCapacity())
+            << count << (cycle ? " nodes with a cycle, list kind " : " nodes, list kind ") << kind;
+        EXPECT_EQ(list->GetCount(), cycle && count > 2 ? count / 2 : count);
+        if (kind == lkWatched) {
+          EXPECT_EQ(changes, list->GetCount());
+        }
+      }
+    }
+  }
+}
+
 TEST(PelGraph, ShortestPathsMatchDijkstra) {
   // The worked graph: S-A 4, S-B 1, B-A 2, A-C 1, B-C 5, C-D 3; E apart.
   for (bool directed : {true, false}) {
