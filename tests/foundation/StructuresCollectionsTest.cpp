@@ -3,9 +3,11 @@
 #include <vector>
 
 #include "foundation/Structures.h"
+#include "platform/ExpectRaises.h"
 #include "platform/Menus.h"
 
 using namespace pel;
+using pel::test::ExpectRaises;
 
 namespace {
 
@@ -87,12 +89,7 @@ TEST(MaxCountStrings, RefusesTheAdditionBeyondTheBound) {
   l->SetMaxCount(2);
   l->Add("a");
   l->Add("b");
-  try {
-    l->Add("c");
-    FAIL() << "no error";
-  } catch (const EStringListError& e) {
-    EXPECT_STREQ(e.what(), "String List Max Count exceeded: 2");
-  }
+  ExpectRaises<EStringListError>([&] { l->Add("c"); }, "String List Max Count exceeded: 2");
   EXPECT_EQ(l->GetCommaText(), "a,b");
   l->SetMaxCount(1);  // lowering removes nothing
   EXPECT_EQ(l->GetCount(), 2);

@@ -5,8 +5,10 @@
 #include <vector>
 
 #include "foundation/Structures.h"
+#include "platform/ExpectRaises.h"
 
 using namespace pel;
+using pel::test::ExpectRaises;
 
 namespace {
 
@@ -68,15 +70,6 @@ Owned<TPelStringList> ListOf(std::initializer_list<const char*> items,
   return l;
 }
 
-void ExpectListError(const std::function<void()>& Fn, const std::string& Msg) {
-  try {
-    Fn();
-    ADD_FAILURE() << "expected " << Msg;
-  } catch (const EStringListError& e) {
-    EXPECT_EQ(e.Message(), Msg);
-  }
-}
-
 }  // namespace
 
 TEST(PelStringList, GrowthCapacityAndSortedAddition) {
@@ -91,7 +84,7 @@ TEST(PelStringList, GrowthCapacityAndSortedAddition) {
   EXPECT_EQ(capacities, (Names{"4", "8", "12", "28", "44", "60", "76", "95", "118", "147"}));
   // Capacity below Count raises and keeps every string (a deliberate
   // departure); down to Count itself it is cut as asked.
-  ExpectListError([&] { l->SetCapacity(118); }, "List capacity out of bounds (118)");
+  ExpectRaises<EStringListError>([&] { l->SetCapacity(118); }, "List capacity out of bounds (118)");
   EXPECT_EQ(l->GetCount(), 119);
   l->SetCapacity(119);
   l->Add("z");
@@ -102,13 +95,14 @@ TEST(PelStringList, GrowthCapacityAndSortedAddition) {
   EXPECT_EQ(Strings(*s), (Names{"a", "a", "b", "c"}));
   EXPECT_EQ(s->Add("b"), 2);  // dupIgnore: the existing index, nothing added
   s->SetDuplicates(dupError);
-  ExpectListError([&] { s->Add("c"); }, "String list does not allow duplicates");
+  ExpectRaises<EStringListError>([&] { s->Add("c"); }, "String list does not allow duplicates");
   s->SetDuplicates(dupAccept);
   EXPECT_EQ(s->Add("b"), 2);
   EXPECT_EQ(Strings(*s), (Names{"a", "a", "b", "b", "c"}));
-  ExpectListError([&] { s->Insert(0, "z"); }, "Operation not allowed on sorted list");
+  ExpectRaises<EStringListError>([&] { s->Insert(0, "z"); },
+                                 "Operation not allowed on sorted list");
   EXPECT_THROW(s->Put(0, "z"), EStringListError);
-  ExpectListError([&] { s->Get(5); }, "List index out of bounds (5)");
+  ExpectRaises<EStringListError>([&] { s->Get(5); }, "List index out of bounds (5)");
   // Clearing the sorted flag keeps the order.
   s->SetSorted(false);
   EXPECT_EQ(s->Get(4), "c");
@@ -319,12 +313,8 @@ TEST(PelStringList, AssignFromPlatformAndOwnLists) {
   pelSource->SetFreeData(false);
 
   TPersistent other;
-  try {
-    copy->Assign(&other);
-    FAIL() << "no error";
-  } catch (const EConvertError& e) {
-    EXPECT_STREQ(e.what(), "Cannot assign a TPersistent to a TPelStringList");
-  }
+  ExpectRaises<EConvertError>([&] { copy->Assign(&other); },
+                              "Cannot assign a TPersistent to a TPelStringList");
 }
 
 TEST(PelStringList, SortAndExchangeMoveObjectsAndDataWithStrings) {
