@@ -14,6 +14,11 @@ class THookedLists : public TComponent, public IStringsOwner {
  public:
   explicit THookedLists(TComponent* AOwner) : TComponent(AOwner) {}
   ~THookedLists() override { pel::Free(FList); }
+  // The hook may be a child that dies first: let go of it before then.
+  void BeforeDestruction() override {
+    FList->SetOwner(nullptr);
+    TComponent::BeforeDestruction();
+  }
   TSFCList* GetList() const { return FList; }
   void SetList(TSFCList* v) { FList->Assign(v); }
   void GetChildren(const TGetChildProc& Proc, TComponent* Root) override {
