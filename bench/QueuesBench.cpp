@@ -79,6 +79,18 @@ BENCHMARK(BM_TQQueue)->Apply(Sizes);
 void BM_TQStack(benchmark::State& state) { PushPop<pel::TQStack>(state); }
 BENCHMARK(BM_TQStack)->Apply(Sizes);
 
+// The string queue on the platform's string list, strings and objects.
+void BM_TQStringQueue(benchmark::State& state) {
+  const auto n = state.range(0);
+  for (auto _ : state) {
+    auto q = pel::Make<pel::TQStringQueue>();
+    for (int64_t i = 0; i < n; ++i) q->PushItem("item", nullptr);
+    while (!q->IsEmpty()) benchmark::DoNotOptimize(q->PopString());
+  }
+  state.SetItemsProcessed(state.iterations() * n);
+}
+BENCHMARK(BM_TQStringQueue)->Apply(Sizes);
+
 // The linked queue, for comparison with the array one.
 void BM_PelQueue(benchmark::State& state) {
   const auto n = state.range(0);

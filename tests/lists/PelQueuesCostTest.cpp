@@ -10,6 +10,7 @@
 #include <limits>
 #include <map>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "lists/PelLists.h"
@@ -233,6 +234,16 @@ TEST(PelPriorityQueueCost, ManyItemsTakeMomentsNotHours) {
     ASSERT_EQ(F->First(), Item(i));
     F->Delete(0);
   }
+  Owned<TQStringQueue> T = Make<TQStringQueue>();
+  for (int i = 0; i < 300'000; ++i) T->PushItem(std::to_string(i), Item(i));
+  for (int i = 0; i < 300'000; ++i) {
+    if (i % 3 == 0) T->PushString("x");  // the pushes between pops reuse the room
+    TObject* object = nullptr;
+    ASSERT_EQ(T->PopItem(object), std::to_string(i));
+    ASSERT_EQ(object, Item(i));
+  }
+  EXPECT_EQ(T->GetCount(), 100'000);
+  EXPECT_EQ(T->TopString(), "x");
   // The string priority queue links nothing, but keeps every node it took.
   Owned<TPelPriorityStringQueue> S = Make<TPelPriorityStringQueue>();
   for (int i = 0; i < 200'000; ++i) S->PushP(nullptr, prio(rng));
