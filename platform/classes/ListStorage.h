@@ -32,7 +32,8 @@ class FrontGapSlots {
   void Reallocate(int32_t Capacity, int32_t Count) {
     Compact(Count);
     FSlots.resize(Pos(Capacity));
-    if (Capacity == 0) FSlots.shrink_to_fit();
+    // Memory goes back when the slots shrink a lot.
+    if (FSlots.capacity() > FSlots.size() * 2 + 16) FSlots.shrink_to_fit();
   }
 
   // Removes slot Index of the Count in use; the vacated slot is cleared.

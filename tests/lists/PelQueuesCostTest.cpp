@@ -244,6 +244,16 @@ TEST(PelPriorityQueueCost, ManyItemsTakeMomentsNotHours) {
   }
   EXPECT_EQ(T->GetCount(), 100'000);
   EXPECT_EQ(T->TopString(), "x");
+  // The library's string list, read and deleted from the front.
+  Owned<TPelStringList> L = Make<TPelStringList>();
+  for (int i = 0; i < 300'000; ++i) L->Add(std::to_string(i));
+  const int32_t capacity = L->GetCapacity();
+  for (int i = 0; i < 299'999; ++i) {
+    ASSERT_EQ(L->Get(0), std::to_string(i));
+    L->Delete(0);
+  }
+  EXPECT_EQ(L->Get(0), "299999");
+  EXPECT_EQ(L->GetCapacity(), capacity);
   // The string priority queue links nothing, but keeps every node it took.
   Owned<TPelPriorityStringQueue> S = Make<TPelPriorityStringQueue>();
   for (int i = 0; i < 200'000; ++i) S->PushP(nullptr, prio(rng));
