@@ -466,8 +466,9 @@ class TPelPriorityStringQueue : public TPelStringQueue {
 // queue walks as defined until a deletion or another outside change lets the
 // next push look again (so while the order stays broken, a push after a pop
 // costs two walks). A priority change on a node of any queue costs every
-// queue one such walk. Relinking nodes by hand (SetNext) is not seen: do not
-// do it on a priority queue.
+// queue one such walk. Not seen: nodes relinked by hand (SetNext), and a
+// node class of its own that writes FPriority without SetPriority; do
+// neither on a priority queue.
 //
 // The index costs a priority and two node references per distinct priority
 // (see PelListsRuns.h).
