@@ -80,7 +80,7 @@ String TPelStringList::Get(int32_t Index) {
   return FList[Index].FString;
 }
 
-int32_t TPelStringList::GetCapacity() { return static_cast<int32_t>(FList.size()); }
+int32_t TPelStringList::GetCapacity() { return FCapacity; }
 
 int32_t TPelStringList::GetCount() { return FCount; }
 
@@ -125,8 +125,8 @@ void TPelStringList::PutData(int32_t Index, TObject* AData) {
 
 void TPelStringList::SetCapacity(int32_t NewCapacity) {
   if (NewCapacity < FCount) Error(SListCapacityError, NewCapacity);
-  FList.resize(static_cast<std::size_t>(NewCapacity));
-  if (FList.capacity() > FList.size() * 2 + 16) FList.shrink_to_fit();
+  FList.Reallocate(NewCapacity, FCount);
+  FCapacity = NewCapacity;
 }
 
 // The flag is stored before notifying, so opening an update fires nothing
@@ -178,9 +178,7 @@ void TPelStringList::InsertItem(int32_t Index, const String& S) {
   if (FCount == GetCapacity()) Grow();
   // A descendant's SetCapacity may have declined to grow.
   if (FCount == GetCapacity()) Error(SListCapacityError, FCount);
-  // Rotate the spare (empty) item at FCount down to Index.
-  std::rotate(FList.begin() + Index, FList.begin() + FCount, FList.begin() + FCount + 1);
-  FList[Index].FString = S;
+  FList.Open(Index, FCount).FString = S;
   ++FCount;
   Changed();
 }
@@ -192,9 +190,8 @@ void TPelStringList::Delete(int32_t Index) {
   TPelStringItem& item = FList[Index];
   if (FFreeData && item.FData) Free(std::exchange(item.FData, nullptr));
   if (FFreeObjects && item.FObject) Free(std::exchange(item.FObject, nullptr));
-  item = TPelStringItem{};
+  FList.Erase(Index, FCount, FCapacity);
   --FCount;
-  std::rotate(FList.begin() + Index, FList.begin() + Index + 1, FList.begin() + FCount + 1);
   Changed();
 }
 

@@ -170,8 +170,10 @@ class TPelStringList : public TStrings {
 
   bool FUpdating = false;
   IPtr<IStringsOwner> FOwner;
-  std::vector<TPelStringItem> FList;  // FList.size() is the capacity
+  // FCapacity items; deleting at the front is cheap (see ListStorage.h).
+  detail::FrontGapSlots<TPelStringItem> FList;
   int32_t FCount = 0;
+  int32_t FCapacity = 0;
   bool FSorted = false;
   TDuplicates FDuplicates = dupIgnore;
   TNotifyEvent FOnChange;

@@ -1,6 +1,9 @@
 #include "lists/PelLists.h"
 
 #include <algorithm>
+#include <atomic>
+#include <iterator>
+#include <utility>
 
 namespace pel {
 
@@ -535,25 +538,126 @@ TSQNode* TPelPriorityQueue::NewNode() {
   return TSQPriorityNodeClass(TSQPriorityNode::StaticClass()).Create(0);
 }
 
+namespace detail {
+static std::atomic<uint64_t> GPriorityChanges{0};
+uint64_t PriorityChanges() { return GPriorityChanges.load(std::memory_order_relaxed); }
+void CountPriorityChange() { GPriorityChanges.fetch_add(1, std::memory_order_relaxed); }
+}  // namespace detail
+
+template <class Body>
+void TPelPriorityQueue::OwnChange(Body&& body) {
+  FOwnChange = true;
+  TryFinally(std::forward<Body>(body), [this] { FOwnChange = false; });
+}
+
+void TPelPriorityQueue::Change() {
+  // Taken before OnChange runs, so that what a handler does is judged alone.
+  if (!std::exchange(FOwnChange, false)) FOrder = orUnknown;
+  TPelQueue::Change();
+}
+
+void TPelPriorityQueue::EndUpdate() {
+  OwnChange([this] { TPelQueue::EndUpdate(); });
+}
+
+bool TPelPriorityQueue::Indexed(bool Check) {
+  uint64_t changes = detail::PriorityChanges();
+  if (changes != FSeenChanges) {
+    FSeenChanges = changes;
+    if (FOrder == orSorted) FOrder = orUnknown;
+  }
+  if (Check && FOrder == orUnknown) Rebuild();
+  return FOrder == orSorted;
+}
+
+void TPelPriorityQueue::Rebuild() {
+  FRuns.Clear();
+  FOrder = orBroken;
+  // The nodes must be Count priority nodes from the head to the tail, in
+  // ascending order; only pointers are compared until a node is known linked.
+  TSQNode* last = nullptr;
+  detail::TPriorityRuns::TRun* run = nullptr;
+  int32_t p = 0;
+  int32_t n = 0;
+  for (TSQNode* at = FHead; at; at = at->GetNext()) {
+    auto* node = dynamic_cast<TSQPriorityNode*>(at);
+    if (++n > FCount || !node || (run && node->GetPriority() < p)) {
+      FRuns.Clear();
+      return;
+    }
+    if (run && node->GetPriority() == p) {
+      run->Last = node;
+    } else {
+      p = node->GetPriority();
+      run = FRuns.Add(p, {node, node}).first;
+    }
+    node->FLinked = true;
+    last = at;
+  }
+  if (n != FCount || last != FTail) {
+    FRuns.Clear();
+    return;
+  }
+  FOrder = orSorted;
+}
+
+TSQNode* TPelPriorityQueue::IndexedPlace(int32_t P, TSQNode*& Prev) {
+  detail::TPriorityRuns::TRun* before;
+  detail::TPriorityRuns::TRun* run;
+  FRuns.Around(P, before, run);
+  Prev = before->Last;
+  return run->First;
+}
+
+void TPelPriorityQueue::IndexInsert(TSQPriorityNode* Node, TSQNode* Prev, TSQNode* Next) {
+  Node->FLinked = true;
+  auto [run, added] = FRuns.Add(Node->GetPriority(), {Node, Node});
+  if (added) return;
+  // Linked into the run of equal priorities: at its front or its back.
+  if (run->First == Next) run->First = Node;
+  if (run->Last == Prev) run->Last = Node;
+}
+
+void TPelPriorityQueue::IndexDelete(TSQPriorityNode* Node, TSQNode* Prev) {
+  detail::TPriorityRuns::TRun* run = FRuns.Find(Node->GetPriority());
+  if (run->First == Node && run->Last == Node) {
+    FRuns.Remove(Node->GetPriority());
+  } else if (run->First == Node) {
+    run->First = Node->GetNext();
+  } else if (run->Last == Node) {
+    run->Last = Prev;
+  }
+}
+
 TSQNode* TPelPriorityQueue::Insert(TSQNode* Node, TSQNode*) {
   TSQPriorityNode* node = As<TSQPriorityNode>(CheckAssigned(Node));
   int32_t p = node->GetPriority();
+  bool indexed = Indexed(true);
   Reset();
+  TSQNode* prev = nullptr;
+  TSQNode* next = nullptr;
   if (!FHead) {
     FHead = node;
     FTail = node;
   } else if (p <= As<TSQPriorityNode>(FHead)->GetPriority()) {
     // Newest first among equal priorities at the head: intended.
+    next = FHead;
     node->SetNext(FHead);
     FHead = node;
   } else if (!FTail) {
     RaiseAccessViolation();
   } else if (p >= As<TSQPriorityNode>(FTail)->GetPriority()) {
     // Behind an equal tail: intended.
+    prev = FTail;
     FTail->SetNext(node);
     FTail = node;
+  } else if (indexed) {
+    next = IndexedPlace(p, prev);
+    // Where the walk would have left the cursor: after the node it stopped at.
+    FCurrent = next->GetNext();
+    node->SetNext(next);
+    prev->SetNext(node);
   } else {
-    TSQNode* prev = nullptr;
     while (!GetEndOfList()) {
       TSQNode* walked = TPelQueue::GetNext();
       if (As<TSQPriorityNode>(walked)->GetPriority() >= p) {
@@ -565,9 +669,23 @@ TSQNode* TPelPriorityQueue::Insert(TSQNode* Node, TSQNode*) {
       prev = walked;
     }
   }
+  if (indexed) IndexInsert(node, prev, next);
   ++FCount;
-  Change();
+  OwnChange([this] { Change(); });
   return Node;
+}
+
+void TPelPriorityQueue::Delete(TSQNode* Node) {
+  // Deleting never checks the order (each pop would walk): without the index
+  // the deletion is the linked list's, and the next push checks.
+  if (!Node || FCount == 0 || !Indexed(false)) {
+    TPelQueue::Delete(Node);
+    return;
+  }
+  // Find raises as the linked list's Delete would, before anything changes.
+  TSQNode* prev = Node == FHead ? nullptr : Find(Node);
+  IndexDelete(As<TSQPriorityNode>(Node), prev);
+  OwnChange([&] { TPelQueue::Delete(Node); });
 }
 
 void TPelPriorityQueue::AddLinkedList(TPelCustomLinkedList* List) {
@@ -626,8 +744,7 @@ TSQNode* TPelPriorityStringQueue::Insert(TSQNode* Node, TSQNode*) {
   }
   // Intended: only the new node's Next is set; nothing is linked or counted.
   node->SetNext(stop ? stop : last);
-  if (std::find(FUnlinked.begin(), FUnlinked.end(), Node) == FUnlinked.end())
-    FUnlinked.push_back(Node);
+  FUnlinked.insert(Node);
   return Node;
 }
 

@@ -27,9 +27,11 @@
 #pragma once
 
 #include <cstdint>
+#include <unordered_set>
 #include <vector>
 
 #include "foundation/Structures.h"
+#include "lists/PelListsRuns.h"
 #include "platform/Classes.h"
 #include "platform/TypInfo.h"
 
@@ -112,20 +114,37 @@ class TSQStringNode : public TSQNode {
   String FValue;
 };
 
+namespace detail {
+// Counts the priority changes of nodes linked in a TPelPriorityQueue; a
+// queue whose order index saw another count checks its order again.
+uint64_t PriorityChanges();
+void CountPriorityChange();
+}  // namespace detail
+
 // A node with a priority; the smaller value is served first. Made through
 // TSQPriorityNodeClass with the priority as the constructor argument.
 // Assign copies what TSQNode copies, not the priority.
 class TSQPriorityNode : public TSQNode {
   PEL_CLASS(TSQPriorityNode, TSQNode)
+  friend class TPelPriorityQueue;
+
  public:
   using TCreateArgs = TCtorArgs<int32_t>;
   explicit TSQPriorityNode(int32_t APriority) : FPriority(APriority) {}
 
   int32_t GetPriority() const { return FPriority; }
-  void SetPriority(int32_t Value) { FPriority = Value; }
+  // On a node a priority queue has linked, a new value is counted (see
+  // TPelPriorityQueue), as it may break the queue's order.
+  void SetPriority(int32_t Value) {
+    if (FLinked && Value != FPriority) detail::CountPriorityChange();
+    FPriority = Value;
+  }
 
  protected:
   int32_t FPriority;
+
+ private:
+  bool FLinked = false;  // a TPelPriorityQueue has linked it
 };
 
 using TSQPriorityNodeClass = TClassOf<TSQPriorityNode, int32_t>;
@@ -419,17 +438,49 @@ class TPelPriorityStringQueue : public TPelStringQueue {
   TSQPriorityStringNode* GetNext();
 
  private:
-  std::vector<TSQNode*> FUnlinked;  // nodes Insert took but left outside
+  std::unordered_set<TSQNode*> FUnlinked;  // nodes Insert took but left outside
 };
 
 // A queue of objects served in ascending priority. Among equal priorities a
 // newcomer goes before the equal ones at the head and in the middle, but
 // behind an equal tail; that order is intended.
+//
+// Where a new node goes is defined by a walk from the head to the first node
+// whose priority is at least the new one. While the list is in ascending
+// order, which every operation of the queue keeps, an order index finds that
+// node instead in O(log n): one entry per distinct priority, holding the
+// first and last node of the run of that priority. Popping, and deleting the
+// head, cost constant time.
+//
+// A caller can still break the order: set a linked node's priority, or put
+// nodes in through the base list's operations (the linked list's own Insert,
+// SetNode, ...). The index learns of it thus:
+// - every structural change ends in Change; the queue's own operations say
+//   beforehand that a change is theirs, so any other change makes the order
+//   unknown;
+// - a linked node counts its priority changes in a count shared by all
+//   priority queues; a queue that sees the count moved makes its order
+//   unknown.
+// The next push into a queue whose order is unknown walks all its nodes
+// once: when they are in ascending order the index is rebuilt, otherwise the
+// queue walks as defined until a deletion or another outside change lets the
+// next push look again (so while the order stays broken, a push after a pop
+// costs two walks). A priority change on a node of any queue costs every
+// queue one such walk. Not seen: nodes relinked by hand (SetNext), and a
+// node class of its own that writes FPriority without SetPriority; do
+// neither on a priority queue.
+//
+// The index costs a priority and two node references per distinct priority
+// (see PelListsRuns.h).
 class TPelPriorityQueue : public TPelQueue {
   PEL_CLASS(TPelPriorityQueue, TPelQueue)
  public:
   // Copies of List's nodes keep their priority when they are TSQPriorityNode.
   void AddLinkedList(TPelCustomLinkedList* List) override;
+  // The closing notification is the queue's own.
+  void EndUpdate() override;
+  // Unlinks and frees Node as the linked list does, keeping the index.
+  void Delete(TSQNode* Node) override;
   // Before is ignored: the node goes where its priority puts it.
   TSQNode* Insert(TSQNode* Node, TSQNode* Before) override;
   TSQNode* NewNode() override;
@@ -445,6 +496,29 @@ class TPelPriorityQueue : public TPelQueue {
   TSQPriorityNode* GetPriorityNode(int32_t Index);
   void SetPriorityNode(int32_t Index, TSQPriorityNode* Node);
   TSQPriorityNode* GetNext();
+
+ protected:
+  // An outside change makes the order unknown.
+  void Change() override;
+
+ private:
+  enum TOrder { orSorted, orUnknown, orBroken };
+
+  // Whether the index may be used; with Check, an unknown order is checked.
+  bool Indexed(bool Check);
+  void Rebuild();
+  // The node before which the walk would link priority P (head < P < tail).
+  TSQNode* IndexedPlace(int32_t P, TSQNode*& Prev);
+  void IndexInsert(TSQPriorityNode* Node, TSQNode* Prev, TSQNode* Next);
+  void IndexDelete(TSQPriorityNode* Node, TSQNode* Prev);
+  // Runs Body, whose change notification is the queue's own.
+  template <class Body>
+  void OwnChange(Body&& body);
+
+  detail::TPriorityRuns FRuns;  // the order index
+  TOrder FOrder = orSorted;
+  uint64_t FSeenChanges = detail::PriorityChanges();
+  bool FOwnChange = false;
 };
 
 // ---------------------------------------------------------------------------
@@ -458,6 +532,8 @@ class TPelPriorityQueue : public TPelQueue {
 //
 // Kept on purpose: Put frees the old object even when it is the very object
 // being stored again, leaving the slot referring to a freed object.
+//
+// Like TList it deletes at the front in constant time on average.
 class TFreeList : public TPersistent {
   PEL_CLASS(TFreeList, TPersistent)
   PEL_PUBLISHED(TFreeList, Property<&TFreeList::GetFreeItems, &TFreeList::SetFreeItems>("FreeItems")
@@ -517,7 +593,7 @@ class TFreeList : public TPersistent {
   void CheckIndex(int32_t Index);
   void QuickSort(int32_t L, int32_t R, TListSortCompare Compare);
 
-  std::vector<TObject*> FList;  // FCapacity slots
+  detail::FrontGapSlots<TObject*> FList;  // FCapacity slots, see ListStorage.h
   int32_t FCount = 0;
   int32_t FCapacity = 0;
   bool FFreeItems = true;
