@@ -4,7 +4,6 @@
 // the queues and array lists stay fast with many items.
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <climits>
 #include <cstdint>
 #include <limits>
@@ -211,10 +210,9 @@ TEST(PelPriorityQueueCost, OrderIndexAgreesWithAMap) {
   }
 }
 
-TEST(PelPriorityQueueCost, ManyItemsTakeMomentsNotHours) {
-  // Quadratic work at these sizes takes minutes; linear work, well under a
-  // second even with sanitizers.
-  auto start = std::chrono::steady_clock::now();
+TEST(PelPriorityQueueCost, LargeQueuesKeepTheirOrder) {
+  // Sizes at which a quadratic step would stall the suite; what they cost is
+  // measured in bench/QueuesBench.
   std::mt19937 rng(1);
   std::uniform_int_distribution<int32_t> prio(0, 1'000'000);
   Owned<TPelPriorityQueue> Q = Make<TPelPriorityQueue>();
@@ -258,5 +256,4 @@ TEST(PelPriorityQueueCost, ManyItemsTakeMomentsNotHours) {
   Owned<TPelPriorityStringQueue> S = Make<TPelPriorityStringQueue>();
   for (int i = 0; i < 200'000; ++i) S->PushP(nullptr, prio(rng));
   EXPECT_TRUE(S->IsEmpty());
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
 }
