@@ -15,4 +15,6 @@
 #include "platform/SysUtils.h"
 #include "platform/System.h"
 #include "platform/TypInfo.h"
+#include "text/PelParser.h"
+#include "text/PelRegularExpression.h"
 #include "trees/PelTree.h"
