@@ -10,7 +10,6 @@ namespace pel::detail {
 TRegExStateSets::TRegExStateSets(const TRegExStates& States, int32_t StartState, bool FoldCase,
                                  bool Floating)
     : FStates(States),
-      FStartState(StartState),
       FFoldCase(FoldCase),
       FFloating(Floating),
       FMark(States.size(), 0) {

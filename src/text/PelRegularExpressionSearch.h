@@ -53,7 +53,6 @@ class TRegExStateSets {
   void Reset();
 
   const TRegExStates& FStates;
-  int32_t FStartState;
   bool FFoldCase, FFloating;
   std::vector<int32_t> FStartSet;
   bool FStartAccepts = false;

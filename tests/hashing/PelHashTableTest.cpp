@@ -271,7 +271,7 @@ TEST(PelHashTable, FailuresLeaveTheTableUnchanged) {
       {"List index out of bounds (2)", [&] { t->GoToEntry(2); }},
       {"List index out of bounds (-1)", [&] { t->GetItemByIndex(-1); }},
   };
-  for (const auto& [msg, body] : cases) ExpectRaises<Exception>([&] { body(); }, msg);
+  for (const auto& c : cases) ExpectRaises<Exception>([&] { c.second(); }, c.first);
   // A hash outside the buckets is refused by put, lookup, remove and resize.
   for (int32_t bad : {-1, 101, 5000}) {
     t->ForcedBucket = bad;
