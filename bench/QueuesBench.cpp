@@ -1,6 +1,8 @@
 // The linked priority queue against std::priority_queue (with a stable tie
 // break: equal priorities leave in arrival order), and the array queue and
-// stack against std::deque. Push everything, then pop everything.
+// stack against std::deque, at 10,000, 100,000 and 1,000,000 items. Push
+// everything, then pop everything; the priorities are random in 0..1,000,000
+// (many distinct ones, a few ties).
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
@@ -21,6 +23,10 @@ std::vector<int32_t> Priorities(std::size_t n) {
   return p;
 }
 
+void Sizes(benchmark::internal::Benchmark* b) {
+  b->Arg(10'000)->Arg(100'000)->Arg(1'000'000)->Unit(benchmark::kMillisecond);
+}
+
 void BM_PelPriorityQueue(benchmark::State& state) {
   const auto prios = Priorities(static_cast<std::size_t>(state.range(0)));
   for (auto _ : state) {
@@ -30,9 +36,7 @@ void BM_PelPriorityQueue(benchmark::State& state) {
   }
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
-BENCHMARK(BM_PelPriorityQueue)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond);
-// Each push walks the list: 100,000 pushes take about a minute, so once.
-BENCHMARK(BM_PelPriorityQueue)->Arg(100000)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_PelPriorityQueue)->Apply(Sizes);
 
 void BM_StdPriorityQueue(benchmark::State& state) {
   const auto prios = Priorities(static_cast<std::size_t>(state.range(0)));
@@ -56,50 +60,106 @@ void BM_StdPriorityQueue(benchmark::State& state) {
   }
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
-BENCHMARK(BM_StdPriorityQueue)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
-
-constexpr int kQueueItems = 100'000;
+BENCHMARK(BM_StdPriorityQueue)->Apply(Sizes);
 
 template <class Q>
 void PushPop(benchmark::State& state) {
+  const auto n = static_cast<intptr_t>(state.range(0));
   for (auto _ : state) {
     auto q = pel::Make<Q>();
-    for (intptr_t i = 0; i < kQueueItems; ++i) q->Push(reinterpret_cast<void*>(i));
+    for (intptr_t i = 0; i < n; ++i) q->Push(reinterpret_cast<void*>(i));
     while (!q->IsEmpty()) benchmark::DoNotOptimize(q->Pop());
   }
-  state.SetItemsProcessed(state.iterations() * kQueueItems);
+  state.SetItemsProcessed(state.iterations() * n);
 }
 
 void BM_TQQueue(benchmark::State& state) { PushPop<pel::TQQueue>(state); }
-BENCHMARK(BM_TQQueue)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_TQQueue)->Apply(Sizes);
 
 void BM_TQStack(benchmark::State& state) { PushPop<pel::TQStack>(state); }
-BENCHMARK(BM_TQStack)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_TQStack)->Apply(Sizes);
 
-void BM_StdDequeQueue(benchmark::State& state) {
+// The string queue on the platform's string list, strings and objects.
+void BM_TQStringQueue(benchmark::State& state) {
+  const auto n = state.range(0);
+  for (auto _ : state) {
+    auto q = pel::Make<pel::TQStringQueue>();
+    for (int64_t i = 0; i < n; ++i) q->PushItem("item", nullptr);
+    while (!q->IsEmpty()) benchmark::DoNotOptimize(q->PopString());
+  }
+  state.SetItemsProcessed(state.iterations() * n);
+}
+BENCHMARK(BM_TQStringQueue)->Apply(Sizes);
+
+// The linked queue, for comparison with the array one.
+void BM_PelQueue(benchmark::State& state) {
+  const auto n = state.range(0);
+  for (auto _ : state) {
+    auto q = pel::Make<pel::TPelQueue>();
+    for (int64_t i = 0; i < n; ++i) q->Push(nullptr);
+    while (!q->IsEmpty()) benchmark::DoNotOptimize(q->Pop());
+  }
+  state.SetItemsProcessed(state.iterations() * n);
+}
+BENCHMARK(BM_PelQueue)->Apply(Sizes);
+
+template <bool Fifo>
+void DequePushPop(benchmark::State& state) {
+  const auto n = static_cast<intptr_t>(state.range(0));
   for (auto _ : state) {
     std::deque<void*> q;
-    for (intptr_t i = 0; i < kQueueItems; ++i) q.push_back(reinterpret_cast<void*>(i));
+    for (intptr_t i = 0; i < n; ++i) q.push_back(reinterpret_cast<void*>(i));
     while (!q.empty()) {
+      if constexpr (Fifo) {
+        benchmark::DoNotOptimize(q.front());
+        q.pop_front();
+      } else {
+        benchmark::DoNotOptimize(q.back());
+        q.pop_back();
+      }
+    }
+  }
+  state.SetItemsProcessed(state.iterations() * n);
+}
+
+void BM_StdDequeQueue(benchmark::State& state) { DequePushPop<true>(state); }
+BENCHMARK(BM_StdDequeQueue)->Apply(Sizes);
+
+void BM_StdDequeStack(benchmark::State& state) { DequePushPop<false>(state); }
+BENCHMARK(BM_StdDequeStack)->Apply(Sizes);
+
+// A steady queue: a million operations on a queue that holds Size items,
+// one push and one pop each, as a work list is used.
+template <class Q>
+void Steady(benchmark::State& state) {
+  const auto n = static_cast<intptr_t>(state.range(0));
+  for (auto _ : state) {
+    auto q = pel::Make<Q>();
+    for (intptr_t i = 0; i < n; ++i) q->Push(reinterpret_cast<void*>(i));
+    for (intptr_t i = 0; i < 1'000'000; ++i) {
+      q->Push(reinterpret_cast<void*>(i));
+      benchmark::DoNotOptimize(q->Pop());
+    }
+  }
+  state.SetItemsProcessed(state.iterations() * 1'000'000);
+}
+
+void BM_TQQueueSteady(benchmark::State& state) { Steady<pel::TQQueue>(state); }
+BENCHMARK(BM_TQQueueSteady)->Apply(Sizes);
+
+void BM_StdDequeSteady(benchmark::State& state) {
+  const auto n = static_cast<intptr_t>(state.range(0));
+  for (auto _ : state) {
+    std::deque<void*> q;
+    for (intptr_t i = 0; i < n; ++i) q.push_back(reinterpret_cast<void*>(i));
+    for (intptr_t i = 0; i < 1'000'000; ++i) {
+      q.push_back(reinterpret_cast<void*>(i));
       benchmark::DoNotOptimize(q.front());
       q.pop_front();
     }
   }
-  state.SetItemsProcessed(state.iterations() * kQueueItems);
+  state.SetItemsProcessed(state.iterations() * 1'000'000);
 }
-BENCHMARK(BM_StdDequeQueue)->Unit(benchmark::kMillisecond);
-
-void BM_StdDequeStack(benchmark::State& state) {
-  for (auto _ : state) {
-    std::deque<void*> q;
-    for (intptr_t i = 0; i < kQueueItems; ++i) q.push_back(reinterpret_cast<void*>(i));
-    while (!q.empty()) {
-      benchmark::DoNotOptimize(q.back());
-      q.pop_back();
-    }
-  }
-  state.SetItemsProcessed(state.iterations() * kQueueItems);
-}
-BENCHMARK(BM_StdDequeStack)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_StdDequeSteady)->Apply(Sizes);
 
 }  // namespace

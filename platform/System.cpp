@@ -7,24 +7,25 @@
 
 namespace pel {
 
-bool TClassInfo::InheritsFrom(TClass AClass) const noexcept {
-  for (TClass c = this; c; c = c->Parent)
+bool TClassInfo::InheritsFromAncestor(TClass AClass) const noexcept {
+  for (TClass c = Parent; c; c = c->Parent)
     if (c == AClass) return true;
   return false;
 }
 
 TClass TObject::StaticClass() {
-  static const TClassInfo info{"TObject", nullptr,
+  static const TClassInfo info{"TObject",
+                               nullptr,
                                detail::FactoryFor<TObject, TCtorArgs<>>::Get(),
-                               &detail::kFamilyTag<TCtorArgs<>>, sizeof(TObject), nullptr};
+                               &detail::kFamilyTag<TCtorArgs<>>,
+                               sizeof(TObject),
+                               nullptr};
   return &info;
 }
 
 String TObject::ClassName() const { return ClassType()->Name; }
 
 TClass TObject::ClassParent() const { return ClassType()->Parent; }
-
-bool TObject::InheritsFrom(TClass AClass) const { return ClassType()->InheritsFrom(AClass); }
 
 std::size_t TObject::InstanceSize() const { return ClassType()->InstanceSize; }
 

@@ -33,6 +33,7 @@
 #include <memory>
 #include <string>
 #include <type_traits>
+#include <typeinfo>
 #include <utility>
 
 namespace pel {
@@ -75,7 +76,14 @@ struct TClassInfo {
   // platform/TypInfo.h), or null when the class declares none.
   const TPropTable* (*PropTable)();
 
-  bool InheritsFrom(TClass AClass) const noexcept;
+  // Most tests ask about the object's own class: that costs one
+  // comparison; only other classes walk the parent chain.
+  bool InheritsFrom(TClass AClass) const noexcept {
+    return this == AClass || InheritsFromAncestor(AClass);
+  }
+
+ private:
+  bool InheritsFromAncestor(TClass AClass) const noexcept;
 };
 
 namespace detail {
@@ -160,7 +168,7 @@ class TObject {
 
   String ClassName() const;
   TClass ClassParent() const;
-  bool InheritsFrom(TClass AClass) const;
+  bool InheritsFrom(TClass AClass) const { return ClassType()->InheritsFrom(AClass); }
   std::size_t InstanceSize() const;
 
   // Called by New and class references once the constructor has finished;
@@ -228,17 +236,38 @@ TObject* Construct(A... args) {
 // Raises EClassNotFound-style errors for a class reference that cannot create.
 [[noreturn]] void RaiseAbstractClass(TClass AClass);
 
+namespace detail {
+// Whether obj (not null) is exactly a T, read from the object's own type
+// record without a call: the cheap answer for the casts' usual case. A
+// false answer settles nothing (the type record of a class may exist once
+// per module); the class chain then decides.
+template <class T>
+bool IsExactly(const TObject* obj) {
+  return &typeid(*obj) == &typeid(T);
+}
+// The rest of the test, out of line so that the callers' usual path stays
+// short.
+template <class T>
+[[gnu::noinline]] bool InheritsFrom(const TObject* obj) {
+  return obj->InheritsFrom(T::StaticClass());
+}
+template <class T>
+[[gnu::noinline]] T* CheckedCast(TObject* obj) {
+  if (!obj->InheritsFrom(T::StaticClass())) RaiseInvalidCast();
+  return static_cast<T*>(obj);
+}
+}  // namespace detail
+
 template <class T>
 bool Is(const TObject* obj) {
-  return obj && obj->InheritsFrom(T::StaticClass());
+  return obj && (detail::IsExactly<T>(obj) || detail::InheritsFrom<T>(obj));
 }
 
 // The framework's checked cast: nil passes, a wrong class raises.
 template <class T>
 T* As(TObject* obj) {
-  if (!obj) return nullptr;
-  if (!obj->InheritsFrom(T::StaticClass())) RaiseInvalidCast();
-  return static_cast<T*>(obj);
+  if (!obj || detail::IsExactly<T>(obj)) return static_cast<T*>(obj);
+  return detail::CheckedCast<T>(obj);
 }
 template <class T>
 const T* As(const TObject* obj) {

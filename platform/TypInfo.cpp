@@ -19,7 +19,6 @@ const TTypeInfo TypeInfoCurrency{tkFloat, "Currency", ftCurr};
 const TTypeInfo TypeInfoString{tkLString, "AnsiString"};
 const TTypeInfo TypeInfoNotifyEvent{tkMethod, "TNotifyEvent"};
 const TTypeInfo TypeInfoVariant{tkVariant, "Variant"};
-const TTypeInfo TypeInfoInterface{tkInterface, "IInterface"};
 
 bool SameIdentifier(const String& A, const String& B) { return SameText(A, B); }
 
@@ -86,7 +85,7 @@ bool IsDefaultPropValue(TObject* Instance, const TPropInfo* P) {
     case tkVariant:
       return VarIsEmpty(GetVariantProp(Instance, P));
     case tkInterface:
-      return !GetInterfaceProp(Instance, P);
+      return GetInterfaceProp(Instance, P) == nullptr;
     default:
       return false;
   }
@@ -164,15 +163,15 @@ void SetVariantProp(TObject* Instance, const TPropInfo* P, const Variant& Value)
   P->SetVar(Instance, Value);
 }
 
-IPtr<IInterface> GetInterfaceProp(TObject* Instance, const TPropInfo* P) {
+TObject* GetInterfaceProp(TObject* Instance, const TPropInfo* P) {
   if (!P->GetIntf) BadType(P);
   return P->GetIntf(Instance);
 }
 
-void SetInterfaceProp(TObject* Instance, const TPropInfo* P, const IPtr<IInterface>& Value) {
+void SetInterfaceProp(TObject* Instance, const TPropInfo* P, TObject* Implementor) {
   if (!P->GetIntf) BadType(P);
   if (!P->SetIntf) ReadOnly();
-  P->SetIntf(Instance, Value);
+  if (!P->SetIntf(Instance, Implementor)) throw EPropertyError(SInvalidPropertyValue);
 }
 
 const TPropInfo* FindPropInfo(const TObject* Instance, const String& Name) {

@@ -17,17 +17,16 @@
 // (taking the value; nullptr for a read-only property). The property's type
 // follows from the getter's result: bool is Boolean, char Char, int64_t
 // Int64, other integers Integer, float Single, double Double, Currency
-// Currency, String a long string, Variant Variant, IPtr<IInterface> an
-// interface, a pointer to a TObject descendant a class property. An enumeration or a set (held as
-// an integer bit mask, bit N for element N) gives its TTypeInfo as the second argument; so does an
-// event, whose getter and setter carry the handler's method name (empty when unassigned) as a
-// String, with TypeInfoNotifyEvent or its own method type.
+// Currency, String a long string, Variant a variant, a pointer to a TObject
+// descendant a class property, an IPtr an interface. An enumeration or a set (held as an integer bit mask, bit N for
+// element N) gives its TTypeInfo as the second argument; so does an event,
+// whose getter and setter carry the handler's method name (empty when
+// unassigned) as a String, with TypeInfoNotifyEvent or its own method type.
 //
 // WithDefault(v) sets the ordinal default: an ordinal equal to it is not
 // written. Without one the ordinal is always written (the framework's
 // "nodefault"). Strings, floats and 64-bit integers are written when they
-// are not empty / zero, variants when they are not Empty; interfaces are
-// not written. NotStored() or StoredBy<&C::Fn>() decide whether the
+// are not empty / zero, variants when they are not Empty. NotStored() or StoredBy<&C::Fn>() decide whether the
 // property is written at all.
 //
 // The table lives in the class's descriptor. GetPropList(AClass) returns the
@@ -83,6 +82,8 @@ struct TTypeInfo {
   const TTypeInfo* CompType = nullptr;
   // Class properties: the declared class.
   TClass ClassType = nullptr;
+  // Interface properties: the declared interface.
+  const TGUID* IntfGuid = nullptr;
 };
 
 // Describes an enumeration from its value names, in order.
@@ -106,7 +107,6 @@ extern const TTypeInfo TypeInfoCurrency;
 extern const TTypeInfo TypeInfoString;
 extern const TTypeInfo TypeInfoNotifyEvent;
 extern const TTypeInfo TypeInfoVariant;
-extern const TTypeInfo TypeInfoInterface;
 
 // The framework's "nodefault" marker.
 constexpr int64_t kNoDefault = INT32_MIN;
@@ -118,8 +118,10 @@ struct TPropInfo {
   // char, enumeration, set, int64) and currency (its raw value) go through
   // GetOrd/SetOrd, single and double through GetFloat/SetFloat, strings and
   // method names through GetStr/SetStr, class properties through
-  // GetObj/SetObj, variants through GetVar/SetVar, interfaces through
-  // GetIntf/SetIntf. A read-only property has no setter.
+  // GetObj/SetObj, variants through GetVar/SetVar, interface properties through GetIntf/SetIntf: the object
+  // behind the interface (null when it is none of ours), and a setter that
+  // asks the object for the interface and answers false when it has none.
+  // A read-only property has no setter.
   int64_t (*GetOrd)(TObject*) = nullptr;
   void (*SetOrd)(TObject*, int64_t) = nullptr;
   double (*GetFloat)(TObject*) = nullptr;
@@ -130,8 +132,8 @@ struct TPropInfo {
   void (*SetObj)(TObject*, TObject*) = nullptr;
   Variant (*GetVar)(TObject*) = nullptr;
   void (*SetVar)(TObject*, const Variant&) = nullptr;
-  IPtr<IInterface> (*GetIntf)(TObject*) = nullptr;
-  void (*SetIntf)(TObject*, const IPtr<IInterface>&) = nullptr;
+  TObject* (*GetIntf)(TObject*) = nullptr;
+  bool (*SetIntf)(TObject*, TObject*) = nullptr;
   int64_t Default = kNoDefault;
   bool StoredConst = true;
   bool (*StoredFn)(TObject*) = nullptr;
@@ -198,8 +200,10 @@ TObject* GetObjectProp(TObject* Instance, const TPropInfo* PropInfo);
 void SetObjectProp(TObject* Instance, const TPropInfo* PropInfo, TObject* Value);
 Variant GetVariantProp(TObject* Instance, const TPropInfo* PropInfo);
 void SetVariantProp(TObject* Instance, const TPropInfo* PropInfo, const Variant& Value);
-IPtr<IInterface> GetInterfaceProp(TObject* Instance, const TPropInfo* PropInfo);
-void SetInterfaceProp(TObject* Instance, const TPropInfo* PropInfo, const IPtr<IInterface>& Value);
+// Interface properties, by the object that implements the interface. Setting
+// an object that does not implement it raises EPropertyError; null clears.
+TObject* GetInterfaceProp(TObject* Instance, const TPropInfo* PropInfo);
+void SetInterfaceProp(TObject* Instance, const TPropInfo* PropInfo, TObject* Implementor);
 
 // The same by name; an unknown name raises EPropertyError
 // "Property <name> does not exist".
@@ -253,6 +257,25 @@ constexpr bool kIsObjectPtr =
     std::is_pointer_v<T>&& std::is_base_of_v<TObject, std::remove_cv_t<std::remove_pointer_t<T>>>;
 
 template <class T>
+struct IsIPtr : std::false_type {};
+template <class I>
+struct IsIPtr<IPtr<I>> : std::true_type {
+  using Intf = I;
+};
+
+// Whether interface I declares an identifier of its own (one that merely
+// inherits IInterface's cannot be asked for).
+template <class I>
+constexpr bool HasOwnIID() {
+  if constexpr (std::is_same_v<I, IInterface>)
+    return true;
+  else if constexpr (requires { I::IID; })
+    return &I::IID != &IInterface::IID;
+  else
+    return false;
+}
+
+template <class T>
 const TTypeInfo* DefaultTypeOf() {
   if constexpr (std::is_same_v<T, bool>)
     return &TypeInfoBoolean;
@@ -290,7 +313,9 @@ struct Getter {
   static String Str(TObject* o) { return Call(o); }
   static TObject* Obj(TObject* o) { return Call(o); }
   static Variant Var(TObject* o) { return Call(o); }
-  static IPtr<IInterface> Intf(TObject* o) { return Call(o); }
+  // The object behind an interface: its implementing class derives from
+  // TObject when it is one of ours.
+  static TObject* Intf(TObject* o) { return dynamic_cast<TObject*>(Call(o).get()); }
 };
 
 template <auto Set>
@@ -309,12 +334,33 @@ struct Setter {
   static void Float(TObject* o, double v) { (static_cast<C*>(o)->*Set)(static_cast<A>(v)); }
   static void Str(TObject* o, const String& v) { (static_cast<C*>(o)->*Set)(v); }
   static void Var(TObject* o, const Variant& v) { (static_cast<C*>(o)->*Set)(v); }
-  static void Intf(TObject* o, const IPtr<IInterface>& v) { (static_cast<C*>(o)->*Set)(v); }
   static void Obj(TObject* o, TObject* v) {
     using P = std::remove_cv_t<std::remove_pointer_t<A>>;
     (static_cast<C*>(o)->*Set)(As<P>(v));
   }
+  static bool Intf(TObject* o, TObject* v) {
+    using I = typename IsIPtr<A>::Intf;
+    // An interface with an identifier is asked for; one without (a hook
+    // reached only through its property) is found by the object's class.
+    A value;
+    if constexpr (HasOwnIID<I>())
+      value = SupportsObj<I>(v);
+    else
+      value = A(dynamic_cast<I*>(v));
+    if (v && !value) return false;
+    (static_cast<C*>(o)->*Set)(value);
+    return true;
+  }
 };
+
+template <class I>
+const TTypeInfo* IntfTypeInfo() {
+  const TGUID* iid = nullptr;
+  if constexpr (HasOwnIID<I>()) iid = &I::IID;
+  static const TTypeInfo info{tkInterface, "IInterface", ftDouble, nullptr,
+                              0,           nullptr,      nullptr,  iid};
+  return &info;
+}
 
 template <class R>
 const TTypeInfo* ClassTypeInfo() {
@@ -335,7 +381,11 @@ TPropInfo Property(const char* Name, const TTypeInfo* Type = nullptr) {
   constexpr bool kHasSet = !std::is_same_v<decltype(Set), std::nullptr_t>;
   TPropInfo p{};
   p.Name = Name;
-  if constexpr (detail::kIsObjectPtr<R>) {
+  if constexpr (detail::IsIPtr<R>::value) {
+    p.PropType = Type ? Type : detail::IntfTypeInfo<typename detail::IsIPtr<R>::Intf>();
+    p.GetIntf = &G::Intf;
+    if constexpr (kHasSet) p.SetIntf = &detail::Setter<Set>::Intf;
+  } else if constexpr (detail::kIsObjectPtr<R>) {
     p.PropType = Type ? Type : detail::ClassTypeInfo<R>();
     p.GetObj = &G::Obj;
     if constexpr (kHasSet) p.SetObj = &detail::Setter<Set>::Obj;
@@ -347,10 +397,6 @@ TPropInfo Property(const char* Name, const TTypeInfo* Type = nullptr) {
     p.PropType = Type ? Type : &TypeInfoVariant;
     p.GetVar = &G::Var;
     if constexpr (kHasSet) p.SetVar = &detail::Setter<Set>::Var;
-  } else if constexpr (std::is_same_v<R, IPtr<IInterface>>) {
-    p.PropType = Type ? Type : &TypeInfoInterface;
-    p.GetIntf = &G::Intf;
-    if constexpr (kHasSet) p.SetIntf = &detail::Setter<Set>::Intf;
   } else if constexpr (std::is_floating_point_v<R>) {
     p.PropType = Type ? Type : detail::DefaultTypeOf<R>();
     p.GetFloat = &G::Float;

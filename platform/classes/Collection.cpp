@@ -89,14 +89,9 @@ void TCollection::Delete(int32_t Index) {
 
 void TCollection::Clear() {
   if (FItems.empty()) return;
-  BeginUpdate();
-  try {
+  Updating(this, [&] {
     while (!FItems.empty()) pel::Free(FItems.back());
-  } catch (...) {
-    EndUpdate();
-    throw;
-  }
-  EndUpdate();
+  });
 }
 
 TCollectionItem* TCollection::GetItem(int32_t Index) const {
@@ -123,15 +118,10 @@ void TCollection::Changed() {
 
 void TCollection::Assign(TPersistent* Source) {
   if (auto* src = dynamic_cast<TCollection*>(Source)) {
-    BeginUpdate();
-    try {
+    Updating(this, [&] {
       Clear();
       for (TCollectionItem* i : src->FItems) Add()->Assign(i);
-    } catch (...) {
-      EndUpdate();
-      throw;
-    }
-    EndUpdate();
+    });
     return;
   }
   TPersistent::Assign(Source);

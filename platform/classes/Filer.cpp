@@ -310,33 +310,23 @@ void TWriter::WriteProperty(TObject* Instance, const TPropInfo* P) {
       WritePropName(P->Name);
       WriteIdent(GetStrProp(Instance, P));
       break;
+    case tkInterface:
+      // An interface is stored as a reference to the component behind it;
+      // one implemented by anything else is not stored.
+      if (auto* comp = dynamic_cast<TComponent*>(GetInterfaceProp(Instance, P)))
+        WriteReference(P, comp);
+      break;
     case tkClass: {
       TObject* obj = GetObjectProp(Instance, P);
       if (auto* comp = dynamic_cast<TComponent*>(obj)) {
-        // The root itself is called "Owner"; a component owned elsewhere is
-        // qualified by its owner's name.
-        String name = comp->GetName();
-        if (comp == FLookupRoot)
-          name = "Owner";
-        else if (name.empty())
-          return;
-        else if (comp->GetOwner() && comp->GetOwner() != FLookupRoot)
-          name = comp->GetOwner()->GetName() + "." + name;
-        WritePropName(P->Name);
-        WriteIdent(name);
+        WriteReference(P, comp);
       } else if (auto* coll = dynamic_cast<TCollection*>(obj)) {
         WritePropName(P->Name);
         WriteCollection(coll);
       } else if (HasNestedProperties(obj)) {
         String saved = FPropPath;
         FPropPath += String(P->Name) + ".";
-        try {
-          WriteProperties(obj);
-        } catch (...) {
-          FPropPath = saved;
-          throw;
-        }
-        FPropPath = saved;
+        TryFinally([&] { WriteProperties(obj); }, [&] { FPropPath = saved; });
       }
       break;
     }
@@ -347,6 +337,20 @@ void TWriter::WriteProperty(TObject* Instance, const TPropInfo* P) {
     default:
       break;
   }
+}
+
+void TWriter::WriteReference(const TPropInfo* P, TComponent* Component) {
+  // The root itself is called "Owner"; a component owned elsewhere is
+  // qualified by its owner's name; an unnamed one cannot be referred to.
+  String name = Component->GetName();
+  if (Component == FLookupRoot)
+    name = "Owner";
+  else if (name.empty())
+    return;
+  else if (Component->GetOwner() && Component->GetOwner() != FLookupRoot)
+    name = Component->GetOwner()->GetName() + "." + name;
+  WritePropName(P->Name);
+  WriteIdent(name);
 }
 
 void TWriter::WriteData(TComponent* Instance) {
@@ -364,14 +368,12 @@ void TWriter::WriteData(TComponent* Instance) {
 
 void TWriter::WriteComponent(TComponent* Component) {
   Component->IncludeState(csWriting);
-  try {
-    WritePrefix((Component->ComponentState() & csInline) ? ffInline : 0, 0);
-    Component->WriteState(this);
-  } catch (...) {
-    Component->ExcludeState(csWriting);
-    throw;
-  }
-  Component->ExcludeState(csWriting);
+  TryFinally(
+      [&] {
+        WritePrefix((Component->ComponentState() & csInline) ? ffInline : 0, 0);
+        Component->WriteState(this);
+      },
+      [&] { Component->ExcludeState(csWriting); });
 }
 
 void TWriter::WriteDescendent(TComponent* Root, TComponent*) {
@@ -729,8 +731,7 @@ void TReader::DefineBinaryProperty(const String& Name, const TStreamProc& ReadDa
 
 void TReader::ReadCollection(TCollection* Collection) {
   DepthGuard depth(this);
-  Collection->BeginUpdate();
-  try {
+  Updating(Collection, [&] {
     if (!EndOfList()) {
       // Pending references into the items about to go are dropped with them.
       std::erase_if(FFixups, [Collection](const Fixup& f) {
@@ -748,11 +749,7 @@ void TReader::ReadCollection(TCollection* Collection) {
       ReadListEnd();
     }
     ReadListEnd();
-  } catch (...) {
-    Collection->EndUpdate();
-    throw;
-  }
-  Collection->EndUpdate();
+  });
 }
 
 void TReader::ReadProperty(TObject* Instance) {
@@ -879,6 +876,14 @@ void TReader::ReadPropValue(TObject* Instance, const TPropInfo* P) {
     case tkVariant:
       SetVariantProp(Instance, P, ReadVariant());
       break;
+    case tkInterface:
+      if (NextValue() == vaNil) {
+        ReadValue();
+        SetInterfaceProp(Instance, P, nullptr);
+      } else {
+        FFixups.push_back({Instance, P, ReadIdent()});
+      }
+      break;
     default:
       PropValueError();
   }
@@ -890,14 +895,12 @@ void TReader::ReadData(TComponent* Instance) {
   TComponent* savedOwner = FOwner;
   FOwner = Instance->GetChildOwner();
   if (!FOwner) FOwner = FRoot;
-  try {
-    while (!EndOfList()) ReadComponent(nullptr);
-    ReadListEnd();
-  } catch (...) {
-    FOwner = savedOwner;
-    throw;
-  }
-  FOwner = savedOwner;
+  TryFinally(
+      [&] {
+        while (!EndOfList()) ReadComponent(nullptr);
+        ReadListEnd();
+      },
+      [&] { FOwner = savedOwner; });
 }
 
 TComponent* TReader::ReadComponent(TComponent* Component) {
@@ -957,8 +960,13 @@ void TReader::ResolveFixups() {
           SameIdentifier(FRoot->GetName(), ownerName) ? FRoot : FRoot->FindComponent(ownerName);
       if (owner) target = owner->FindComponent(f.Name.substr(dot + 1));
     }
+    if (!target) throw EReadError(SInvalidPropertyValue);
+    if (f.PropInfo->PropType->Kind == tkInterface) {
+      if (!f.PropInfo->SetIntf(f.Instance, target)) throw EReadError(SInvalidPropertyValue);
+      continue;
+    }
     TClass want = f.PropInfo->PropType->ClassType;
-    if (!target || (want && !target->InheritsFrom(want))) throw EReadError(SInvalidPropertyValue);
+    if (want && !target->InheritsFrom(want)) throw EReadError(SInvalidPropertyValue);
     SetObjectProp(f.Instance, f.PropInfo, target);
   }
   FFixups.clear();

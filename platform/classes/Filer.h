@@ -179,6 +179,9 @@ class TWriter : public TFiler {
 
  private:
   void Write(const void* Buf, int32_t Count) { FStream->WriteBuffer(Buf, Count); }
+  // A property naming a component: "Owner" for the root, Owner.Name for one
+  // owned outside the root; an unnamed component is not written.
+  void WriteReference(const TPropInfo* P, TComponent* Component);
   String FPropPath;
 };
 

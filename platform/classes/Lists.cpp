@@ -33,8 +33,7 @@ int32_t TList::Add(void* Item) {
 void TList::Insert(int32_t Index, void* Item) {
   if (Index < 0 || Index > FCount) Error(SListIndexError, Index);
   if (FCount == FCapacity) Grow();
-  std::move_backward(FList.begin() + Index, FList.begin() + FCount, FList.begin() + FCount + 1);
-  FList[Index] = Item;
+  FList.Open(Index, FCount) = Item;
   ++FCount;
   if (Item) Notify(Item, lnAdded);
 }
@@ -42,8 +41,8 @@ void TList::Insert(int32_t Index, void* Item) {
 void TList::Delete(int32_t Index) {
   CheckIndex(Index);
   void* temp = FList[Index];
+  FList.Erase(Index, FCount, FCapacity);
   --FCount;
-  std::move(FList.begin() + Index + 1, FList.begin() + FCount + 1, FList.begin() + Index);
   if (temp) Notify(temp, lnDeleted);
 }
 
@@ -133,7 +132,7 @@ void TList::SetCount(int32_t NewCount) {
   if (NewCount < 0 || NewCount > MaxListSize) Error(SListCountError, NewCount);
   if (NewCount > FCapacity) SetCapacity(NewCount);
   if (NewCount > FCount) {
-    std::fill(FList.begin() + FCount, FList.begin() + NewCount, nullptr);
+    std::fill(FList.Data() + FCount, FList.Data() + NewCount, nullptr);
   } else {
     for (int32_t i = FCount - 1; i >= NewCount; --i) Delete(i);
   }
@@ -143,8 +142,7 @@ void TList::SetCount(int32_t NewCount) {
 void TList::SetCapacity(int32_t NewCapacity) {
   if (NewCapacity < FCount || NewCapacity > MaxListSize) Error(SListCapacityError, NewCapacity);
   if (NewCapacity == FCapacity) return;
-  FList.resize(static_cast<std::size_t>(NewCapacity));
-  if (NewCapacity == 0) FList.shrink_to_fit();
+  FList.Reallocate(NewCapacity, FCount);
   FCapacity = NewCapacity;
 }
 

@@ -17,13 +17,18 @@
 //   Sort, Pack (of nils) nothing
 // Freeing the list clears it in BeforeDestruction, so a descendant's Notify
 // sees every deletion.
+//
+// Deleting at index 0 (or near either end) costs constant time on average:
+// the storage keeps a gap before the first item (see ListStorage.h), so a
+// TList used as a first-in-first-out queue does not move its items on
+// every pop. Capacity and its growth steps are those of the framework.
 #pragma once
 
 #include <cstdint>
-#include <vector>
 
 #include "platform/System.h"
 #include "platform/classes/ClassesTypes.h"
+#include "platform/classes/ListStorage.h"
 
 namespace pel {
 
@@ -70,7 +75,7 @@ class TList : public TObject {
   // Raises SListCapacityError below Count or above MaxListSize.
   void SetCapacity(int32_t NewCapacity);
   // The storage itself (Count items are in use).
-  void** List() { return FList.data(); }
+  void** List() { return FList.Data(); }
 
   // Raises EListError with Msg formatted with Data.
   [[noreturn]] static void Error(const char* Msg, int32_t Data);
@@ -83,7 +88,7 @@ class TList : public TObject {
   void CheckIndex(int32_t Index) const;
   void QuickSort(int32_t L, int32_t R, TListSortCompare Compare);
 
-  std::vector<void*> FList;  // FCapacity slots
+  detail::FrontGapSlots<void*> FList;  // FCapacity slots
   int32_t FCount = 0;
   int32_t FCapacity = 0;
 };

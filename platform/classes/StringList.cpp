@@ -60,8 +60,7 @@ void TStringList::PutObject(int32_t Index, TObject* AObject) {
 
 void TStringList::SetCapacity(int32_t NewCapacity) {
   if (NewCapacity < FCount) Error(SListCapacityError, NewCapacity);
-  FList.resize(static_cast<std::size_t>(NewCapacity));
-  if (NewCapacity == 0) FList.shrink_to_fit();
+  FList.Reallocate(NewCapacity, FCount);
   FCapacity = NewCapacity;
 }
 
@@ -95,9 +94,9 @@ void TStringList::InsertItem(int32_t Index, const String& S, TObject* AObject) {
   if (FCount == FCapacity) Grow();
   // A descendant's SetCapacity may have declined to grow.
   if (FCount == FCapacity) Error(SListCapacityError, FCount);
-  std::rotate(FList.begin() + Index, FList.begin() + FCount, FList.begin() + FCount + 1);
-  FList[Index].FString = S;
-  FList[Index].FObject = AObject;
+  TStringItem& item = FList.Open(Index, FCount);
+  item.FString = S;
+  item.FObject = AObject;
   ++FCount;
   Changed();
 }
@@ -105,9 +104,8 @@ void TStringList::InsertItem(int32_t Index, const String& S, TObject* AObject) {
 void TStringList::Delete(int32_t Index) {
   CheckIndex(Index);
   Changing();
-  FList[Index] = TStringItem{};
+  FList.Erase(Index, FCount, FCapacity);
   --FCount;
-  std::rotate(FList.begin() + Index, FList.begin() + Index + 1, FList.begin() + FCount + 1);
   Changed();
 }
 

@@ -16,6 +16,7 @@
 
 #include "platform/TypInfo.h"
 #include "platform/classes/ClassesTypes.h"
+#include "platform/classes/ListStorage.h"
 #include "platform/classes/Strings.h"
 
 namespace pel {
@@ -88,7 +89,9 @@ class TStringList : public TStrings {
   void CheckIndex(int32_t Index);
   void QuickSort(int32_t L, int32_t R, TStringListSortCompare Compare);
 
-  std::vector<TStringItem> FList;  // FCapacity items
+  // FCapacity items; deleting at the front is cheap (see ListStorage.h), as
+  // the string queues built on this list need.
+  detail::FrontGapSlots<TStringItem> FList;
   int32_t FCount = 0;
   int32_t FCapacity = 0;
   bool FSorted = false;

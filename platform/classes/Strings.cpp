@@ -6,18 +6,6 @@ namespace pel {
 
 namespace {
 
-// Closes an update bracket however the bracketed work ends.
-class TStringsUpdate {
- public:
-  explicit TStringsUpdate(TStrings* s) : FStrings(s) { FStrings->BeginUpdate(); }
-  ~TStringsUpdate() noexcept(false) { FStrings->EndUpdate(); }
-  TStringsUpdate(const TStringsUpdate&) = delete;
-  TStringsUpdate& operator=(const TStringsUpdate&) = delete;
-
- private:
-  TStrings* FStrings;
-};
-
 String Quoted(const String& S, char Quote) {
   String r(1, Quote);
   for (char c : S) {
@@ -56,12 +44,13 @@ void TStrings::Error(const char* Msg, int32_t Data) { throw EStringListError(Msg
 
 void TStrings::Assign(TPersistent* Source) {
   if (auto* source = dynamic_cast<TStrings*>(Source)) {
-    TStringsUpdate update(this);
-    Clear();
-    FDelimiter = source->FDelimiter;
-    FQuoteChar = source->FQuoteChar;
-    FNameValueSeparator = source->FNameValueSeparator;
-    AddStrings(source);
+    Updating(this, [&] {
+      Clear();
+      FDelimiter = source->FDelimiter;
+      FQuoteChar = source->FQuoteChar;
+      FNameValueSeparator = source->FNameValueSeparator;
+      AddStrings(source);
+    });
     return;
   }
   TPersistent::Assign(Source);
@@ -96,9 +85,10 @@ int32_t TStrings::AddObject(const String& S, TObject* AObject) {
 }
 
 void TStrings::AddStrings(TStrings* Strings) {
-  TStringsUpdate update(this);
-  for (int32_t i = 0; i < Strings->GetCount(); ++i)
-    AddObject(Strings->Get(i), Strings->GetObject(i));
+  Updating(this, [&] {
+    for (int32_t i = 0; i < Strings->GetCount(); ++i)
+      AddObject(Strings->Get(i), Strings->GetObject(i));
+  });
 }
 
 void TStrings::InsertObject(int32_t Index, const String& S, TObject* AObject) {
@@ -107,22 +97,24 @@ void TStrings::InsertObject(int32_t Index, const String& S, TObject* AObject) {
 }
 
 void TStrings::Exchange(int32_t Index1, int32_t Index2) {
-  TStringsUpdate update(this);
-  TObject* object = GetObject(Index1);
-  String s = Get(Index1);
-  Put(Index1, Get(Index2));
-  PutObject(Index1, GetObject(Index2));
-  Put(Index2, s);
-  PutObject(Index2, object);
+  Updating(this, [&] {
+    TObject* object = GetObject(Index1);
+    String s = Get(Index1);
+    Put(Index1, Get(Index2));
+    PutObject(Index1, GetObject(Index2));
+    Put(Index2, s);
+    PutObject(Index2, object);
+  });
 }
 
 void TStrings::Move(int32_t CurIndex, int32_t NewIndex) {
   if (CurIndex == NewIndex) return;
-  TStringsUpdate update(this);
-  String s = Get(CurIndex);
-  TObject* object = GetObject(CurIndex);
-  Delete(CurIndex);
-  InsertObject(NewIndex, s, object);
+  Updating(this, [&] {
+    String s = Get(CurIndex);
+    TObject* object = GetObject(CurIndex);
+    Delete(CurIndex);
+    InsertObject(NewIndex, s, object);
+  });
 }
 
 int32_t TStrings::CompareStrings(const String& S1, const String& S2) {
@@ -205,16 +197,17 @@ String TStrings::GetText() {
 }
 
 void TStrings::SetText(const String& Value) {
-  TStringsUpdate update(this);
-  Clear();
-  std::size_t p = 0;
-  while (p < Value.size()) {
-    std::size_t start = p;
-    while (p < Value.size() && Value[p] != '\r' && Value[p] != '\n') ++p;
-    Add(Value.substr(start, p - start));
-    if (p < Value.size() && Value[p] == '\r') ++p;
-    if (p < Value.size() && Value[p] == '\n') ++p;
-  }
+  Updating(this, [&] {
+    Clear();
+    std::size_t p = 0;
+    while (p < Value.size()) {
+      std::size_t start = p;
+      while (p < Value.size() && Value[p] != '\r' && Value[p] != '\n') ++p;
+      Add(Value.substr(start, p - start));
+      if (p < Value.size() && Value[p] == '\r') ++p;
+      if (p < Value.size() && Value[p] == '\n') ++p;
+    }
+  });
 }
 
 String TStrings::GetDelimitedText() {
@@ -233,33 +226,34 @@ String TStrings::GetDelimitedText() {
 }
 
 void TStrings::SetDelimitedText(const String& Value) {
-  TStringsUpdate update(this);
-  Clear();
-  // The text ends at a NUL byte, as the framework reads it.
-  const std::size_t n = std::min(Value.find('\0'), Value.size());
-  std::size_t p = 0;
-  auto skipBlanks = [&] {
-    while (p < n && IsBlank(Value[p])) ++p;
-  };
-  skipBlanks();
-  while (p < n) {
-    String s;
-    if (Value[p] == FQuoteChar) {
-      s = ExtractQuoted(Value, p, FQuoteChar);
-    } else {
-      std::size_t start = p;
-      while (p < n && !IsBlank(Value[p]) && Value[p] != FDelimiter) ++p;
-      s = Value.substr(start, p - start);
-    }
-    Add(s);
+  Updating(this, [&] {
+    Clear();
+    // The text ends at a NUL byte, as the framework reads it.
+    const std::size_t n = std::min(Value.find('\0'), Value.size());
+    std::size_t p = 0;
+    auto skipBlanks = [&] {
+      while (p < n && IsBlank(Value[p])) ++p;
+    };
     skipBlanks();
-    if (p < n && Value[p] == FDelimiter) {
-      if (p + 1 == n) Add("");
-      do {
-        ++p;
-      } while (p < n && IsBlank(Value[p]));
+    while (p < n) {
+      String s;
+      if (Value[p] == FQuoteChar) {
+        s = ExtractQuoted(Value, p, FQuoteChar);
+      } else {
+        std::size_t start = p;
+        while (p < n && !IsBlank(Value[p]) && Value[p] != FDelimiter) ++p;
+        s = Value.substr(start, p - start);
+      }
+      Add(s);
+      skipBlanks();
+      if (p < n && Value[p] == FDelimiter) {
+        if (p + 1 == n) Add("");
+        do {
+          ++p;
+        } while (p < n && IsBlank(Value[p]));
+      }
     }
-  }
+  });
 }
 
 String TStrings::GetCommaText() {
@@ -276,15 +270,11 @@ void TStrings::SetCommaText(const String& Value) {
   char d = FDelimiter, q = FQuoteChar;
   FDelimiter = ',';
   FQuoteChar = '"';
-  try {
-    SetDelimitedText(Value);
-  } catch (...) {
-    FDelimiter = d;
-    FQuoteChar = q;
-    throw;
-  }
-  FDelimiter = d;
-  FQuoteChar = q;
+  TryFinally([&] { SetDelimitedText(Value); },
+             [&] {
+               FDelimiter = d;
+               FQuoteChar = q;
+             });
 }
 
 }  // namespace pel

@@ -22,18 +22,6 @@ TStringCompareFunc StringCompareFor(TStringOpsType Ops) {
 
 namespace {
 
-// Closes an update bracket however the bracketed work ends.
-class UpdateScope {
- public:
-  explicit UpdateScope(TStrings* s) : FStrings(s) { FStrings->BeginUpdate(); }
-  ~UpdateScope() noexcept(false) { FStrings->EndUpdate(); }
-  UpdateScope(const UpdateScope&) = delete;
-  UpdateScope& operator=(const UpdateScope&) = delete;
-
- private:
-  TStrings* FStrings;
-};
-
 // The walk of both ForEach forms: from the last index down, so that the
 // action may delete the item it is given without disturbing the walk.
 template <class Filter, class Action>
@@ -42,7 +30,7 @@ void ForEachDown(TStrings* list, const Filter& filter, const Action& action, int
     if (filter && !filter(list, Index, list->Get(Index), list->GetObject(Index), ATag)) continue;
     // The action is not checked for being assigned until it is needed;
     // calling a missing one is the framework's access violation.
-    if (!action) throw EAccessViolation(SysConst::SAccessViolation);
+    if (!action) RaiseAccessViolation();
     action(list, Index, list->Get(Index), list->GetObject(Index), ATag);
   }
 }
@@ -69,27 +57,22 @@ void TPelStringList::CheckIndex(int32_t Index) {
 }
 
 void TPelStringList::Assign(TPersistent* Source) {
-  UpdateScope update(this);
-  auto* platformList = dynamic_cast<TStringList*>(Source);
-  if (FSorted && platformList && platformList->GetSorted()) {
-    // Trust the source's order as it stands, even under another comparison.
-    FSorted = false;
-    try {
+  Updating(this, [&] {
+    auto* platformList = dynamic_cast<TStringList*>(Source);
+    if (FSorted && platformList && platformList->GetSorted()) {
+      // Trust the source's order as it stands, even under another comparison.
+      FSorted = false;
+      TryFinally([&] { TStrings::Assign(Source); }, [&] { FSorted = true; });
+    } else {
       TStrings::Assign(Source);
-    } catch (...) {
-      FSorted = true;
-      throw;
     }
-    FSorted = true;
-  } else {
-    TStrings::Assign(Source);
-  }
-  if (auto* pelList = dynamic_cast<TPelStringList*>(Source)) {
-    for (int32_t i = 0; i < FCount; ++i) PutData(i, pelList->GetData(i));
-    // Deliberately no re-sort: a sorted list keeps its former order.
-    FStringOpsType = pelList->FStringOpsType;
-    FCompare = pelList->FCompare;
-  }
+    if (auto* pelList = dynamic_cast<TPelStringList*>(Source)) {
+      for (int32_t i = 0; i < FCount; ++i) PutData(i, pelList->GetData(i));
+      // Deliberately no re-sort: a sorted list keeps its former order.
+      FStringOpsType = pelList->FStringOpsType;
+      FCompare = pelList->FCompare;
+    }
+  });
 }
 
 String TPelStringList::Get(int32_t Index) {
@@ -97,7 +80,7 @@ String TPelStringList::Get(int32_t Index) {
   return FList[Index].FString;
 }
 
-int32_t TPelStringList::GetCapacity() { return static_cast<int32_t>(FList.size()); }
+int32_t TPelStringList::GetCapacity() { return FCapacity; }
 
 int32_t TPelStringList::GetCount() { return FCount; }
 
@@ -142,8 +125,8 @@ void TPelStringList::PutData(int32_t Index, TObject* AData) {
 
 void TPelStringList::SetCapacity(int32_t NewCapacity) {
   if (NewCapacity < FCount) Error(SListCapacityError, NewCapacity);
-  FList.resize(static_cast<std::size_t>(NewCapacity));
-  if (FList.capacity() > FList.size() * 2 + 16) FList.shrink_to_fit();
+  FList.Reallocate(NewCapacity, FCount);
+  FCapacity = NewCapacity;
 }
 
 // The flag is stored before notifying, so opening an update fires nothing
@@ -195,9 +178,7 @@ void TPelStringList::InsertItem(int32_t Index, const String& S) {
   if (FCount == GetCapacity()) Grow();
   // A descendant's SetCapacity may have declined to grow.
   if (FCount == GetCapacity()) Error(SListCapacityError, FCount);
-  // Rotate the spare (empty) item at FCount down to Index.
-  std::rotate(FList.begin() + Index, FList.begin() + FCount, FList.begin() + FCount + 1);
-  FList[Index].FString = S;
+  FList.Open(Index, FCount).FString = S;
   ++FCount;
   Changed();
 }
@@ -209,9 +190,8 @@ void TPelStringList::Delete(int32_t Index) {
   TPelStringItem& item = FList[Index];
   if (FFreeData && item.FData) Free(std::exchange(item.FData, nullptr));
   if (FFreeObjects && item.FObject) Free(std::exchange(item.FObject, nullptr));
-  item = TPelStringItem{};
+  FList.Erase(Index, FCount, FCapacity);
   --FCount;
-  std::rotate(FList.begin() + Index, FList.begin() + Index + 1, FList.begin() + FCount + 1);
   Changed();
 }
 
@@ -321,17 +301,16 @@ void TSFCList::Assign(TPersistent* Source) {
   }
   // Trust the source's order: the sort that setting Sorted again would run
   // is skipped while Assigning is set.
-  UpdateScope update(this);
-  SetSorted(false);
-  FAssigning = true;
-  try {
-    TStrings::Assign(Source);
-    SetSorted(true);
-  } catch (...) {
-    FAssigning = false;
-    throw;
-  }
-  FAssigning = false;
+  Updating(this, [&] {
+    SetSorted(false);
+    FAssigning = true;
+    TryFinally(
+        [&] {
+          TStrings::Assign(Source);
+          SetSorted(true);
+        },
+        [&] { FAssigning = false; });
+  });
 }
 
 void TSFCList::Put(int32_t Index, const String& S) {
@@ -352,8 +331,7 @@ void TSFCList::SetUpdateState(bool Updating) {
 }
 
 int32_t TSFCList::AddObject(const String& S, TObject* AObject) {
-  UpdateScope update(this);
-  return TStringList::AddObject(S, AObject);
+  return Updating(this, [&] { return TStringList::AddObject(S, AObject); });
 }
 
 void TSFCList::Clear() {
@@ -414,32 +392,39 @@ void TSFCFreeList::BeforeDestruction() {
 }
 
 void TSFCFreeList::PutObject(int32_t Index, TObject* AObject) {
-  UpdateScope update(this);
-  if (FFreeMembers) Free(GetObject(Index));
-  TSFCList::PutObject(Index, AObject);
+  Updating(this, [&] {
+    if (FFreeMembers) Free(GetObject(Index));
+    TSFCList::PutObject(Index, AObject);
+  });
 }
 
 void TSFCFreeList::Delete(int32_t Index) {
-  UpdateScope update(this);
-  TObject* member = FFreeMembers ? GetObject(Index) : nullptr;
-  TSFCList::Delete(Index);
-  Free(member);
+  Updating(this, [&] {
+    TObject* member = FFreeMembers ? GetObject(Index) : nullptr;
+    TSFCList::Delete(Index);
+    Free(member);
+  });
 }
 
 void TSFCFreeList::Clear() {
-  UpdateScope update(this);
-  if (FFreeMembers)
-    for (int32_t i = GetCount() - 1; i >= 0; --i) Delete(i);
-  TSFCList::Clear();
+  Updating(this, [&] {
+    if (FFreeMembers)
+      for (int32_t i = GetCount() - 1; i >= 0; --i) Delete(i);
+    TSFCList::Clear();
+  });
 }
 
 // --- TPelCollectionItem / TPelCollection --------------------------------------
 
 TPelCollectionItem::~TPelCollectionItem() { Free(FFreeNotifies); }
 
+// Subscribers are told first, while this item is still in its collection:
+// the platform item leaves its collection in TCollectionItem's
+// BeforeDestruction (the framework's item does so in its destructor, after
+// the notification).
 void TPelCollectionItem::BeforeDestruction() {
-  TCollectionItem::BeforeDestruction();
   NotifyAll();
+  TCollectionItem::BeforeDestruction();
 }
 
 void TPelCollectionItem::FreeNotification(TPelCollectionItem* AItem) {
@@ -477,16 +462,11 @@ void TPelCollectionItem::NotifyAll() {
 
 void TPelCollection::AssignTo(TPersistent* Dest) {
   if (auto* strings = dynamic_cast<TStrings*>(Dest)) {
-    strings->BeginUpdate();
-    try {
+    Updating(strings, [&] {
       strings->Clear();
       for (int32_t i = 0; i < GetCount(); ++i)
         strings->AddObject(GetItem(i)->GetDisplayName(), GetItem(i));
-    } catch (...) {
-      strings->EndUpdate();
-      throw;
-    }
-    strings->EndUpdate();
+    });
     return;
   }
   TCollection::AssignTo(Dest);

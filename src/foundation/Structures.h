@@ -26,8 +26,11 @@
 //  * Closing an update (EndUpdate) fires Changed once; opening it fires
 //    nothing, because the Updating flag is stored before the notification.
 //
-// One addition: SetCapacity below Count raises SListCapacityError instead of
-// cutting strings off behind the list's back.
+// A deliberate departure: SetCapacity below Count raises SListCapacityError
+// (with the capacity asked for) and changes nothing, where the list would
+// otherwise cut off the strings above the new capacity while Count still
+// counted them, so that Get, Delete and Clear would reach strings (and
+// owned objects) that are gone.
 //
 // Further down: TSFCList and TSFCFreeList bring the same owner hooks to the
 // platform's TStringList; TPelCollectionItem and TPelCollection add mutual
@@ -167,8 +170,10 @@ class TPelStringList : public TStrings {
 
   bool FUpdating = false;
   IPtr<IStringsOwner> FOwner;
-  std::vector<TPelStringItem> FList;  // FList.size() is the capacity
+  // FCapacity items; deleting at the front is cheap (see ListStorage.h).
+  detail::FrontGapSlots<TPelStringItem> FList;
   int32_t FCount = 0;
+  int32_t FCapacity = 0;
   bool FSorted = false;
   TDuplicates FDuplicates = dupIgnore;
   TNotifyEvent FOnChange;
@@ -185,6 +190,9 @@ class TPelStringList : public TStrings {
 // sorting stay the platform list's.
 class TSFCList : public TStringList {
   PEL_CLASS(TSFCList, TStringList)
+  // Owner streams as a reference to the component that implements it; an
+  // owner that is not a component is not written.
+  PEL_PUBLISHED(TSFCList, Property<&TSFCList::GetOwner, &TSFCList::SetOwner>("Owner"))
  public:
   void BeforeDestruction() override;
 
@@ -251,7 +259,8 @@ class TPelCollectionItem : public TCollectionItem {
  public:
   using TCollectionItem::TCollectionItem;
   ~TPelCollectionItem() override;
-  // Tells every subscriber, last first, that this item is going.
+  // Tells every subscriber, last first, that this item is going; they still
+  // find it in its collection.
   void BeforeDestruction() override;
 
   // AItem is being destroyed: drop the link both ways. Descendants drop

@@ -1,5 +1,7 @@
 #include "graphs/ActivityNetwork.h"
 
+#include <algorithm>
+#include <functional>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -21,28 +23,48 @@ TAOEEvent* EventAt(TStrings* Order, int32_t Index) {
   return As<TAOEEvent>(CheckAssigned(Order->GetObject(Index)));
 }
 
+// The forward pass's step for one task: the successor's earliest time
+// rises to the task's earliest finish when that is later.
+void ForwardStep(TAOEEvent* From, TAOEEvent* To, TAOETask* Task) {
+  const int32_t time = AddWeights(From->GetEarliestEventTime(), Task->GetWeight());
+  if (time > To->GetEarliestEventTime()) To->SetEarliestEventTime(time);
+}
+
+// The same for nodes and edges of any class: those that are not events and
+// tasks are skipped.
+[[gnu::noinline]] void ForwardStepChecked(TPelGraphNode* Node, TPelGraphNode* Successor,
+                                          TPelGraphEdge* Edge) {
+  if (Is<TAOEEvent>(Node) && Is<TAOEEvent>(Successor) && Is<TAOETask>(Edge))
+    ForwardStep(static_cast<TAOEEvent*>(Node), static_cast<TAOEEvent*>(Successor),
+                static_cast<TAOETask*>(Edge));
+}
+
 // Cuts a topological order to the events from Start on and drops, after
 // Finish, every event reachable from Finish: each successor of Finish is
 // looked for after Finish's position, each successor of a dropped event
 // after that event's position, and an event is dropped (and its successors
-// followed) only when found there. The events' positions are indexed once
-// and the walk keeps its own stack, so a long network costs linear time and
-// no deep recursion; the list is rebuilt once.
+// followed) only when found there. With a Finish the events' positions are
+// indexed once and the walk keeps its own stack, so a long network costs
+// linear time and no deep recursion; the list is rebuilt once, and not at
+// all when nothing is cut.
 void RestrictOrder(TStrings* Order, TAOEEvent* Start, TAOEEvent* Finish) {
+  if (!Start && !Finish) return;
   const int32_t count = Order->GetCount();
+  int32_t first = 0;
+  if (Start) {
+    while (first < count && Order->GetObject(first) != Start) ++first;
+    if (first == 0 && !Finish) return;
+  }
+
   std::unordered_map<TObject*, int32_t> position;
-  position.reserve(static_cast<std::size_t>(count));
-  for (int32_t i = 0; i < count; ++i) position.try_emplace(Order->GetObject(i), i);
+  if (Finish) {
+    position.reserve(static_cast<std::size_t>(count));
+    for (int32_t i = 0; i < count; ++i) position.try_emplace(Order->GetObject(i), i);
+  }
   auto positionOf = [&](TObject* Event) {
     auto it = position.find(Event);
     return it == position.end() ? -1 : it->second;
   };
-
-  int32_t first = 0;
-  if (Start) {
-    first = positionOf(Start);
-    if (first < 0) first = count;
-  }
   std::vector<bool> dropped(static_cast<std::size_t>(count));
   // Drops Event when it lies after position After and is still there.
   auto drop = [&](TPelGraphNode* Event, int32_t After) {
@@ -61,15 +83,16 @@ void RestrictOrder(TStrings* Order, TAOEEvent* Start, TAOEEvent* Finish) {
     };
     std::vector<Frame> stack;
     for (int32_t i = 0; i < Finish->GetEdgeCount(); ++i) {
-      const int32_t at = drop(Finish->GetEdge(i)->GetToNode(), finishAt);
-      if (at >= 0) stack.push_back({Finish->GetEdge(i)->GetToNode(), at, 0});
+      TPelGraphNode* successor = Finish->GetEdgeUnchecked(i)->GetToNode();
+      const int32_t at = drop(successor, finishAt);
+      if (at >= 0) stack.push_back({successor, at, 0});
       while (!stack.empty()) {
         Frame& top = stack.back();
         if (top.Next >= top.Event->GetEdgeCount()) {
           stack.pop_back();
           continue;
         }
-        TPelGraphNode* successor = top.Event->GetEdge(top.Next++)->GetToNode();
+        TPelGraphNode* successor = top.Event->GetEdgeUnchecked(top.Next++)->GetToNode();
         const int32_t next = drop(successor, top.At);
         if (next >= 0) stack.push_back({successor, next, 0});
       }
@@ -160,12 +183,14 @@ TAOEEvent* TActivityNetwork::GetNode(int32_t Index) const {
 void TActivityNetwork::ModifySuccessor(TPelGraphNode* Node, TPelGraphNode* Successor,
                                        TPelGraphEdge* Edge) {
   TPelGraph::ModifySuccessor(Node, Successor, Edge);
-  auto* from = dynamic_cast<TAOEEvent*>(Node);
-  auto* to = dynamic_cast<TAOEEvent*>(Successor);
-  auto* task = dynamic_cast<TAOETask*>(Edge);
-  if (!from || !to || !task) return;
-  const int32_t time = AddWeights(from->GetEarliestEventTime(), task->GetWeight());
-  if (time > to->GetEarliestEventTime()) to->SetEarliestEventTime(time);
+  // Events and tasks of exactly these classes are told apart without a call
+  // (the base has already reached the successor: it is there).
+  if (Node && Edge && detail::IsExactly<TAOEEvent>(Node) &&
+      detail::IsExactly<TAOEEvent>(Successor) && detail::IsExactly<TAOETask>(Edge))
+    ForwardStep(static_cast<TAOEEvent*>(Node), static_cast<TAOEEvent*>(Successor),
+                static_cast<TAOETask*>(Edge));
+  else
+    ForwardStepChecked(Node, Successor, Edge);
 }
 
 void TActivityNetwork::BackwardPass(TStrings* Order) {
@@ -174,7 +199,7 @@ void TActivityNetwork::BackwardPass(TStrings* Order) {
     TAOEEvent* event = EventAt(Order, i);
     int32_t latest = i == count - 1 ? event->GetEarliestEventTime() : InfiniteWeight;
     for (int32_t j = 0; j < event->GetEdgeCount(); ++j) {
-      auto* task = As<TAOETask>(event->GetEdge(j));
+      auto* task = As<TAOETask>(event->GetEdgeUnchecked(j));
       const int32_t time = SubtractWeights(As<TAOEEvent>(task->GetToNode())->GetLatestEventTime(),
                                            task->GetWeight());
       if (time < latest) latest = time;
@@ -187,7 +212,7 @@ void TActivityNetwork::SetTaskTimes() {
   ForEachNode([](TPelGraphNode* node) {
     auto* event = As<TAOEEvent>(node);
     for (int32_t i = 0; i < event->GetEdgeCount(); ++i) {
-      auto* task = As<TAOETask>(event->GetEdge(i));
+      auto* task = As<TAOETask>(event->GetEdgeUnchecked(i));
       task->SetEarliestStartTime(event->GetEarliestEventTime());
       task->SetLatestStartTime(SubtractWeights(
           As<TAOEEvent>(task->GetToNode())->GetLatestEventTime(), task->GetWeight()));
@@ -228,7 +253,7 @@ TStrings* TActivityNetwork::GetCriticalActivities(TAOEEvent* Start, TAOEEvent* F
     result->Clear();
     ForEachNode([result](TPelGraphNode* node) {
       for (int32_t i = 0; i < node->GetEdgeCount(); ++i) {
-        auto* task = As<TAOETask>(node->GetEdge(i));
+        auto* task = As<TAOETask>(node->GetEdgeUnchecked(i));
         if (task->GetCriticality() == 0) result->AddObject(task->GetName(), task);
       }
     });

@@ -1,9 +1,11 @@
 #include "graphs/PelGraph.h"
 
+#include <algorithm>
+#include <functional>
 #include <map>
 #include <vector>
 
-#include "lists/PelLists.h"
+#include "platform/classes/ListAlgorithms.h"
 
 namespace pel {
 
@@ -31,8 +33,13 @@ class TNodeListIterator : public TInterfacedObject, public IIterator {
   int32_t GetCount() override { return FList->GetCount() - (FIndex + 1); }
   bool HasMoreElements() override { return FIndex + 1 < FList->GetCount(); }
   // Past the end: the list's own index error.
-  void* NextElement() override { return FList->Get(++FIndex); }
+  void* NextElement() override {
+    return ++FIndex < FList->GetCount() ? FList->List()[FIndex] : FList->Get(FIndex);
+  }
   void Reset() override { FIndex = -1; }
+
+  // The list, while no element has been taken.
+  TList* FreshList() const { return FIndex == -1 ? FList : nullptr; }
 
  private:
   TList* FList;
@@ -486,10 +493,6 @@ void TPelCustomGraph::SetDirected(bool Value) {
       [this] { EndUpdateNodes(); });
 }
 
-void TPelCustomGraph::ModifySuccessor(TPelGraphNode*, TPelGraphNode* Successor, TPelGraphEdge*) {
-  Successor->SetWorkTag(Successor->GetWorkTag() - 1);
-}
-
 TPelGraphNode* TPelCustomGraph::CreateNode(const String& Caption) {
   TPelGraphNode* node = NewNode();
   try {
@@ -654,24 +657,59 @@ void TPelCustomGraph::DepthFirstSearch(TPelGraphNode* Node) {
   }
 }
 
+TList* TPelCustomGraph::NodeListOf(IIterator* Nodes) {
+  auto* iterator = dynamic_cast<TNodeListIterator*>(Nodes);
+  return iterator ? iterator->FreshList() : nullptr;
+}
+
 void TPelCustomGraph::TraverseFrom(TPelGraphNode* Node) {
   InitializeNodes(Node, false);
   DepthFirstSearch(Node);
 }
 
+namespace {
+
+// The capacity a string list of capacity Capacity reaches when Count
+// strings are appended to it while it is empty, growing by the framework's
+// steps.
+int32_t GrownCapacity(int32_t Capacity, int32_t Count) {
+  while (Capacity < Count) Capacity += detail::FrameworkGrowDelta(Capacity);
+  return Capacity;
+}
+
+// Gives a plain string list that nobody watches the capacity that appending
+// Count strings would leave it with, at once rather than step by step; any
+// other list grows as it does. Returns whether it did.
+bool Presize(TStrings* List, int32_t Count) {
+  auto* list = dynamic_cast<TStringList*>(List);
+  if (!list || list->ClassType() != TStringList::StaticClass() || list->GetOnChange() ||
+      list->GetOnChanging() || list->GetCount() != 0)
+    return false;
+  list->SetCapacity(GrownCapacity(list->GetCapacity(), Count));
+  return true;
+}
+
+}  // namespace
+
 TStrings* TPelCustomGraph::TopologicalOrder(TStrings* List) {
   FAcyclic = false;
   FStale = false;
   TStrings* result = List ? List : New<TStringList>();
+  int32_t initialCapacity = 0;
+  bool presized = false;
   try {
     if (auto* sorted = dynamic_cast<TStringList*>(result)) sorted->SetSorted(false);
     if (result->GetCount() > 0) result->Clear();
     if (!FDirected) return result;
-    Owned<TQStack> ready(New<TQStack>());
+    // The nodes ready for output; the one made ready last is on top.
+    std::vector<TPelGraphNode*> ready;
+    ready.reserve(static_cast<std::size_t>(GetNodeCount()));
     ForEachNode([&](TPelGraphNode* node) {
       node->SetWorkTag(node->GetInDegree());
-      if (node->GetInDegree() == 0) ready->Push(node);
+      if (node->GetInDegree() == 0) ready.push_back(node);
     });
+    initialCapacity = result->GetCapacity();
+    presized = Presize(result, GetNodeCount());
     // One step of the node enumeration per node output: when it runs out,
     // every node is in the order.
     IPtr<IIterator> nodes = GetNodes();
@@ -680,18 +718,24 @@ TStrings* TPelCustomGraph::TopologicalOrder(TStrings* List) {
         FAcyclic = true;
         break;
       }
-      if (ready->IsEmpty()) break;
+      if (ready.empty()) break;
       nodes->NextElement();
-      auto* node = static_cast<TPelGraphNode*>(ready->Pop());
+      TPelGraphNode* node = ready.back();
+      ready.pop_back();
       result->AddObject(node->GetCaption(), node);
+      // The count is read again after each hook: an override may change
+      // the node's edges.
       for (int32_t i = 0; i < node->GetEdgeCount(); ++i) {
-        TPelGraphEdge* edge = node->GetEdge(i);
+        TPelGraphEdge* edge = node->GetEdgeUnchecked(i);
         TPelGraphNode* successor = edge->GetToNode();
         ModifySuccessor(node, successor, edge);
-        if (successor->GetWorkTag() == 0) ready->Push(successor);
+        if (successor->GetWorkTag() == 0) ready.push_back(successor);
       }
     }
+    // Short of a full order (a cycle), the capacity the appends made.
+    if (presized) result->SetCapacity(GrownCapacity(initialCapacity, result->GetCount()));
   } catch (...) {
+    if (presized) result->SetCapacity(GrownCapacity(initialCapacity, result->GetCount()));
     if (!List) Free(result);
     throw;
   }
@@ -876,26 +920,68 @@ TPelGraph::TPelGraph(TComponent* AOwner) : TPelCustomGraph(AOwner), FNodes(New<T
 
 TPelGraph::~TPelGraph() { Free(FNodes); }
 
+std::size_t TPelGraph::CaptionSlot(const String& Caption, std::size_t Hash) const {
+  const std::size_t mask = FCaptionSlots.size() - 1;
+  for (std::size_t i = Hash & mask;; i = (i + 1) & mask) {
+    const TCaptionSlot& slot = FCaptionSlots[i];
+    if (!slot.Head || (slot.Hash == Hash && slot.Head->FCaption == Caption)) return i;
+  }
+}
+
+void TPelGraph::GrowCaptionSlots() {
+  std::vector<TCaptionSlot> old(std::max<std::size_t>(16, FCaptionSlots.size() * 2));
+  old.swap(FCaptionSlots);
+  const std::size_t mask = FCaptionSlots.size() - 1;
+  for (const TCaptionSlot& slot : old) {
+    if (!slot.Head) continue;
+    std::size_t i = slot.Hash & mask;
+    while (FCaptionSlots[i].Head) i = (i + 1) & mask;
+    FCaptionSlots[i] = slot;
+  }
+}
+
+void TPelGraph::EraseCaptionSlot(std::size_t Index) {
+  // Backward shift: later slots of the probe run move up so that no search
+  // stops early at the hole.
+  const std::size_t mask = FCaptionSlots.size() - 1;
+  for (std::size_t j = (Index + 1) & mask; FCaptionSlots[j].Head; j = (j + 1) & mask) {
+    const std::size_t home = FCaptionSlots[j].Hash & mask;
+    if (((j - home) & mask) >= ((j - Index) & mask)) {
+      FCaptionSlots[Index] = FCaptionSlots[j];
+      Index = j;
+    }
+  }
+  FCaptionSlots[Index] = {0, nullptr};
+  --FCaptionCount;
+}
+
 void TPelGraph::IndexCaption(TPelGraphNode* Node, const String& Caption) {
-  auto [it, added] = FCaptions.try_emplace(Caption, Node);
-  if (added) {
+  if ((FCaptionCount + 1) * 2 > FCaptionSlots.size()) GrowCaptionSlots();
+  const std::size_t hash = std::hash<String>()(Caption);
+  TCaptionSlot& slot = FCaptionSlots[CaptionSlot(Caption, hash)];
+  if (!slot.Head) {
+    // Node becomes the key: a renamed node takes its new caption right
+    // after this, and nothing searches in between.
+    slot = {hash, Node};
     Node->FNextSameCaption = nullptr;
+    ++FCaptionCount;
     return;
   }
-  TPelGraphNode** link = &it->second;
+  TPelGraphNode** link = &slot.Head;
   while (*link && (*link)->FListStamp < Node->FListStamp) link = &(*link)->FNextSameCaption;
   Node->FNextSameCaption = *link;
   *link = Node;
 }
 
 void TPelGraph::UnindexCaption(TPelGraphNode* Node, const String& Caption) {
-  auto it = FCaptions.find(Caption);
-  if (it == FCaptions.end()) return;
-  TPelGraphNode** link = &it->second;
+  if (FCaptionSlots.empty()) return;
+  const std::size_t index = CaptionSlot(Caption, std::hash<String>()(Caption));
+  if (!FCaptionSlots[index].Head) return;
+  TPelGraphNode** link = &FCaptionSlots[index].Head;
   while (*link && *link != Node) link = &(*link)->FNextSameCaption;
   if (*link) *link = Node->FNextSameCaption;
   Node->FNextSameCaption = nullptr;
-  if (!it->second) FCaptions.erase(it);
+  if (!FCaptionSlots[index].Head) EraseCaptionSlot(index);
 }
 
 void TPelGraph::Detach(TPelGraphNode* Node) {
@@ -941,7 +1027,8 @@ void TPelGraph::Clear() {
           }
           FNodes->SetOwnsObjects(false);
           TryFinally([this] { FNodes->Clear(); }, [this] { FNodes->SetOwnsObjects(true); });
-          FCaptions.clear();
+          FCaptionSlots.clear();
+          FCaptionCount = 0;
           FNextNodeId = 0;
         },
         [this] { FAdding = false; });
@@ -949,8 +1036,8 @@ void TPelGraph::Clear() {
 }
 
 TPelGraphNode* TPelGraph::FindNode(const String& Caption) {
-  auto it = FCaptions.find(Caption);
-  return it == FCaptions.end() ? nullptr : it->second;
+  if (FCaptionSlots.empty()) return nullptr;
+  return FCaptionSlots[CaptionSlot(Caption, std::hash<String>()(Caption))].Head;
 }
 
 IPtr<IIterator> TPelGraph::GetNodes() { return IPtr<IIterator>(New<TNodeListIterator>(FNodes)); }

@@ -28,6 +28,9 @@
 // read so far is freed again (with its edges) and the caption counter is
 // restored.
 //
+// Edges made directly (New<TPelGraphEdge>) between nodes outside any graph
+// are the caller's to free.
+//
 // Events: the published handlers carry the method name a stream gave them
 // (kept so that it is written back); code assigns the handlers themselves
 // with SetOnChange and the like.
@@ -35,7 +38,7 @@
 
 #include <cstdint>
 #include <functional>
-#include <unordered_map>
+#include <vector>
 
 #include "foundation/CommonInterfaces.h"
 #include "hashing/PelHashTable.h"
@@ -207,6 +210,11 @@ class TPelGraphNode : public TPersistent {
   virtual void RemovePredecessors();
 
   TPelGraphEdge* GetEdge(int32_t Index) const;
+  // GetEdge without the index check, for loops that test Index against
+  // GetEdgeCount just before each access.
+  TPelGraphEdge* GetEdgeUnchecked(int32_t Index) const {
+    return static_cast<TPelGraphEdge*>(FEdges->List()[Index]);
+  }
   int32_t GetEdgeCount() const { return FEdges->GetCount(); }
   // The number of edges in the node's list.
   int32_t GetOutDegree() const { return FEdges->GetCount(); }
@@ -241,20 +249,23 @@ class TPelGraphNode : public TPersistent {
 
  private:
   String FCaption;
-  TList* FEdges;
-  TPelCustomGraph* FGraph;
-  int32_t FInDegree = 0;
-  bool FVisited = false;
   TNotifyEvent FOnChange;
   String FOnChangeName;
-  int32_t FUpdateCount = 0;
-  int32_t FWorkTag = 0;
   // Bookkeeping of TPelGraph's caption index: the list holding the node,
   // the node's insertion stamp there, and the next node (in list order)
   // bearing the same caption.
   TPelGraph* FListOwner = nullptr;
   uint64_t FListStamp = 0;
   TPelGraphNode* FNextSameCaption = nullptr;
+  int32_t FUpdateCount = 0;
+  bool FVisited = false;
+  // What the algorithms read and write for every edge come last, so that
+  // they share a cache line with the fields of the node classes built on
+  // this one (a weight, an event's times).
+  TList* FEdges;
+  TPelCustomGraph* FGraph;
+  int32_t FInDegree = 0;
+  int32_t FWorkTag = 0;
 };
 
 using TPelGraphNodeClass = TClassOf<TPelGraphNode, TPelCustomGraph*>;
@@ -363,11 +374,16 @@ class TPelCustomGraph : public TComponent {
   virtual int32_t GetNodeCount() = 0;
   // A node of the graph's node class, captioned by its class and id.
   virtual TPelGraphNode* NewNode();
-  // Re-registers every edge for the new kind of graph.
+  // Re-registers every edge for the new kind of graph. A loop made in a
+  // directed graph counts twice in its node's in-degree once the graph is
+  // undirected (a loop made there counts once): intended.
   virtual void SetDirected(bool Value);
   // Called for each edge during TopologicalOrder: lowers the successor's
   // working in-degree (its WorkTag).
-  virtual void ModifySuccessor(TPelGraphNode* Node, TPelGraphNode* Successor, TPelGraphEdge* Edge);
+  virtual void ModifySuccessor([[maybe_unused]] TPelGraphNode* Node, TPelGraphNode* Successor,
+                               [[maybe_unused]] TPelGraphEdge* Edge) {
+    Successor->SetWorkTag(Successor->GetWorkTag() - 1);
+  }
   virtual void Clear() = 0;
   virtual TPelGraphNode* CreateNode(const String& Caption);
   virtual void BeginUpdate();
@@ -394,7 +410,9 @@ class TPelCustomGraph : public TComponent {
   // when it was theirs.
   virtual bool RemoveNode(TPelGraphNode* Node);
   // Takes Node out of the container without freeing it; Node, or null
-  // when the container did not hold it.
+  // when the container did not hold it. The node still names the graph and
+  // keeps its edges (intended): free it, or move it with SetGraph, while
+  // the graph lives.
   virtual TPelGraphNode* Extract(TPelGraphNode* Node) = 0;
   // Single-source shortest path weights into every node's Weight.
   virtual void ShortestPath(TPelGraphNode* StartNode);
@@ -459,12 +477,21 @@ class TPelCustomGraph : public TComponent {
     FHandlerNames[H] = Value;
   }
 
-  // Calls Fn for every node in enumeration order.
+  // Calls Fn for every node in enumeration order. The iterator of a plain
+  // node list is walked through the list itself, as it would walk it.
   template <class Fn>
   void ForEachNode(Fn&& F) {
     IPtr<IIterator> nodes = GetNodes();
+    if (TList* list = NodeListOf(nodes.get())) {
+      for (int32_t i = 0; i < list->GetCount(); ++i)
+        F(static_cast<TPelGraphNode*>(list->List()[i]));
+      return;
+    }
     while (nodes->HasMoreElements()) F(static_cast<TPelGraphNode*>(nodes->NextElement()));
   }
+  // The list that Nodes, a fresh iterator of TPelGraph's nodes, walks; null
+  // for every other iterator.
+  static TList* NodeListOf(IIterator* Nodes);
 
   // Set while a node is being added, so that AddNode and SetGraph do not
   // call each other in circles.
@@ -561,8 +588,18 @@ class TPelGraph : public TPelCustomGraph {
 
   TObjectList* FNodes;
   // Caption -> the first node bearing it; the others follow in list order
-  // through FNextSameCaption.
-  std::unordered_map<String, TPelGraphNode*> FCaptions;
+  // through FNextSameCaption. Open addressing with linear probing over the
+  // first nodes, whose captions are the keys: no allocation per caption.
+  struct TCaptionSlot {
+    std::size_t Hash;
+    TPelGraphNode* Head;
+  };
+  // The slot of Caption's first node, or the empty slot where it would go.
+  std::size_t CaptionSlot(const String& Caption, std::size_t Hash) const;
+  void GrowCaptionSlots();
+  void EraseCaptionSlot(std::size_t Index);
+  std::vector<TCaptionSlot> FCaptionSlots;
+  std::size_t FCaptionCount = 0;
   uint64_t FNextStamp = 1;
 };
 

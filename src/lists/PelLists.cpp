@@ -1,5 +1,10 @@
 #include "lists/PelLists.h"
 
+#include <algorithm>
+#include <atomic>
+#include <iterator>
+#include <utility>
+
 namespace pel {
 
 // ---------------------------------------------------------------------------
@@ -35,10 +40,16 @@ void TPelCustomLinkedList::BeforeDestruction() {
 
 void TPelCustomLinkedList::Error(const char* Msg) { throw EListError(String(Msg)); }
 
-void TPelCustomLinkedList::AccessViolation() { throw EAccessViolation(String("Access violation")); }
-
-void TPelCustomLinkedList::FreeIfUnlinked(TSQNode* Node, int32_t CountBefore) {
-  if (FCount == CountBefore) Free(Node);
+template <class TNode>
+TNode* TPelCustomLinkedList::CopyNode(TSQNode* Source) {
+  TSQNode* node = NewNode();
+  try {
+    node->Assign(Source);
+    return As<TNode>(node);
+  } catch (...) {
+    Free(node);  // never handed to the list: nobody else has it
+    throw;
+  }
 }
 
 void TPelCustomLinkedList::FreeNodes() {
@@ -56,15 +67,10 @@ void TPelCustomLinkedList::FreeNodes() {
 
 void TPelCustomLinkedList::Assign(TPersistent* Source) {
   if (auto* list = dynamic_cast<TPelCustomLinkedList*>(Source)) {
-    BeginUpdate();
-    try {
+    Updating(this, [&] {
       Clear();
       AddLinkedList(list);
-    } catch (...) {
-      EndUpdate();
-      throw;
-    }
-    EndUpdate();
+    });
     return;
   }
   TPersistent::Assign(Source);
@@ -75,18 +81,10 @@ void TPelCustomLinkedList::Assign(TList* Source) {
     TPersistent::Assign(nullptr);
     return;
   }
-  BeginUpdate();
-  try {
+  Updating(this, [&] {
     Clear();
-    for (int32_t i = 0; i < Source->GetCount(); ++i) {
-      int32_t before = FCount;
-      FreeIfUnlinked(Add(static_cast<TObject*>(Source->Get(i))), before);
-    }
-  } catch (...) {
-    EndUpdate();
-    throw;
-  }
-  EndUpdate();
+    for (int32_t i = 0; i < Source->GetCount(); ++i) Add(static_cast<TObject*>(Source->Get(i)));
+  });
 }
 
 TSQNode* TPelCustomLinkedList::GetNode(int32_t Index) {
@@ -100,20 +98,16 @@ TSQNode* TPelCustomLinkedList::GetNode(int32_t Index) {
     node = FHead;
     steps = Index;
   }
-  for (; steps > 0; --steps) {
-    if (!node) AccessViolation();
-    node = node->GetNext();
-  }
-  if (!node) AccessViolation();
+  for (; steps > 0; --steps) node = CheckAssigned(node)->GetNext();
+  FCurrent = CheckAssigned(node);
   FIndex = Index;
-  FCurrent = node;
   return node;
 }
 
 void TPelCustomLinkedList::SetNode(int32_t Index, TSQNode* Node) {
   TSQNode* old = GetNode(Index);
   if (old == Node) return;
-  if (!Node) AccessViolation();
+  CheckAssigned(Node);
   TSQNode* prev = Find(old);
   Node->SetNext(old->GetNext());
   if (prev)
@@ -126,31 +120,14 @@ void TPelCustomLinkedList::SetNode(int32_t Index, TSQNode* Node) {
 }
 
 TSQNode* TPelCustomLinkedList::HeadOf(const TPelCustomLinkedList* List) {
-  if (!List) AccessViolation();
-  return List->FHead;
+  return CheckAssigned(List)->FHead;
 }
 
 void TPelCustomLinkedList::AddLinkedList(TPelCustomLinkedList* List) {
   TSQNode* first = HeadOf(List);
-  BeginUpdate();
-  try {
-    for (TSQNode* src = first; src; src = src->GetNext()) {
-      TSQNode* node = NewNode();
-      int32_t before = FCount;
-      try {
-        node->Assign(src);
-        AddNode(node);
-      } catch (...) {
-        FreeIfUnlinked(node, before);
-        throw;
-      }
-      FreeIfUnlinked(node, before);
-    }
-  } catch (...) {
-    EndUpdate();
-    throw;
-  }
-  EndUpdate();
+  Updating(this, [&] {
+    for (TSQNode* src = first; src; src = src->GetNext()) AddNode(CopyNode<TSQNode>(src));
+  });
 }
 
 void TPelCustomLinkedList::BeginUpdate() { ++FUpdateCount; }
@@ -202,7 +179,7 @@ TSQNode* TPelCustomLinkedList::Find(TSQNode* Node) {
 }
 
 TSQNode* TPelCustomLinkedList::Insert(TSQNode* Node, TSQNode* Before) {
-  if (!Node) AccessViolation();
+  CheckAssigned(Node);
   if (Before) {
     TSQNode* prev = Find(Before);
     if (Before == FCurrent) ++FIndex;
@@ -228,12 +205,8 @@ TSQNode* TPelCustomLinkedList::NewNode() { return New<TSQNode>(); }
 TSQNode* TPelCustomLinkedList::Add(TObject* Item) {
   TSQNode* node = NewNode();
   node->SetItem(Item);
-  try {
-    return AddNode(node);
-  } catch (...) {
-    Free(node);
-    throw;
-  }
+  // From here the node is the list's, also when AddNode or OnChange raises.
+  return AddNode(node);
 }
 
 TObject* TPelCustomLinkedList::GetItem(int32_t Index) { return GetNode(Index)->GetItem(); }
@@ -273,12 +246,8 @@ TSQNode* TPelDoublyLinkedList::GetNode(int32_t Index) {
   if (Index < 0 || Index >= FCount) Error(SInvalidIndex);
   int32_t back = FCount - Index - 1;
   if (Index < back) return TPelLinkedList::GetNode(Index);
-  if (!FTail) AccessViolation();
-  TSQDoubleNode* node = As<TSQDoubleNode>(FTail);
-  for (; back > 0; --back) {
-    node = node->GetPrevious();
-    if (!node) AccessViolation();
-  }
+  TSQDoubleNode* node = As<TSQDoubleNode>(CheckAssigned(FTail));
+  for (; back > 0; --back) node = CheckAssigned(node->GetPrevious());
   FIndex = Index;
   FCurrent = node;
   return node;
@@ -287,8 +256,7 @@ TSQNode* TPelDoublyLinkedList::GetNode(int32_t Index) {
 void TPelDoublyLinkedList::SetNode(int32_t Index, TSQNode* Node) {
   TSQNode* old = GetNode(Index);
   if (old == Node) return;
-  if (!Node) AccessViolation();
-  TSQDoubleNode* node = As<TSQDoubleNode>(Node);
+  TSQDoubleNode* node = As<TSQDoubleNode>(CheckAssigned(Node));
   TSQDoubleNode* oldNode = As<TSQDoubleNode>(old);
   node->SetNext(oldNode->GetNext());
   node->SetPrevious(oldNode->GetPrevious());
@@ -300,24 +268,17 @@ void TPelDoublyLinkedList::SetNode(int32_t Index, TSQNode* Node) {
 void TPelDoublyLinkedList::Delete(TSQNode* Node) {
   TSQDoubleNode* prev = As<TSQDoubleNode>(Find(Node));
   TSQDoubleNode* next = As<TSQDoubleNode>(Node)->GetNext();
-  BeginUpdate();
-  try {
+  Updating(this, [&] {
     TPelLinkedList::Delete(Node);
-  } catch (...) {
-    EndUpdate();
-    throw;
-  }
-  if (next) next->SetPrevious(prev);
-  EndUpdate();
+    if (next) next->SetPrevious(prev);
+  });
 }
 
 TSQNode* TPelDoublyLinkedList::Insert(TSQNode* Node, TSQNode* Before) {
-  if (!Node) AccessViolation();
-  TSQDoubleNode* node = As<TSQDoubleNode>(Node);
+  TSQDoubleNode* node = As<TSQDoubleNode>(CheckAssigned(Node));
   TSQDoubleNode* before = As<TSQDoubleNode>(Before);
   TSQDoubleNode* tail = As<TSQDoubleNode>(FTail);
-  BeginUpdate();
-  try {
+  Updating(this, [&] {
     if (!before) {
       node->SetPrevious(tail);
       TPelLinkedList::Insert(node, nullptr);
@@ -326,11 +287,7 @@ TSQNode* TPelDoublyLinkedList::Insert(TSQNode* Node, TSQNode* Before) {
       node->SetPrevious(before->GetPrevious());
       before->SetPrevious(node);
     }
-  } catch (...) {
-    --FUpdateCount;  // nothing changed: close the bracket without notifying
-    throw;
-  }
-  EndUpdate();
+  });
   return Node;
 }
 
@@ -341,8 +298,7 @@ TSQNode* TPelDoublyLinkedList::NewNode() { return New<TSQDoubleNode>(); }
 
 TObject* TPelQueue::GetTop() {
   if (IsEmpty()) Error(SListEmpty);
-  if (!FHead) AccessViolation();
-  return FHead->GetItem();
+  return CheckAssigned(FHead)->GetItem();
 }
 
 TObject* TPelQueue::Pop() {
@@ -353,12 +309,7 @@ TObject* TPelQueue::Pop() {
 
 TSQNode* TPelQueue::Push(TObject* Item) {
   TSQNode* node = NewNode();
-  try {
-    AddNode(node);
-  } catch (...) {
-    Free(node);
-    throw;
-  }
+  AddNode(node);
   // Intended: OnChange has already run when the item is stored.
   node->SetItem(Item);
   return node;
@@ -406,15 +357,10 @@ template <class Stack>
 static bool CopyStack(Stack* Self, TPersistent* Source) {
   auto* stack = dynamic_cast<Stack*>(Source);
   if (!stack) return false;
-  Self->BeginUpdate();
-  try {
+  Updating(Self, [&] {
     Self->Clear();
     Self->AddStack(stack);
-  } catch (...) {
-    Self->EndUpdate();
-    throw;
-  }
-  Self->EndUpdate();
+  });
   return true;
 }
 
@@ -450,8 +396,7 @@ TSQNode* TPelStringQueue::NewNode() { return New<TSQStringNode>(); }
 
 String TPelStringQueue::GetTopString() {
   if (IsEmpty()) Error(SListEmpty);
-  if (!FHead) AccessViolation();
-  return As<TSQStringNode>(FHead)->GetValue();
+  return As<TSQStringNode>(CheckAssigned(FHead))->GetValue();
 }
 
 TSQStringNode* TPelStringQueue::PushString(const String& S) { return PushItem(S, nullptr); }
@@ -460,12 +405,7 @@ TSQStringNode* TPelStringQueue::PushItem(const String& S, TObject* Item) {
   TSQStringNode* node = As<TSQStringNode>(NewNode());
   node->SetValue(S);
   node->SetItem(Item);
-  try {
-    AddNode(node);
-  } catch (...) {
-    Free(node);
-    throw;
-  }
+  AddNode(node);
   return node;
 }
 
@@ -528,28 +468,14 @@ void TPelStringQueue::DefineProperties(TFiler* Filer) {
 
 void TPelStringQueue::ReadData(TReader* Reader) {
   Reader->ReadListBegin();
-  BeginUpdate();
-  try {
+  Updating(this, [&] {
     Clear();
     while (!Reader->EndOfList()) {
       auto* node = As<TSQStringNode>(NewNode());
-      int32_t before = FCount;
-      // A queue whose Insert links nothing (the priority string queue)
-      // leaves the node to us: it is freed once its value is read.
-      try {
-        Insert(node, nullptr);
-        node->SetValue(Reader->ReadString());
-      } catch (...) {
-        FreeIfUnlinked(node, before);
-        throw;
-      }
-      FreeIfUnlinked(node, before);
+      Insert(node, nullptr);
+      node->SetValue(Reader->ReadString());
     }
-  } catch (...) {
-    EndUpdate();
-    throw;
-  }
-  EndUpdate();
+  });
   Reader->ReadListEnd();
 }
 
@@ -576,27 +502,13 @@ void TPelStringStack::AddStack(TPelCustomLinkedList* List) {
 template <class TNode>
 void TPelCustomLinkedList::AddPriorityCopies(TPelCustomLinkedList* List) {
   TSQNode* first = HeadOf(List);
-  BeginUpdate();
-  try {
+  Updating(this, [&] {
     for (TSQNode* src = first; src; src = src->GetNext()) {
-      TNode* node = As<TNode>(NewNode());
-      int32_t before = FCount;
-      try {
-        node->Assign(src);
-        if (auto* ps = dynamic_cast<TNode*>(src)) node->SetPriority(ps->GetPriority());
-        AddNode(node);
-      } catch (...) {
-        FreeIfUnlinked(node, before);
-        throw;
-      }
-      // A queue whose insertion links nothing leaves the copy to nobody.
-      FreeIfUnlinked(node, before);
+      TNode* node = CopyNode<TNode>(src);
+      if (auto* ps = dynamic_cast<TNode*>(src)) node->SetPriority(ps->GetPriority());
+      AddNode(node);
     }
-  } catch (...) {
-    EndUpdate();
-    throw;
-  }
-  EndUpdate();
+  });
 }
 
 template <class TNode>
@@ -604,27 +516,17 @@ TNode* TPelCustomLinkedList::PushPriority(TObject* Item, int32_t Priority) {
   TNode* node = As<TNode>(NewNode());
   node->SetItem(Item);
   node->SetPriority(Priority);
-  try {
-    AddNode(node);
-  } catch (...) {
-    Free(node);
-    throw;
-  }
+  AddNode(node);
   return node;
 }
 
 template <class TNode>
 TNode* TPelCustomLinkedList::ReplacePriority(TNode* Old, int32_t Priority) {
-  TNode* node = As<TNode>(NewNode());
-  try {
-    node->Assign(Old);
-    Find(Old);  // raises now, before anything changes, if Old is not here
-    node->SetPriority(Priority);
-    Insert(node, nullptr);
-  } catch (...) {
-    Free(node);
-    throw;
-  }
+  TNode* node = CopyNode<TNode>(Old);
+  node->SetPriority(Priority);
+  Insert(node, nullptr);
+  // Intended: the old node is looked for only now, so an Old that is not in
+  // the list raises after the copy has joined it.
   Delete(Old);
   return node;
 }
@@ -636,30 +538,130 @@ TSQNode* TPelPriorityQueue::NewNode() {
   return TSQPriorityNodeClass(TSQPriorityNode::StaticClass()).Create(0);
 }
 
+namespace detail {
+static std::atomic<uint64_t> GPriorityChanges{0};
+uint64_t PriorityChanges() { return GPriorityChanges.load(std::memory_order_relaxed); }
+void CountPriorityChange() { GPriorityChanges.fetch_add(1, std::memory_order_relaxed); }
+}  // namespace detail
+
+template <class Body>
+void TPelPriorityQueue::OwnChange(Body&& body) {
+  FOwnChange = true;
+  TryFinally(std::forward<Body>(body), [this] { FOwnChange = false; });
+}
+
+void TPelPriorityQueue::Change() {
+  // Taken before OnChange runs, so that what a handler does is judged alone.
+  if (!std::exchange(FOwnChange, false)) FOrder = orUnknown;
+  TPelQueue::Change();
+}
+
+void TPelPriorityQueue::EndUpdate() {
+  OwnChange([this] { TPelQueue::EndUpdate(); });
+}
+
+bool TPelPriorityQueue::Indexed(bool Check) {
+  uint64_t changes = detail::PriorityChanges();
+  if (changes != FSeenChanges) {
+    FSeenChanges = changes;
+    if (FOrder == orSorted) FOrder = orUnknown;
+  }
+  if (Check && FOrder == orUnknown) Rebuild();
+  return FOrder == orSorted;
+}
+
+void TPelPriorityQueue::Rebuild() {
+  FRuns.Clear();
+  FOrder = orBroken;
+  // The nodes must be Count priority nodes from the head to the tail, in
+  // ascending order; only pointers are compared until a node is known linked.
+  TSQNode* last = nullptr;
+  detail::TPriorityRuns::TRun* run = nullptr;
+  int32_t p = 0;
+  int32_t n = 0;
+  for (TSQNode* at = FHead; at; at = at->GetNext()) {
+    auto* node = dynamic_cast<TSQPriorityNode*>(at);
+    if (++n > FCount || !node || (run && node->GetPriority() < p)) {
+      FRuns.Clear();
+      return;
+    }
+    if (run && node->GetPriority() == p) {
+      run->Last = node;
+    } else {
+      p = node->GetPriority();
+      run = FRuns.Add(p, {node, node}).first;
+    }
+    node->FLinked = true;
+    last = at;
+  }
+  if (n != FCount || last != FTail) {
+    FRuns.Clear();
+    return;
+  }
+  FOrder = orSorted;
+}
+
+TSQNode* TPelPriorityQueue::IndexedPlace(int32_t P, TSQNode*& Prev) {
+  detail::TPriorityRuns::TRun* before;
+  detail::TPriorityRuns::TRun* run;
+  FRuns.Around(P, before, run);
+  Prev = before->Last;
+  return run->First;
+}
+
+void TPelPriorityQueue::IndexInsert(TSQPriorityNode* Node, TSQNode* Prev, TSQNode* Next) {
+  Node->FLinked = true;
+  auto [run, added] = FRuns.Add(Node->GetPriority(), {Node, Node});
+  if (added) return;
+  // Linked into the run of equal priorities: at its front or its back.
+  if (run->First == Next) run->First = Node;
+  if (run->Last == Prev) run->Last = Node;
+}
+
+void TPelPriorityQueue::IndexDelete(TSQPriorityNode* Node, TSQNode* Prev) {
+  detail::TPriorityRuns::TRun* run = FRuns.Find(Node->GetPriority());
+  if (run->First == Node && run->Last == Node) {
+    FRuns.Remove(Node->GetPriority());
+  } else if (run->First == Node) {
+    run->First = Node->GetNext();
+  } else if (run->Last == Node) {
+    run->Last = Prev;
+  }
+}
+
 TSQNode* TPelPriorityQueue::Insert(TSQNode* Node, TSQNode*) {
-  if (!Node) AccessViolation();
-  TSQPriorityNode* node = As<TSQPriorityNode>(Node);
+  TSQPriorityNode* node = As<TSQPriorityNode>(CheckAssigned(Node));
   int32_t p = node->GetPriority();
+  bool indexed = Indexed(true);
   Reset();
+  TSQNode* prev = nullptr;
+  TSQNode* next = nullptr;
   if (!FHead) {
     FHead = node;
     FTail = node;
   } else if (p <= As<TSQPriorityNode>(FHead)->GetPriority()) {
     // Newest first among equal priorities at the head: intended.
+    next = FHead;
     node->SetNext(FHead);
     FHead = node;
   } else if (!FTail) {
-    AccessViolation();
+    RaiseAccessViolation();
   } else if (p >= As<TSQPriorityNode>(FTail)->GetPriority()) {
     // Behind an equal tail: intended.
+    prev = FTail;
     FTail->SetNext(node);
     FTail = node;
+  } else if (indexed) {
+    next = IndexedPlace(p, prev);
+    // Where the walk would have left the cursor: after the node it stopped at.
+    FCurrent = next->GetNext();
+    node->SetNext(next);
+    prev->SetNext(node);
   } else {
-    TSQNode* prev = nullptr;
     while (!GetEndOfList()) {
       TSQNode* walked = TPelQueue::GetNext();
       if (As<TSQPriorityNode>(walked)->GetPriority() >= p) {
-        if (!prev) AccessViolation();  // the head's priority is below p
+        CheckAssigned(prev);  // the head's priority is below p
         node->SetNext(walked);
         prev->SetNext(node);
         break;
@@ -667,9 +669,23 @@ TSQNode* TPelPriorityQueue::Insert(TSQNode* Node, TSQNode*) {
       prev = walked;
     }
   }
+  if (indexed) IndexInsert(node, prev, next);
   ++FCount;
-  Change();
+  OwnChange([this] { Change(); });
   return Node;
+}
+
+void TPelPriorityQueue::Delete(TSQNode* Node) {
+  // Deleting never checks the order (each pop would walk): without the index
+  // the deletion is the linked list's, and the next push checks.
+  if (!Node || FCount == 0 || !Indexed(false)) {
+    TPelQueue::Delete(Node);
+    return;
+  }
+  // Find raises as the linked list's Delete would, before anything changes.
+  TSQNode* prev = Node == FHead ? nullptr : Find(Node);
+  IndexDelete(As<TSQPriorityNode>(Node), prev);
+  OwnChange([&] { TPelQueue::Delete(Node); });
 }
 
 void TPelPriorityQueue::AddLinkedList(TPelCustomLinkedList* List) {
@@ -705,13 +721,16 @@ TSQPriorityNode* TPelPriorityQueue::GetNext() { return As<TSQPriorityNode>(TPelQ
 // ---------------------------------------------------------------------------
 // TPelPriorityStringQueue
 
+TPelPriorityStringQueue::~TPelPriorityStringQueue() {
+  for (TSQNode* node : FUnlinked) Free(node);
+}
+
 TSQNode* TPelPriorityStringQueue::NewNode() {
   return TSQPriorityStringNodeClass(TSQPriorityStringNode::StaticClass()).Create(0);
 }
 
 TSQNode* TPelPriorityStringQueue::Insert(TSQNode* Node, TSQNode*) {
-  if (!Node) AccessViolation();
-  TSQPriorityStringNode* node = As<TSQPriorityStringNode>(Node);
+  TSQPriorityStringNode* node = As<TSQPriorityStringNode>(CheckAssigned(Node));
   int32_t p = node->GetPriority();
   Reset();
   TSQNode* stop = nullptr;
@@ -725,6 +744,7 @@ TSQNode* TPelPriorityStringQueue::Insert(TSQNode* Node, TSQNode*) {
   }
   // Intended: only the new node's Next is set; nothing is linked or counted.
   node->SetNext(stop ? stop : last);
+  FUnlinked.insert(Node);
   return Node;
 }
 

@@ -13,12 +13,25 @@
 // indexed access walks from the head again. OnChange fires after each change
 // unless a BeginUpdate/EndUpdate bracket is open; the outermost EndUpdate
 // fires once.
+//
+// A node handed to AddNode or Insert is the list's from then on, also when
+// the call raises: a change handler may raise after the node is linked, and
+// a descendant's AddNode may link it and drop another. So Add, Push and the
+// copying operations never free a node they have handed over.
+//
+// OnChange is published as an event: it streams as the name of its handler
+// method. A handler bound with SetOnChange(Handler) alone has no name and so
+// is not written; SetOnChange(Handler, Name) gives it one. Reading the
+// property records the name only (there is no method to look it up in):
+// the program binds the handler itself.
 #pragma once
 
 #include <cstdint>
+#include <unordered_set>
 #include <vector>
 
 #include "foundation/Structures.h"
+#include "lists/PelListsRuns.h"
 #include "platform/Classes.h"
 #include "platform/TypInfo.h"
 
@@ -101,20 +114,37 @@ class TSQStringNode : public TSQNode {
   String FValue;
 };
 
+namespace detail {
+// Counts the priority changes of nodes linked in a TPelPriorityQueue; a
+// queue whose order index saw another count checks its order again.
+uint64_t PriorityChanges();
+void CountPriorityChange();
+}  // namespace detail
+
 // A node with a priority; the smaller value is served first. Made through
 // TSQPriorityNodeClass with the priority as the constructor argument.
 // Assign copies what TSQNode copies, not the priority.
 class TSQPriorityNode : public TSQNode {
   PEL_CLASS(TSQPriorityNode, TSQNode)
+  friend class TPelPriorityQueue;
+
  public:
   using TCreateArgs = TCtorArgs<int32_t>;
   explicit TSQPriorityNode(int32_t APriority) : FPriority(APriority) {}
 
   int32_t GetPriority() const { return FPriority; }
-  void SetPriority(int32_t Value) { FPriority = Value; }
+  // On a node a priority queue has linked, a new value is counted (see
+  // TPelPriorityQueue), as it may break the queue's order.
+  void SetPriority(int32_t Value) {
+    if (FLinked && Value != FPriority) detail::CountPriorityChange();
+    FPriority = Value;
+  }
 
  protected:
   int32_t FPriority;
+
+ private:
+  bool FLinked = false;  // a TPelPriorityQueue has linked it
 };
 
 using TSQPriorityNodeClass = TClassOf<TSQPriorityNode, int32_t>;
@@ -197,7 +227,14 @@ class TPelCustomLinkedList : public TPersistent {
   int32_t IndexOfItem(TObject* Item);
 
   const TNotifyEvent& GetOnChange() const { return FOnChange; }
-  void SetOnChange(TNotifyEvent Value) { FOnChange = std::move(Value); }
+  // Binds the handler; MethodName is what the OnChange property streams.
+  void SetOnChange(TNotifyEvent Value, String MethodName = String()) {
+    FOnChange = std::move(Value);
+    FOnChangeName = std::move(MethodName);
+  }
+  // The published OnChange: the handler's method name (empty when unnamed).
+  String GetOnChangeName() const { return FOnChangeName; }
+  void SetOnChangeName(const String& Value) { FOnChangeName = Value; }
 
  protected:
   // Forgets the cursor index and tells OnChange, unless updates are open.
@@ -210,11 +247,10 @@ class TPelCustomLinkedList : public TPersistent {
 
   // Raises EListError with Msg.
   [[noreturn]] static void Error(const char* Msg);
-  // Raises EAccessViolation where a kept algorithm reaches a missing node.
-  [[noreturn]] static void AccessViolation();
-  // Frees Node when an insertion left it outside the list (Count unchanged):
-  // nobody else could reach it.
-  void FreeIfUnlinked(TSQNode* Node, int32_t CountBefore);
+  // A new node (NewNode) assigned from Source, as a TNode (EInvalidCast
+  // otherwise). It is freed again when that fails, before the list has it.
+  template <class TNode>
+  TNode* CopyNode(TSQNode* Source);
 
   // The priority queues' shared steps, for their node type TNode (which has
   // GetPriority/SetPriority): copies of List's nodes keeping priorities of
@@ -236,16 +272,18 @@ class TPelCustomLinkedList : public TPersistent {
   int32_t FUpdateCount = 0;
 
  private:
+  String FOnChangeName;
   void FreeNodes();
 };
 
 // The general singly linked list; publishes Head and Tail (read-only, so
-// never written). OnChange is a plain callback with no method name to
-// stream, so it is not published.
+// never written) and OnChange (by method name, see above).
 class TPelLinkedList : public TPelCustomLinkedList {
   PEL_CLASS(TPelLinkedList, TPelCustomLinkedList)
   PEL_PUBLISHED(TPelLinkedList, Property<&TPelLinkedList::GetHead>("Head"),
-                Property<&TPelLinkedList::GetTail>("Tail"))
+                Property<&TPelLinkedList::GetTail>("Tail"),
+                Property<&TPelLinkedList::GetOnChangeName, &TPelLinkedList::SetOnChangeName>(
+                    "OnChange", &TypeInfoNotifyEvent))
  public:
   using TPelCustomLinkedList::GetHead;
   using TPelCustomLinkedList::GetTail;
@@ -284,10 +322,12 @@ class TPelDoublyLinkedList : public TPelLinkedList {
 // Queues and stacks. All take from the head; they differ in where AddNode
 // and Insert put a node.
 
-// A first-in first-out queue of objects. (Its OnChange is a plain callback
-// and so is not among the published properties.)
+// A first-in first-out queue of objects; publishes OnChange (by method
+// name, see above).
 class TPelQueue : public TPelCustomLinkedList {
   PEL_CLASS(TPelQueue, TPelCustomLinkedList)
+  PEL_PUBLISHED(TPelQueue, Property<&TPelQueue::GetOnChangeName, &TPelQueue::SetOnChangeName>(
+                               "OnChange", &TypeInfoNotifyEvent))
  public:
   // Takes the head's item and deletes the head node (not the item).
   virtual TObject* Pop();
@@ -371,14 +411,19 @@ class TPelStringStack : public TPelStringQueue {
 // deliberately links nothing: Insert only points the new node's Next at
 // the place the node would go, leaving head, tail, Count and notification
 // alone. So PushP, PushItemP, PushString and Push return a node that is not
-// in the queue and now belongs to the caller, who frees it. The queue stays
-// empty, so ChangePriority, which still deletes the old node, always raises
-// "List is empty".
+// in the queue, and copies (AddLinkedList) and nodes read (ReadData) go
+// nowhere. The queue stays empty, so ChangePriority, which still deletes the
+// old node after inserting the copy, always raises "List is empty".
+//
+// Such nodes still belong to the queue, as every node given to Insert
+// does: it keeps them aside and frees them when it is destroyed. Callers
+// may use a returned node until then and never free it.
 class TPelPriorityStringQueue : public TPelStringQueue {
   PEL_CLASS(TPelPriorityStringQueue, TPelStringQueue)
  public:
+  ~TPelPriorityStringQueue() override;
   // Copies of List's nodes (with their priority when they have one) go
-  // through AddNode; as nothing gets linked they are freed again.
+  // through AddNode, which links none of them.
   void AddLinkedList(TPelCustomLinkedList* List) override;
   TSQNode* Insert(TSQNode* Node, TSQNode* Before) override;
   TSQNode* NewNode() override;
@@ -391,21 +436,58 @@ class TPelPriorityStringQueue : public TPelStringQueue {
   TSQPriorityStringNode* GetPriorityNode(int32_t Index);
   void SetPriorityNode(int32_t Index, TSQPriorityStringNode* Node);
   TSQPriorityStringNode* GetNext();
+
+ private:
+  std::unordered_set<TSQNode*> FUnlinked;  // nodes Insert took but left outside
 };
 
 // A queue of objects served in ascending priority. Among equal priorities a
 // newcomer goes before the equal ones at the head and in the middle, but
 // behind an equal tail; that order is intended.
+//
+// Where a new node goes is defined by a walk from the head to the first node
+// whose priority is at least the new one. While the list is in ascending
+// order, which every operation of the queue keeps, an order index finds that
+// node instead in O(log n): one entry per distinct priority, holding the
+// first and last node of the run of that priority. Popping, and deleting the
+// head, cost constant time.
+//
+// A caller can still break the order: set a linked node's priority, or put
+// nodes in through the base list's operations (the linked list's own Insert,
+// SetNode, ...). The index learns of it thus:
+// - every structural change ends in Change; the queue's own operations say
+//   beforehand that a change is theirs, so any other change makes the order
+//   unknown;
+// - a linked node counts its priority changes in a count shared by all
+//   priority queues; a queue that sees the count moved makes its order
+//   unknown.
+// The next push into a queue whose order is unknown walks all its nodes
+// once: when they are in ascending order the index is rebuilt, otherwise the
+// queue walks as defined until a deletion or another outside change lets the
+// next push look again (so while the order stays broken, a push after a pop
+// costs two walks). A priority change on a node of any queue costs every
+// queue one such walk. Not seen: nodes relinked by hand (SetNext), and a
+// node class of its own that writes FPriority without SetPriority; do
+// neither on a priority queue.
+//
+// The index costs a priority and two node references per distinct priority
+// (see PelListsRuns.h).
 class TPelPriorityQueue : public TPelQueue {
   PEL_CLASS(TPelPriorityQueue, TPelQueue)
  public:
   // Copies of List's nodes keep their priority when they are TSQPriorityNode.
   void AddLinkedList(TPelCustomLinkedList* List) override;
+  // The closing notification is the queue's own.
+  void EndUpdate() override;
+  // Unlinks and frees Node as the linked list does, keeping the index.
+  void Delete(TSQNode* Node) override;
   // Before is ignored: the node goes where its priority puts it.
   TSQNode* Insert(TSQNode* Node, TSQNode* Before) override;
   TSQNode* NewNode() override;
   // Replaces Node by a copy with the new priority (two notifications);
-  // returns the copy. Node is freed.
+  // returns the copy. Node is freed. The copy is inserted before Node is
+  // deleted, on purpose: a Node that is not in the queue raises "Cannot
+  // find node within list" with the copy already in (and the queue's).
   virtual TSQPriorityNode* ChangePriority(TSQPriorityNode* Node, int32_t Priority);
   virtual TSQPriorityNode* PushP(TObject* Item, int32_t Priority);
 
@@ -414,6 +496,29 @@ class TPelPriorityQueue : public TPelQueue {
   TSQPriorityNode* GetPriorityNode(int32_t Index);
   void SetPriorityNode(int32_t Index, TSQPriorityNode* Node);
   TSQPriorityNode* GetNext();
+
+ protected:
+  // An outside change makes the order unknown.
+  void Change() override;
+
+ private:
+  enum TOrder { orSorted, orUnknown, orBroken };
+
+  // Whether the index may be used; with Check, an unknown order is checked.
+  bool Indexed(bool Check);
+  void Rebuild();
+  // The node before which the walk would link priority P (head < P < tail).
+  TSQNode* IndexedPlace(int32_t P, TSQNode*& Prev);
+  void IndexInsert(TSQPriorityNode* Node, TSQNode* Prev, TSQNode* Next);
+  void IndexDelete(TSQPriorityNode* Node, TSQNode* Prev);
+  // Runs Body, whose change notification is the queue's own.
+  template <class Body>
+  void OwnChange(Body&& body);
+
+  detail::TPriorityRuns FRuns;  // the order index
+  TOrder FOrder = orSorted;
+  uint64_t FSeenChanges = detail::PriorityChanges();
+  bool FOwnChange = false;
 };
 
 // ---------------------------------------------------------------------------
@@ -422,12 +527,17 @@ class TPelPriorityQueue : public TPelQueue {
 // A growable array of object references that frees what leaves it by
 // deletion while FreeItems is set (the default). Growth and messages are the
 // platform list's; Notify sees lnAdded, lnDeleted and lnExtracted as TList's
-// does, and only lnDeleted under FreeItems frees.
+// does, and only lnDeleted under FreeItems frees. FreeItems is published
+// (default true).
 //
 // Kept on purpose: Put frees the old object even when it is the very object
 // being stored again, leaving the slot referring to a freed object.
+//
+// Like TList it deletes at the front in constant time on average.
 class TFreeList : public TPersistent {
   PEL_CLASS(TFreeList, TPersistent)
+  PEL_PUBLISHED(TFreeList, Property<&TFreeList::GetFreeItems, &TFreeList::SetFreeItems>("FreeItems")
+                               .WithDefault(1))
  public:
   TFreeList() = default;
   explicit TFreeList(bool AFreeItems) : FFreeItems(AFreeItems) {}
@@ -440,7 +550,14 @@ class TFreeList : public TPersistent {
   // The same from a platform list.
   void Assign(TList* Source);
 
+  // The virtual operations in their table order: Get, Grow, Notify, Put, ...
   virtual TObject* Get(int32_t Index);
+
+ protected:
+  virtual void Grow();
+  virtual void Notify(TObject* Item, TListNotification Action);
+
+ public:
   virtual void Put(int32_t Index, TObject* Item);
   virtual void SetCount(int32_t NewCount);
   virtual int32_t Add(TObject* Item);
@@ -472,15 +589,11 @@ class TFreeList : public TPersistent {
   bool GetFreeItems() const { return FFreeItems; }
   void SetFreeItems(bool Value) { FFreeItems = Value; }
 
- protected:
-  virtual void Grow();
-  virtual void Notify(TObject* Item, TListNotification Action);
-
  private:
   void CheckIndex(int32_t Index);
   void QuickSort(int32_t L, int32_t R, TListSortCompare Compare);
 
-  std::vector<TObject*> FList;  // FCapacity slots
+  detail::FrontGapSlots<TObject*> FList;  // FCapacity slots, see ListStorage.h
   int32_t FCount = 0;
   int32_t FCapacity = 0;
   bool FFreeItems = true;

@@ -27,8 +27,7 @@ void TFreeList::Grow() {
 void TFreeList::SetCapacity(int32_t NewCapacity) {
   if (NewCapacity < FCount || NewCapacity > MaxListSize) Error(SListCapacityError, NewCapacity);
   if (NewCapacity == FCapacity) return;
-  FList.resize(static_cast<std::size_t>(NewCapacity));
-  if (NewCapacity == 0) FList.shrink_to_fit();
+  FList.Reallocate(NewCapacity, FCount);
   FCapacity = NewCapacity;
 }
 
@@ -67,8 +66,7 @@ int32_t TFreeList::Add(TObject* Item) {
 void TFreeList::Insert(int32_t Index, TObject* Item) {
   if (Index < 0 || Index > FCount) Error(SListIndexError, Index);
   if (FCount == FCapacity) Grow();
-  std::move_backward(FList.begin() + Index, FList.begin() + FCount, FList.begin() + FCount + 1);
-  FList[Index] = Item;
+  FList.Open(Index, FCount) = Item;
   ++FCount;
   if (Item) Notify(Item, lnAdded);
 }
@@ -76,9 +74,8 @@ void TFreeList::Insert(int32_t Index, TObject* Item) {
 void TFreeList::Delete(int32_t Index) {
   TObject* item = Get(Index);
   CheckIndex(Index);
+  FList.Erase(Index, FCount, FCapacity);
   --FCount;
-  std::move(FList.begin() + Index + 1, FList.begin() + FCount + 1, FList.begin() + Index);
-  FList[FCount] = nullptr;
   if (item) Notify(item, lnDeleted);
 }
 
@@ -107,13 +104,13 @@ void TFreeList::SetCount(int32_t NewCount) {
   if (NewCount < 0 || NewCount > MaxListSize) Error(SListCountError, NewCount);
   if (NewCount > FCapacity) SetCapacity(NewCount);
   if (NewCount > FCount) {
-    std::fill(FList.begin() + FCount, FList.begin() + NewCount, nullptr);
+    std::fill(FList.Data() + FCount, FList.Data() + NewCount, nullptr);
     FCount = NewCount;
   } else if (FFreeItems) {
     while (FCount > NewCount) Delete(FCount - 1);
   } else {
     // Without FreeItems a shrink drops the references silently.
-    std::fill(FList.begin() + NewCount, FList.begin() + FCount, nullptr);
+    std::fill(FList.Data() + NewCount, FList.Data() + FCount, nullptr);
     FCount = NewCount;
   }
 }
@@ -140,14 +137,12 @@ void TFreeList::Move(int32_t CurIndex, int32_t NewIndex) {
   TObject* item = Get(CurIndex);
   bool freeItems = FFreeItems;
   FFreeItems = false;
-  try {
-    Delete(CurIndex);
-    Insert(NewIndex, item);
-  } catch (...) {
-    FFreeItems = freeItems;
-    throw;
-  }
-  FFreeItems = freeItems;
+  TryFinally(
+      [&] {
+        Delete(CurIndex);
+        Insert(NewIndex, item);
+      },
+      [&] { FFreeItems = freeItems; });
 }
 
 void TFreeList::QuickSort(int32_t L, int32_t R, TListSortCompare Compare) {
@@ -189,7 +184,7 @@ bool TFreeList::Equals(TObject* Obj) {
   }
   if (auto* other = dynamic_cast<TFreeList*>(Obj)) {
     if (other->FCount != FCount) return false;
-    return std::equal(FList.begin(), FList.begin() + FCount, other->FList.begin());
+    return std::equal(FList.Data(), FList.Data() + FCount, other->FList.Data());
   }
   return false;
 }

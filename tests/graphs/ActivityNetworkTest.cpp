@@ -51,7 +51,85 @@ void PlainRestrict(TStrings* Order, TAOEEvent* Start, TAOEEvent* Finish) {
     RemoveAfter(Order, at, Finish->GetEdge(j)->GetToNode());
 }
 
+// An event class of the program's own, and a network that records every
+// call of the successor hook.
+class TMilestone : public TAOEEvent {
+  PEL_CLASS(TMilestone, TAOEEvent)
+ public:
+  using TAOEEvent::TAOEEvent;
+};
+
+class TLoggingNetwork : public TActivityNetwork {
+  PEL_CLASS(TLoggingNetwork, TActivityNetwork)
+ public:
+  using TActivityNetwork::TActivityNetwork;
+  void ModifySuccessor(TPelGraphNode* Node, TPelGraphNode* Successor,
+                       TPelGraphEdge* Edge) override {
+    Calls.push_back(Edge);
+    TActivityNetwork::ModifySuccessor(Node, Successor, Edge);
+  }
+  std::vector<TPelGraphEdge*> Calls;
+};
+
 }  // namespace
+
+TEST(ActivityNetwork, HookSeesEveryTaskAndTellsClassesApart) {
+  // The same random network with plain events, with milestones (a
+  // descendant class) and under a logging network: equal times, and the
+  // hook is called for every task of each event in order.
+  std::mt19937 rng(5);
+  for (int round = 0; round < 20; ++round) {
+    const int count = 2 + static_cast<int>(rng() % 10);
+    std::vector<std::pair<int, int>> links;
+    for (int i = 0; i < count; ++i)
+      for (int j = i + 1; j < count; ++j)
+        if (rng() % 3 == 0) links.emplace_back(i, j);
+    std::vector<Owned<TActivityNetwork>> nets;
+    nets.push_back(Directed());
+    nets.push_back(Directed());
+    nets[1]->SetNodeClass(TMilestone::StaticClass());
+    nets.push_back(Make<TLoggingNetwork>(nullptr));
+    nets[2]->SetDirected(true);
+    std::vector<std::vector<int32_t>> times;
+    for (auto& n : nets) {
+      std::vector<TAOEEvent*> events;
+      for (int i = 0; i < count; ++i) events.push_back(Event(n.get(), "E" + IntToStr(i)));
+      int32_t d = 1;
+      for (auto [from, to] : links) Task(events[from], events[to], d++ % 7);
+      int32_t time = 0;
+      Owned<TStrings> order(n->GetEarliestCompletionTime(nullptr, nullptr, nullptr, time));
+      std::vector<int32_t> t;
+      for (TAOEEvent* e : events) {
+        t.push_back(e->GetEarliestEventTime());
+        t.push_back(e->GetLatestEventTime());
+      }
+      times.push_back(t);
+      if (auto* logging = dynamic_cast<TLoggingNetwork*>(n.get())) {
+        std::vector<TPelGraphEdge*> expected;
+        for (int32_t i = 0; i < order->GetCount(); ++i) {
+          auto* event = As<TAOEEvent>(order->GetObject(i));
+          for (int32_t j = 0; j < event->GetEdgeCount(); ++j) expected.push_back(event->GetEdge(j));
+        }
+        EXPECT_EQ(logging->Calls, expected) << "round " << round;
+      }
+    }
+    EXPECT_EQ(times[1], times[0]) << "round " << round;
+    EXPECT_EQ(times[2], times[0]) << "round " << round;
+  }
+
+  // A plain weighted edge between events is no task: the forward pass skips
+  // it, the backward pass refuses it.
+  auto n = Directed();
+  TAOEEvent* a = Event(n.get(), "A");
+  TAOEEvent* b = Event(n.get(), "B");
+  As<TWeightedEdge>(New<TWeightedEdge>(a, b))->SetWeight(5);
+  b->SetEarliestEventTime(3);
+  Owned<TStrings> order(n->TopologicalOrder(nullptr));
+  EXPECT_EQ(b->GetEarliestEventTime(), 3);
+  int32_t time = 0;
+  EXPECT_THROW(n->GetEarliestCompletionTime(nullptr, nullptr, nullptr, time), EInvalidCast);
+  EXPECT_EQ(n->GetNodeUpdateCount(), 0);
+}
 
 TEST(ActivityNetwork, ChainAndParallelTasks) {
   // A -3-> B -4-> C: every task critical, 7 from A to C.
@@ -164,6 +242,32 @@ TEST(ActivityNetwork, LongChainNeedsNoDeepRecursion) {
   EXPECT_EQ(time, half);
   EXPECT_EQ(events[count - 1]->GetEarliestEventTime(), count - 1);
   EXPECT_EQ(n->FindNode("TAOEEvent999999"), events[count - 1]);
+}
+
+TEST(ActivityNetwork, CriticalGraphOfALargeNetwork) {
+  // A chain of 5s, each step shadowed by a shorter parallel task.
+  const int32_t count = 100000;
+  auto n = Directed();
+  std::vector<TAOEEvent*> events;
+  for (int32_t i = 0; i < count; ++i) {
+    events.push_back(Event(n.get(), "E" + IntToStr(i)));
+    if (i == 0) continue;
+    Task(events[i - 1], events[i], 3);
+    Task(events[i - 1], events[i], 5);
+  }
+  Owned<TActivityNetwork> crit(n->GetCriticalGraph(events[0], events[count - 1], nullptr));
+  // Start and Finish come first, then the events as the critical tasks
+  // reach them.
+  ASSERT_EQ(crit->GetNodeCount(), count);
+  EXPECT_EQ(crit->GetNode(1)->GetCaption(), "E99999");
+  EXPECT_EQ(crit->GetNode(1)->GetEdgeCount(), 0);
+  for (int32_t i = 0; i < count; ++i) {
+    if (i == 1) continue;
+    TAOEEvent* e = crit->GetNode(i);
+    ASSERT_EQ(e->GetCaption(), "E" + IntToStr(i == 0 ? 0 : i - 1));
+    ASSERT_EQ(e->GetEdgeCount(), 1);
+    ASSERT_EQ(As<TAOETask>(e->GetEdge(0))->GetWeight(), 5);
+  }
 }
 
 TEST(ActivityNetwork, StreamsAndRegisters) {

@@ -202,15 +202,16 @@ TEST(PelGraph, PlainGraphFindsTheFirstNodeBearingACaption) {
   // Random adds, renames and removals against a linear search of the list.
   auto g = Make<TPelGraph>(nullptr);
   std::mt19937 rng(7);
-  const char* names[] = {"a", "b", "c", "d"};
+  std::vector<String> names;
+  for (int i = 0; i < 24; ++i) names.push_back("c" + IntToStr(i));
   for (int step = 0; step < 3000; ++step) {
     const int32_t count = g->GetNodeCount();
     const unsigned op = rng() % 4;
     if (op == 0 || count == 0) {
-      g->CreateNode(names[rng() % 4]);
+      g->CreateNode(names[rng() % names.size()]);
     } else if (op == 1 && count > 0) {
-      g->GetNode(static_cast<int32_t>(rng() % count))->SetCaption(names[rng() % 4]);
-    } else if (op == 2 && count > 3) {
+      g->GetNode(static_cast<int32_t>(rng() % count))->SetCaption(names[rng() % names.size()]);
+    } else if (op == 2 && count > 40) {
       ASSERT_TRUE(g->RemoveNode(g->GetNode(static_cast<int32_t>(rng() % count))));
     } else if (count > 0) {
       TPelGraphNode* node = g->GetNode(static_cast<int32_t>(rng() % count));
@@ -218,13 +219,14 @@ TEST(PelGraph, PlainGraphFindsTheFirstNodeBearingACaption) {
       g->AddNode(node);
       EXPECT_EQ(node->GetGraph(), g.get());
     }
-    for (const char* name : names) {
+    for (const String& name : names) {
       TPelGraphNode* first = nullptr;
       for (int32_t i = 0; i < g->GetNodeCount() && !first; ++i)
         if (g->GetNode(i)->GetCaption() == name) first = g->GetNode(i);
       ASSERT_EQ(g->FindNode(name), first) << name << " at step " << step;
     }
   }
+  EXPECT_GT(g->GetNodeCount(), 30);
 }
 
 TEST(PelGraph, EventsAndUpdateBrackets) {
@@ -310,11 +312,13 @@ TEST(PelGraph, NodesAndEdgesStreamThroughTheComponent) {
   fresh->Clear();
 
   RegisterGraphClass(TCityNode::StaticClass());
+  SetStrProp(g.get(), "OnNodeChange", "CityChanged");
   for (bool directed : {false, true}) {
     g->SetDirected(directed);
     auto back = Make<TPelGraph>(nullptr);
     Saved(g.get())->ReadComponent(back.get());
     EXPECT_EQ(back->GetDirected(), directed);
+    EXPECT_EQ(GetStrProp(back.get(), "OnNodeChange"), "CityChanged");
     ASSERT_EQ(back->GetNodeCount(), 3);
     for (int32_t i = 0; i < 3; ++i) {
       auto* orig = As<TWeightedNode>(g->GetNode(i));
@@ -371,6 +375,41 @@ TEST(PelGraph, TopologicalOrderAndAcyclicity) {
   g->SetDirected(false);
   g->TraverseFrom(b);
   EXPECT_TRUE(a->GetVisited());
+}
+
+TEST(PelGraph, OrderListCapacityIsThatOfAppendingOneByOne) {
+  // Chains of several lengths, some closed into a cycle (the order stops
+  // short), sorted into lists in different states: the capacity afterwards
+  // is the one the same appends give a plain list.
+  enum TListKind { lkCreated, lkEmpty, lkReserved, lkFilled, lkWatched };
+  for (int32_t count : {0, 1, 4, 5, 8, 9, 12, 13, 29, 64, 65, 100, 300}) {
+    for (bool cycle : {false, true}) {
+      auto g = Make<TPelGraph>(nullptr);
+      g->SetDirected(true);
+      std::vector<TPelGraphNode*> nodes;
+      for (int32_t i = 0; i < count; ++i) nodes.push_back(g->CreateNode("N" + IntToStr(i)));
+      for (int32_t i = 0; i + 1 < count; ++i) nodes[i]->AddEdge(nodes[i + 1]);
+      if (cycle && count > 2) nodes[count - 1]->AddEdge(nodes[count / 2]);
+      for (TListKind kind : {lkCreated, lkEmpty, lkReserved, lkFilled, lkWatched}) {
+        auto given = Make<TStringList>();
+        auto plain = Make<TStringList>();
+        int changes = 0;
+        if (kind == lkReserved) given->SetCapacity(50);
+        if (kind == lkFilled) given->Add("stale");
+        if (kind == lkWatched) given->SetOnChange([&changes](TObject*) { ++changes; });
+        TStrings* list = g->TopologicalOrder(kind == lkCreated ? nullptr : given.get());
+        Owned<TStrings> created(kind == lkCreated ? list : nullptr);
+        if (kind == lkReserved) plain->SetCapacity(50);
+        for (int32_t i = 0; i < list->GetCount(); ++i) plain->AddObject(list->Get(i), nullptr);
+        EXPECT_EQ(list->GetCapacity(), plain->GetCapacity())
+            << count << (cycle ? " nodes with a cycle, list kind " : " nodes, list kind ") << kind;
+        EXPECT_EQ(list->GetCount(), cycle && count > 2 ? count / 2 : count);
+        if (kind == lkWatched) {
+          EXPECT_EQ(changes, list->GetCount());
+        }
+      }
+    }
+  }
 }
 
 TEST(PelGraph, ShortestPathsMatchDijkstra) {

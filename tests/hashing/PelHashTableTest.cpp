@@ -9,26 +9,15 @@
 
 #include "hashing/PelHashTable.h"
 #include "lists/PelLists.h"
+#include "platform/ExpectRaises.h"
 
 using namespace pel;
+using pel::test::ExpectRaises;
 
 namespace {
 
 void* P(intptr_t v) { return reinterpret_cast<void*>(v); }
 intptr_t I(void* p) { return reinterpret_cast<intptr_t>(p); }
-
-// Expects Body to raise exception class E with exactly Message.
-#define EXPECT_RAISES(E, Msg, Body)                                      \
-  do {                                                                   \
-    try {                                                                \
-      Body;                                                              \
-      ADD_FAILURE() << "no exception from " #Body;                       \
-    } catch (const E& e) {                                               \
-      EXPECT_EQ(std::string(Msg), e.Message()) << #Body;                 \
-    } catch (const std::exception& e) {                                  \
-      ADD_FAILURE() << "wrong exception " << e.what() << " from " #Body; \
-    }                                                                    \
-  } while (0)
 
 // What the test tables below saw: typed Get/Put calls and Clears.
 std::string gLog;
@@ -157,10 +146,10 @@ TEST(PelHashTable, HashMethods) {
            {htTruncation, 52}, {htDivision, 34}, {htMidSquare, 32}, {htFolding, 33}}) {
     t->SetHashType(ht);
     EXPECT_EQ(expected, t->HashCode(P(123456), 101)) << int(ht);
-    EXPECT_RAISES(EPelHashtableError, "Argument is null", t->HashCode(nullptr, 101));
+    ExpectRaises<EPelHashtableError>([&] { t->HashCode(nullptr, 101); }, "Argument is null");
   }
   t->SetHashType(static_cast<TPelHashType>(7));
-  EXPECT_RAISES(EPelHashtableError, "Subscript out of range", t->HashCode(P(1), 101));
+  ExpectRaises<EPelHashtableError>([&] { t->HashCode(P(1), 101); }, "Subscript out of range");
   // The sign bit is dropped, and only the low 32 bits of a pointer count.
   EXPECT_EQ(2147483647 % 101, t->DivisionHash(P(-1), 101));
   EXPECT_EQ(t->DivisionHash(P(5), 101), t->DivisionHash(P((intptr_t(1) << 32) + 5), 101));
@@ -196,7 +185,8 @@ TEST(PelHashTable, StringHashSamplesLongKeys) {
   auto t = Make<TPelStringHashtable>();
   EXPECT_EQ(static_cast<int32_t>((fold(k16, 39, 2) & 0x7FFFFFFF) % 101),
             t->HashCode(k16.data(), 101));
-  EXPECT_RAISES(EPelHashtableError, "Argument is null", t->HashCode(const_cast<char*>(""), 101));
+  ExpectRaises<EPelHashtableError>([&] { t->HashCode(const_cast<char*>(""), 101); },
+                                   "Argument is null");
 }
 
 TEST(PelHashTable, GrowthAndSettings) {
@@ -219,8 +209,9 @@ TEST(PelHashTable, GrowthAndSettings) {
 
   // The load factor check refuses only NaN; the message keeps its 0.1.
   t->SetLoadFactor(-1.0f);
-  EXPECT_RAISES(EPelHashtableError, "Load factor must be between 0.0 and 0.1",
-                t->SetLoadFactor(std::numeric_limits<float>::quiet_NaN()));
+  ExpectRaises<EPelHashtableError>(
+      [&] { t->SetLoadFactor(std::numeric_limits<float>::quiet_NaN()); },
+      "Load factor must be between 0.0 and 0.1");
   EXPECT_EQ(-1.0f, t->GetLoadFactor());
   // The threshold rounds ties to even: 10 * 0.25 -> 2, 14 * 0.25 -> 4.
   auto s = Make<TPelHashtable>(10u, 0.25f);
@@ -230,8 +221,8 @@ TEST(PelHashTable, GrowthAndSettings) {
   // The hash type changes only while the table is empty.
   s->Put(P(1), P(1));
   s->SetHashType(htDivision);
-  EXPECT_RAISES(EPelHashtableError, "Cannot perform this operation with non-empty table",
-                s->SetHashType(htFolding));
+  ExpectRaises<EPelHashtableError>([&] { s->SetHashType(htFolding); },
+                                   "Cannot perform this operation with non-empty table");
   // A load factor that no size satisfies refuses the key instead of growing
   // for ever.
   auto z = Make<TPelHashtable>(11u, 0.0f);
@@ -249,7 +240,7 @@ TEST(PelHashTable, ResizeHashesWithTheNewCapacity) {
   for (intptr_t k = 1; k <= 40; ++k) ASSERT_EQ(P(k), t->GetValue(P(k * 101))) << k;
   // A resize whose hash fails leaves size and entries as they were.
   t->ForcedBucket = 60;
-  EXPECT_RAISES(EPelHashtableError, "Subscript out of range", t->SetCapacity(50));
+  ExpectRaises<EPelHashtableError>([&] { t->SetCapacity(50); }, "Subscript out of range");
   t->ForcedBucket = 0;
   EXPECT_EQ(95u, t->GetCapacity());
   EXPECT_EQ(P(17), t->GetValue(P(17 * 101)));
@@ -262,8 +253,8 @@ TEST(PelHashTable, FailuresLeaveTheTableUnchanged) {
   EXPECT_FALSE(t->HasKey(nullptr, e));
   EXPECT_EQ(nullptr, e);
   EXPECT_FALSE(t->ContainsItem(nullptr));
-  EXPECT_RAISES(EPelHashtableError, "Table is empty", t->Get(P(1)));
-  EXPECT_RAISES(EPelHashtableError, "Table is empty", t->Remove(nullptr));
+  ExpectRaises<EPelHashtableError>([&] { t->Get(P(1)); }, "Table is empty");
+  ExpectRaises<EPelHashtableError>([&] { t->Remove(nullptr); }, "Table is empty");
 
   t->Put(P(1), P(10));
   t->Put(P(102), P(20));  // same bucket as 1
@@ -280,14 +271,14 @@ TEST(PelHashTable, FailuresLeaveTheTableUnchanged) {
       {"List index out of bounds (2)", [&] { t->GoToEntry(2); }},
       {"List index out of bounds (-1)", [&] { t->GetItemByIndex(-1); }},
   };
-  for (const auto& [msg, body] : cases) EXPECT_RAISES(Exception, msg, body());
+  for (const auto& c : cases) ExpectRaises<Exception>([&] { c.second(); }, c.first);
   // A hash outside the buckets is refused by put, lookup, remove and resize.
   for (int32_t bad : {-1, 101, 5000}) {
     t->ForcedBucket = bad;
     for (const auto& body : std::initializer_list<std::function<void()>>{
              [&] { t->Put(P(5), P(5)); }, [&] { t->Get(P(1)); }, [&] { t->Remove(P(1)); },
              [&] { t->SetCapacity(50); }})
-      EXPECT_RAISES(EPelHashtableError, "Subscript out of range", body());
+      ExpectRaises<EPelHashtableError>([&] { body(); }, "Subscript out of range");
     t->ForcedBucket = 0;
   }
   EXPECT_EQ(2, t->GetCount());
@@ -340,7 +331,7 @@ TEST(PelHashTable, PositionsRunUpwardsEnumerationDownwards) {
   std::vector<intptr_t> seen;
   for (t->Reset(); !t->GetEOT();) seen.push_back(I(t->Next()));
   EXPECT_EQ(KeysByEnumeration(*t), seen);
-  EXPECT_RAISES(EPelHashtableError, "No such element", t->Next());
+  ExpectRaises<EPelHashtableError>([&] { t->Next(); }, "No such element");
 
   // Removing the cached entry moves the cache back one position; inserting
   // below the cached bucket drops it.
@@ -357,14 +348,14 @@ TEST(PelHashTable, PositionsRunUpwardsEnumerationDownwards) {
   EXPECT_EQ(2, I(s->GetKeyByIndex(1)));
   s->Put(P(103), P(3));
   EXPECT_EQ(2, I(s->GetKeyByIndex(1)));
-  EXPECT_RAISES(EAccessViolation, "Access violation", s->GetKeyByIndex(2));
+  ExpectRaises<EAccessViolation>([&] { s->GetKeyByIndex(2); }, "Access violation");
   s->ClearCache();
   EXPECT_EQ((std::vector<intptr_t>{1, 103, 2}), KeysByPosition(*s));
 }
 
 TEST(PelHashTable, EnumeratorsAndZeroCapacity) {
   auto t = Make<TProbeTable>();
-  EXPECT_RAISES(EPelHashtableError, "No such element", t->Elements()->NextElement());
+  ExpectRaises<EPelHashtableError>([&] { t->Elements()->NextElement(); }, "No such element");
   gLiveEntries = 0;
   for (intptr_t k = 1; k <= 30; ++k) t->Put(P(k), P(k * 100));
   IPtr<IIterator> values = t->Elements();
@@ -385,7 +376,7 @@ TEST(PelHashTable, EnumeratorsAndZeroCapacity) {
   EXPECT_EQ(0, gLiveEntries);
   EXPECT_EQ(0, t->GetCount());
   EXPECT_FALSE(values->HasMoreElements());
-  EXPECT_RAISES(EDivByZero, "Division by zero", t->Put(P(1), P(1)));
+  ExpectRaises<EDivByZero>([&] { t->Put(P(1), P(1)); }, "Division by zero");
   EXPECT_EQ(0, t->GetCount());
 }
 
@@ -401,8 +392,8 @@ TEST(PelHashTable, TypedTables) {
   EXPECT_EQ(nullptr, v);
   EXPECT_TRUE(t->ContainsKey("abc", v));
   EXPECT_EQ(&b, v);
-  EXPECT_RAISES(EPelHashtableError, "Argument is null", t->Put("", &a));
-  EXPECT_RAISES(EPelHashtableError, "Argument is null", t->Remove(""));
+  ExpectRaises<EPelHashtableError>([&] { t->Put("", &a); }, "Argument is null");
+  ExpectRaises<EPelHashtableError>([&] { t->Remove(""); }, "Argument is null");
   // Keys come back as strings by position and through the keys iterator.
   EXPECT_EQ((std::set<std::string>{t->GetKeyByIndex(0), t->GetKeyByIndex(1)}),
             (std::set<std::string>{"Abc", "abc"}));
@@ -415,8 +406,8 @@ TEST(PelHashTable, TypedTables) {
   IPtr<IIterator> values = t->Elements();
   IPtr<IStringIterator> asStrings = Supports<IStringIterator>(values);
   ASSERT_TRUE(asStrings);
-  EXPECT_RAISES(EPelHashtableError, "Illegal NextElement Call, must be iterating over the keys",
-                asStrings->NextElement());
+  ExpectRaises<EPelHashtableError>([&] { asStrings->NextElement(); },
+                                   "Illegal NextElement Call, must be iterating over the keys");
   EXPECT_EQ((std::set<void*>{values->NextElement(), values->NextElement()}),
             (std::set<void*>{&b, &c}));
 
@@ -427,7 +418,7 @@ TEST(PelHashTable, TypedTables) {
   for (n->Reset(); !n->GetEOT();) back.insert(TPelHashIntTable::KeyOf(n->Next()));
   EXPECT_EQ(ints, back);
   EXPECT_EQ(TPelHashIntTable::KeyOf(-1), n->Get(-1));
-  EXPECT_RAISES(EPelHashtableError, "Argument is null", n->Put(0, nullptr));
+  ExpectRaises<EPelHashtableError>([&] { n->Put(0, nullptr); }, "Argument is null");
 }
 
 TEST(PelHashTable, ItemsGoStraightToTheEngine) {
@@ -474,11 +465,11 @@ TEST(PelHashTable, AssignBetweenTables) {
   EXPECT_EQ(2, changes);
   // Anything unknown ends in the conversion error, the table unchanged.
   auto other = Make<TPersistent>();
-  EXPECT_RAISES(EConvertError, "Cannot assign a TPersistent to a TPelHashtable",
-                dst->Assign(other.get()));
+  ExpectRaises<EConvertError>([&] { dst->Assign(other.get()); },
+                              "Cannot assign a TPersistent to a TPelHashtable");
   EXPECT_EQ(20, dst->GetCount());
-  EXPECT_RAISES(EConvertError, "Cannot assign a TPelHashtable to a TPersistent",
-                dst->AssignTo(other.get()));
+  ExpectRaises<EConvertError>([&] { dst->AssignTo(other.get()); },
+                              "Cannot assign a TPelHashtable to a TPersistent");
   // A class reference creates any table of the family.
   Owned<TPelCustomHashtable> made(
       TPelHashtableClass(TPelStringHashtable::StaticClass()).Create(7u, 0.5f));
@@ -517,7 +508,7 @@ TEST(PelHashTable, AssignWithLists) {
   EXPECT_FALSE(s->ContainsKey("stale"));
   // An empty string is refused before the table changes.
   list->Add("");
-  EXPECT_RAISES(EPelHashtableError, "Argument is null", s->Assign(list.get()));
+  ExpectRaises<EPelHashtableError>([&] { s->Assign(list.get()); }, "Argument is null");
   EXPECT_EQ(2, s->GetCount());
   // Back to a list, through the list's own Assign: keys in enumeration
   // order, values as objects.

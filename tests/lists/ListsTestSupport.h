@@ -8,6 +8,7 @@
 #include <string>
 
 #include "lists/PelLists.h"
+#include "platform/ExpectRaises.h"
 
 namespace pel::test {
 
@@ -44,16 +45,5 @@ struct TChangeCounter {
     return [this](TObject*) { ++Count; };
   }
 };
-
-// Expects Fn to raise exception class E with exactly Msg.
-template <class E>
-void ExpectRaises(const std::function<void()>& Fn, const std::string& Msg) {
-  try {
-    Fn();
-    ADD_FAILURE() << "expected " << E::StaticClass()->Name << ": " << Msg;
-  } catch (const E& e) {
-    EXPECT_EQ(e.Message(), Msg);
-  }
-}
 
 }  // namespace pel::test

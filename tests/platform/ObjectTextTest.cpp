@@ -8,9 +8,11 @@
 #include <sstream>
 
 #include "platform/Classes.h"
+#include "platform/ExpectRaises.h"
 #include "platform/StreamTestClasses.h"
 
 using namespace pel;
+using pel::test::ExpectRaises;
 using namespace streamtest;
 
 namespace {
@@ -98,12 +100,7 @@ TEST(ObjectText, InheritedChildrenAreFoundNotCreated) {
   EXPECT_EQ(form->GetComponent(2)->GetName(), "Third");
   EXPECT_EQ(first->FLoadedCount, 1);
 
-  try {
-    ReadDrawing(bin);
-    FAIL();
-  } catch (const EReadError& e) {
-    EXPECT_STREQ(e.what(), "Ancestor for 'Second' not found");
-  }
+  ExpectRaises<EReadError>([&] { ReadDrawing(bin); }, "Ancestor for 'Second' not found");
 }
 
 TEST(ObjectText, TextFormMatchesTheFrameworkBothWays) {

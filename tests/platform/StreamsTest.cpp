@@ -6,8 +6,10 @@
 #include <filesystem>
 
 #include "platform/Classes.h"
+#include "platform/ExpectRaises.h"
 
 using namespace pel;
+using pel::test::ExpectRaises;
 
 namespace {
 
@@ -31,12 +33,7 @@ void CheckStreamContract(TStream* s) {
   EXPECT_STREQ(buf, "123456789");
   EXPECT_EQ(s->Read(buf, 4), 0);
   s->SetPosition(8);
-  try {
-    s->ReadBuffer(buf, 3);
-    FAIL() << "ReadBuffer past the end did not raise";
-  } catch (const EReadError& e) {
-    EXPECT_STREQ(e.what(), "Stream read error");
-  }
+  ExpectRaises<EReadError>([&] { s->ReadBuffer(buf, 3); }, "Stream read error");
   s->SetPosition(2);
   s->WriteBuffer("ab", 2);
   s->SetPosition(0);
@@ -107,12 +104,8 @@ TEST(Streams, FileStreamModesAndErrors) {
   } catch (const EFOpenError& e) {
     EXPECT_EQ(String(e.what()), "Cannot open file " + missing);
   }
-  try {
-    Make<TFileStream>("/nonexistent-dir/x", fmCreate);
-    FAIL();
-  } catch (const EFCreateError& e) {
-    EXPECT_STREQ(e.what(), "Cannot create file /nonexistent-dir/x");
-  }
+  ExpectRaises<EFCreateError>([&] { Make<TFileStream>("/nonexistent-dir/x", fmCreate); },
+                              "Cannot create file /nonexistent-dir/x");
   String name = TempName("modes");
   Make<TFileStream>(name, fmCreate)->WriteBuffer("abc", 3);
   {

@@ -5,9 +5,11 @@
 #include <limits>
 #include <utility>
 
+#include "platform/ExpectRaises.h"
 #include "platform/SysUtils.h"
 
 using namespace pel;
+using pel::test::ExpectRaises;
 
 namespace {
 
@@ -130,12 +132,7 @@ TEST(IntConversion, ToAndFromText) {
     EXPECT_EQ(v, 99) << bad;
     EXPECT_EQ(StrToIntDef(bad, -7), -7) << bad;
   }
-  try {
-    StrToInt("12x");
-    ADD_FAILURE() << "no exception";
-  } catch (const EConvertError& e) {
-    EXPECT_STREQ(e.what(), "'12x' is not a valid integer value");
-  }
+  ExpectRaises<EConvertError>([&] { StrToInt("12x"); }, "'12x' is not a valid integer value");
   EXPECT_EQ(StrToInt64("9223372036854775807"), std::numeric_limits<int64_t>::max());
   EXPECT_EQ(StrToInt64("-9223372036854775808"), std::numeric_limits<int64_t>::min());
   EXPECT_EQ(StrToInt64("$FFFFFFFFFFFFFFFF"), -1);
@@ -171,12 +168,8 @@ TEST(FloatConversion, ToAndFromText) {
     EXPECT_FALSE(TryStrToFloat(bad, v)) << bad;
     EXPECT_EQ(v, 42) << bad;
   }
-  try {
-    StrToFloat("abc");
-    ADD_FAILURE() << "no exception";
-  } catch (const EConvertError& e) {
-    EXPECT_STREQ(e.what(), "'abc' is not a valid floating point value");
-  }
+  ExpectRaises<EConvertError>([&] { StrToFloat("abc"); },
+                              "'abc' is not a valid floating point value");
 }
 
 TEST(Strings, CaseAndTrim) {
@@ -194,31 +187,58 @@ TEST(Strings, Comparisons) {
   std::string saved = old ? old : "C";
   std::setlocale(LC_ALL, "C");
 
-  EXPECT_LT(CompareStr("B", "_"), 0);
-  EXPECT_LT(CompareStr("_", "a"), 0);
-  EXPECT_GT(CompareStr("a", "B"), 0);
-  EXPECT_LT(CompareStr("ab", "abc"), 0);
-  EXPECT_GT(CompareStr("\x80", "a"), 0);  // bytes are unsigned
-
-  EXPECT_LT(CompareText("a", "B"), 0);
-  EXPECT_LT(CompareText("B", "_"), 0);
-  EXPECT_GT(CompareText("_", "a"), 0);
-  EXPECT_EQ(CompareText("aBc", "AbC"), 0);
-  EXPECT_GT(CompareText("abcd", "ABC"), 0);
+  // Each row: a comparison, two strings, the sign it gives; bytes are
+  // unsigned and embedded nulls count.
+  using Cmp = int32_t (*)(const String&, const String&);
+  const struct {
+    Cmp Fn;
+    String A, B;
+    int Sign;
+  } rows[] = {{CompareStr, "B", "_", -1},
+              {CompareStr, "_", "a", -1},
+              {CompareStr, "ab", "abc", -1},
+              {CompareStr, "\x80", "a", 1},
+              {CompareText, "a", "B", -1},
+              {CompareText, "B", "_", -1},
+              {CompareText, "_", "a", 1},
+              {CompareText, "aBc", "AbC", 0},
+              {CompareText, "abcd", "ABC", 1},
+              {AnsiCompareStr, "B", "_", -1},
+              {AnsiCompareStr, "_", "a", -1},
+              {AnsiCompareStr, "a", "B", 1},
+              {AnsiCompareStr, String("a\0b", 3), String("a\0c", 3), -1},
+              {AnsiCompareStr, String("a\0", 2), "a", 1},
+              {AnsiCompareText, "abc", "ABC", 0},
+              {AnsiCompareText, "_", "a", -1},
+              {AnsiCompareText, "a", "B", -1},
+              {AnsiCompareText, "B", "_", 1},
+              {AnsiCompareText, String("A\0a", 3), String("a\0B", 3), -1}};
+  for (const auto& r : rows) {
+    int32_t c = r.Fn(r.A, r.B);
+    EXPECT_EQ((c > 0) - (c < 0), r.Sign) << &r - rows;
+  }
   EXPECT_FALSE(SameText("Hello", "Hell"));
 
-  EXPECT_LT(AnsiCompareStr("B", "_"), 0);
-  EXPECT_LT(AnsiCompareStr("_", "a"), 0);
-  EXPECT_GT(AnsiCompareStr("a", "B"), 0);
-  EXPECT_NE(AnsiCompareStr("abc", "ABC"), 0);
-  EXPECT_LT(AnsiCompareStr(String("a\0b", 3), String("a\0c", 3)), 0);
-  EXPECT_GT(AnsiCompareStr(String("a\0", 2), "a"), 0);
-
-  EXPECT_EQ(AnsiCompareText("abc", "ABC"), 0);
-  EXPECT_LT(AnsiCompareText("_", "a"), 0);
-  EXPECT_LT(AnsiCompareText("a", "B"), 0);
-  EXPECT_GT(AnsiCompareText("B", "_"), 0);
-  EXPECT_LT(AnsiCompareText(String("A\0a", 3), String("a\0B", 3)), 0);
-
   std::setlocale(LC_ALL, saved.c_str());
+}
+
+TEST(SysUtils, TryFinally) {
+  int finals = 0;
+  auto count = [&] { ++finals; };
+  EXPECT_EQ(TryFinally([] { return 7; }, count), 7);
+  EXPECT_EQ(finals, 1);
+  // The final part runs once when the body raises, and its own exception
+  // replaces the body's.
+  EXPECT_THROW(TryFinally([] { throw EConvertError("body"); }, count), EConvertError);
+  try {
+    TryFinally([]() -> int { throw EConvertError("body"); },
+               [&] {
+                 ++finals;
+                 throw EListError("final");
+               });
+    ADD_FAILURE() << "nothing raised";
+  } catch (const Exception& e) {
+    EXPECT_EQ(e.Message(), "final");
+  }
+  EXPECT_EQ(finals, 3);
 }

@@ -51,6 +51,10 @@ TEST(ObjectModel, DescriptorsAndCasts) {
   EXPECT_FALSE(TShape::StaticClass()->InheritsFrom(TSquare::StaticClass()));
   EXPECT_TRUE(Is<TSquare>(sq.get()));
   EXPECT_EQ(As<TSquare>(sq.get()), sq.get());
+  // An ancestor is answered by the class chain, not the exact class.
+  EXPECT_TRUE(Is<TShape>(sq.get()));
+  EXPECT_EQ(As<TShape>(sq.get()), sq.get());
+  EXPECT_FALSE(Is<TSquare>(static_cast<TObject*>(nullptr)));
   Owned<TShape> plain = Make<TShape>(1);
   EXPECT_FALSE(Is<TSquare>(plain.get()));
   EXPECT_THROW(As<TSquare>(plain.get()), EInvalidCast);

@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
 #include "platform/Classes.h"
+#include "platform/ExpectRaises.h"
 
 using namespace pel;
+using pel::test::ExpectRaises;
 
 namespace {
 
@@ -93,18 +95,15 @@ TEST(TypInfo, TablesAreWalkedFromTheRootDown) {
 
 TEST(TypInfo, KindsFollowTheAccessors) {
   auto kind = [](const char* n) { return GetPropInfo(TPlain::StaticClass(), n)->PropType; };
-  EXPECT_EQ(kind("Count")->Kind, tkInteger);
-  EXPECT_EQ(kind("Fruit")->Kind, tkEnumeration);
-  EXPECT_EQ(kind("Label")->Kind, tkLString);
+  const std::pair<const char*, TTypeKind> kinds[] = {
+      {"Count", tkInteger}, {"Fruit", tkEnumeration}, {"Label", tkLString}, {"Kinds", tkSet},
+      {"Total", tkInt64},   {"Inner", tkClass},       {"Mark", tkChar}};
+  for (auto [name, k] : kinds) EXPECT_EQ(kind(name)->Kind, k) << name;
   EXPECT_EQ(kind("Weight")->FloatType, ftDouble);
-  EXPECT_EQ(kind("Kinds")->Kind, tkSet);
+  EXPECT_EQ(kind("Price")->FloatType, ftCurr);
   EXPECT_EQ(kind("Kinds")->CompType, &TFruitInfo);
   EXPECT_EQ(kind("Big"), &TypeInfoBoolean);
-  EXPECT_EQ(kind("Total")->Kind, tkInt64);
-  EXPECT_EQ(kind("Price")->FloatType, ftCurr);
-  EXPECT_EQ(kind("Inner")->Kind, tkClass);
   EXPECT_EQ(kind("Inner")->ClassType, TBasket::StaticClass());
-  EXPECT_EQ(kind("Mark")->Kind, tkChar);
 }
 
 TEST(TypInfo, TypedAccessByName) {
@@ -128,12 +127,8 @@ TEST(TypInfo, TypedAccessByName) {
   EXPECT_EQ(b->FInner, inner.get());
   EXPECT_EQ(GetFloatProp(b.get(), "Weight"), 1.5);
 
-  try {
-    GetOrdProp(b.get(), "Nope");
-    FAIL();
-  } catch (const EPropertyError& e) {
-    EXPECT_STREQ(e.what(), "Property Nope does not exist");
-  }
+  ExpectRaises<EPropertyError>([&] { GetOrdProp(b.get(), "Nope"); },
+                               "Property Nope does not exist");
   EXPECT_THROW(SetFloatProp(b.get(), "Weight", 1.0), EPropertyError);  // read-only
   EXPECT_THROW(GetStrProp(b.get(), "Count"), EPropertyError);          // wrong kind
   EXPECT_THROW(SetEnumProp(b.get(), "Fruit", "frKiwi"), EPropertyError);
@@ -150,9 +145,7 @@ TEST(TypInfo, DefaultsAndStoredTests) {
   b->FCount = 10;
   EXPECT_TRUE(def("Count"));
   EXPECT_FALSE(def("Fruit"));  // no default: always written
-  EXPECT_TRUE(def("Label"));
-  EXPECT_TRUE(def("Total"));
-  EXPECT_TRUE(def("Inner"));
+  EXPECT_TRUE(def("Label") && def("Total") && def("Inner"));
   EXPECT_FALSE(IsStoredProp(b.get(), GetPropInfo(b.get(), "Price")));
   b->FPrice = Currency::FromRaw(1);
   EXPECT_TRUE(IsStoredProp(b.get(), GetPropInfo(b.get(), "Price")));
@@ -168,12 +161,7 @@ TEST(ClassRegistry, RegisterFindAndPalette) {
   RegisterClass(TBasket::StaticClass());  // again: nothing
   EXPECT_EQ(FindClass("tbasket"), TBasket::StaticClass());
   EXPECT_EQ(GetClass("TPlain"), nullptr);
-  try {
-    FindClass("TPlain");
-    FAIL();
-  } catch (const EClassNotFound& e) {
-    EXPECT_STREQ(e.what(), "Class TPlain not found");
-  }
+  ExpectRaises<EClassNotFound>([&] { FindClass("TPlain"); }, "Class TPlain not found");
   UnRegisterClass(TBigBasket::StaticClass());
   EXPECT_EQ(GetClass("TBigBasket"), nullptr);
   UnRegisterClass(TBasket::StaticClass());

@@ -8,9 +8,11 @@
 #include <string>
 #include <vector>
 
+#include "platform/ExpectRaises.h"
 #include "trees/PelTree.h"
 
 using namespace pel;
+using pel::test::ExpectRaises;
 
 namespace {
 
@@ -51,16 +53,6 @@ class TCountingTree : public TPelBinaryTree {
   int LiveAtNewNode = -1;
   bool Refuse = false;
 };
-
-template <class E, class F>
-void ExpectRaises(F&& f, const char* Msg) {
-  try {
-    f();
-    ADD_FAILURE() << "no exception, expected: " << Msg;
-  } catch (const E& e) {
-    EXPECT_STREQ(e.what(), Msg);
-  }
-}
 
 std::vector<TPelCustomTreeNode*> Visit(TPelCustomTree& T, TTraversalOrder Order) {
   std::vector<TPelCustomTreeNode*> out;

@@ -9,6 +9,7 @@
 #include "pel/Cli.h"
 #include "pel/CpmCommand.h"
 #include "pel/DumpCommand.h"
+#include "pel/GrepCommand.h"
 #include "pel/SortCommand.h"
 
 int main(int argc, char** argv) {
@@ -21,6 +22,9 @@ int main(int argc, char** argv) {
       {"cpm",
        {"critical path of a project network (events joined by tasks with durations)",
         [](const auto& a) { return pel::cli::RunCpm(a, std::cin, std::cout, std::cerr); }}},
+      {"grep",
+       {"print the lines in which a regular expression matches (standard input when no file)",
+        [](const auto& a) { return pel::cli::RunGrep(a, std::cin, std::cout, std::cerr); }}},
       {"sort",
        {"sort lines (standard input when no file is given)",
         [](const auto& a) { return pel::cli::RunSort(a, std::cin, std::cout, std::cerr); }}},
@@ -36,7 +40,7 @@ int main(int argc, char** argv) {
     auto it = commands.find(words.front());
     if (it != commands.end()) return it->second.second({words.begin() + 1, words.end()});
     if (words.front()[0] != '-') {
-      std::cerr << "pel: unknown command '" << words.front() << "' (cpm, dump or sort)\n";
+      std::cerr << "pel: unknown command '" << words.front() << "' (cpm, dump, grep or sort)\n";
       return 2;
     }
   }

@@ -1,0 +1,99 @@
+// The slots behind an array list (TList, TFreeList): a contiguous array whose
+// first item may sit after a gap, so that deleting at the front costs
+// constant time, as a queue that pops index 0 needs.
+//
+// The list keeps its own Count and Capacity, with the framework's growth
+// steps; this only stores. Slot i of the list is Data()[i], and Data() is
+// followed by at least Capacity slots, so the list's List() pointer can be
+// written up to its capacity as in the framework.
+//
+// Deleting moves the shorter side: at the front that is nothing but the gap
+// growing. The gap is given back when it is at least as large as the items
+// (the items move down once, paid for by the deletions that made the gap) or
+// when the list reallocates. Inserting at the front reuses the gap.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace pel::detail {
+
+template <class T>
+class FrontGapSlots {
+ public:
+  T* Data() { return FSlots.data() + FFront; }
+  const T* Data() const { return FSlots.data() + FFront; }
+  T& operator[](int32_t Index) { return FSlots[Pos(FFront + Index)]; }
+  const T& operator[](int32_t Index) const { return FSlots[Pos(FFront + Index)]; }
+
+  // New room for Capacity slots holding the first Count items.
+  void Reallocate(int32_t Capacity, int32_t Count) {
+    Compact(Count);
+    FSlots.resize(Pos(Capacity));
+    // Memory goes back when the slots shrink a lot.
+    if (FSlots.capacity() > FSlots.size() * 2 + 16) FSlots.shrink_to_fit();
+  }
+
+  // Removes slot Index of the Count in use; the vacated slot is cleared.
+  // Emptying the list closes the gap.
+  void Erase(int32_t Index, int32_t Count, int32_t Capacity) {
+    T* first = Data();
+    if (Index < Count / 2) {
+      std::move_backward(first, first + Index, first + Index + 1);
+      *first = T();
+      ++FFront;
+      KeepRoom(Count - 1, Capacity);
+    } else {
+      std::move(first + Index + 1, first + Count, first + Index);
+      first[Count - 1] = T();
+      if (Count == 1) FFront = 0;
+    }
+  }
+
+  // Opens slot Index among the Count in use (Count < Capacity) and returns
+  // it; the caller stores the item.
+  T& Open(int32_t Index, int32_t Count) {
+    if (FFront > 0 && Index < Count / 2 + 1) {
+      --FFront;
+      T* first = Data();
+      std::move(first + 1, first + Index + 1, first);
+      return first[Index];
+    }
+    T* first = Data();
+    std::move_backward(first + Index, first + Count, first + Count + 1);
+    return first[Index];
+  }
+
+ private:
+  static std::size_t Pos(int32_t N) { return static_cast<std::size_t>(N); }
+
+  // Moves the items to the start of the array.
+  void Compact(int32_t Count) {
+    if (FFront == 0) return;
+    std::move(FSlots.begin() + FFront, FSlots.begin() + FFront + Count, FSlots.begin());
+    std::fill(FSlots.begin() + Count, FSlots.begin() + FFront + Count, T());
+    FFront = 0;
+  }
+
+  // Keeps Capacity slots after the gap: gives the gap back when it is at
+  // least as large as the items, otherwise adds room by half again, so both
+  // cost constant time per deletion on average.
+  void KeepRoom(int32_t Count, int32_t Capacity) {
+    std::size_t need = Pos(FFront) + Pos(Capacity);
+    if (need <= FSlots.size()) return;
+    if (FFront >= Count) {
+      Compact(Count);
+      return;
+    }
+    std::size_t size = std::max(need, FSlots.size() + FSlots.size() / 2);
+    FSlots.reserve(size);
+    FSlots.resize(size);
+  }
+
+  std::vector<T> FSlots;
+  int32_t FFront = 0;  // slots before the first item
+};
+
+}  // namespace pel::detail

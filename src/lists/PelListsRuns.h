@@ -1,0 +1,141 @@
+// The order index of TPelPriorityQueue: for each distinct priority in the
+// queue, the first and last node of the run of nodes with that priority.
+//
+// The priorities are kept sorted in blocks of at most 256, with a table of
+// each block's smallest priority: finding a priority, or the next one up,
+// is two binary searches over contiguous memory, and adding or removing one
+// moves part of a block. A block that fills up splits in two; an empty one
+// goes. At a million priorities this is several times faster than a
+// balanced tree of them, whose every step misses the cache.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <utility>
+#include <vector>
+
+namespace pel {
+
+class TSQNode;
+
+namespace detail {
+
+class TPriorityRuns {
+ public:
+  struct TRun {
+    TSQNode* First;
+    TSQNode* Last;
+  };
+
+  void Clear() {
+    FFirsts.clear();
+    FBlocks.clear();
+  }
+  bool Empty() const { return FBlocks.empty(); }
+
+  // The run of priority P, or nothing.
+  TRun* Find(int32_t P) {
+    TPlace at = Locate(P);
+    if (at.Block == FBlocks.size() || at.Index == FBlocks[at.Block].Keys.size()) return nullptr;
+    TBlock& b = FBlocks[at.Block];
+    return b.Keys[at.Index] == P ? &b.Runs[at.Index] : nullptr;
+  }
+
+  // The run of the smallest priority at least P, and the run before it;
+  // both must exist.
+  void Around(int32_t P, TRun*& Before, TRun*& Run) {
+    TPlace at = Locate(P);
+    if (at.Index == FBlocks[at.Block].Keys.size()) {
+      ++at.Block;
+      at.Index = 0;
+    }
+    Run = &FBlocks[at.Block].Runs[at.Index];
+    Before =
+        at.Index > 0 ? &FBlocks[at.Block].Runs[at.Index - 1] : &FBlocks[at.Block - 1].Runs.back();
+  }
+
+  // Adds the run of P unless there is one; returns the run and whether it
+  // was added.
+  std::pair<TRun*, bool> Add(int32_t P, TRun Run) {
+    if (FBlocks.empty()) {
+      FBlocks.push_back({{P}, {Run}});
+      FFirsts.push_back(P);
+      return {&FBlocks[0].Runs[0], true};
+    }
+    TPlace at = Locate(P);
+    TBlock* b = &FBlocks[at.Block];
+    if (at.Index < b->Keys.size() && b->Keys[at.Index] == P) return {&b->Runs[at.Index], false};
+    b->Keys.insert(b->Keys.begin() + Diff(at.Index), P);
+    b->Runs.insert(b->Runs.begin() + Diff(at.Index), Run);
+    FFirsts[at.Block] = b->Keys.front();
+    if (b->Keys.size() > kMaxBlock) {
+      Split(at.Block);
+      if (at.Index >= kMaxBlock / 2) {
+        ++at.Block;
+        at.Index -= kMaxBlock / 2;
+      }
+      b = &FBlocks[at.Block];
+    }
+    return {&b->Runs[at.Index], true};
+  }
+
+  // Removes the run of P, which must exist.
+  void Remove(int32_t P) {
+    TPlace at = Locate(P);
+    TBlock& b = FBlocks[at.Block];
+    b.Keys.erase(b.Keys.begin() + Diff(at.Index));
+    b.Runs.erase(b.Runs.begin() + Diff(at.Index));
+    if (b.Keys.empty()) {
+      FBlocks.erase(FBlocks.begin() + Diff(at.Block));
+      FFirsts.erase(FFirsts.begin() + Diff(at.Block));
+    } else {
+      FFirsts[at.Block] = b.Keys.front();
+    }
+  }
+
+ private:
+  static constexpr std::size_t kMaxBlock = 256;
+
+  struct TBlock {
+    std::vector<int32_t> Keys;
+    std::vector<TRun> Runs;
+  };
+  // Where the first priority at least P is, or would go: in the last block
+  // whose smallest priority is at most P (else the first block), possibly
+  // just after its last priority. Block is past the end only when there are
+  // no blocks.
+  struct TPlace {
+    std::size_t Block;
+    std::size_t Index;
+  };
+
+  static std::ptrdiff_t Diff(std::size_t N) { return static_cast<std::ptrdiff_t>(N); }
+
+  TPlace Locate(int32_t P) const {
+    auto next = std::upper_bound(FFirsts.begin(), FFirsts.end(), P);
+    if (next == FFirsts.begin()) return {0, 0};
+    std::size_t block = static_cast<std::size_t>(std::prev(next) - FFirsts.begin());
+    const std::vector<int32_t>& keys = FBlocks[block].Keys;
+    return {block,
+            static_cast<std::size_t>(std::lower_bound(keys.begin(), keys.end(), P) - keys.begin())};
+  }
+
+  void Split(std::size_t Block) {
+    TBlock upper;
+    TBlock& b = FBlocks[Block];
+    upper.Keys.assign(b.Keys.begin() + Diff(kMaxBlock / 2), b.Keys.end());
+    upper.Runs.assign(b.Runs.begin() + Diff(kMaxBlock / 2), b.Runs.end());
+    b.Keys.resize(kMaxBlock / 2);
+    b.Runs.resize(kMaxBlock / 2);
+    FFirsts.insert(FFirsts.begin() + Diff(Block) + 1, upper.Keys.front());
+    FBlocks.insert(FBlocks.begin() + Diff(Block) + 1, std::move(upper));
+  }
+
+  std::vector<int32_t> FFirsts;  // each block's smallest priority
+  std::vector<TBlock> FBlocks;
+};
+
+}  // namespace detail
+}  // namespace pel

@@ -1,0 +1,183 @@
+// The library's matcher against a plain one written step by step from the
+// algorithm: a queue per position, non-consuming states expanded at the
+// front with no check for repeats, consuming ones queued behind the scan
+// mark. It shares only the compiled table with the library.
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "lists/PelLists.h"
+#include "text/PelRegularExpression.h"
+
+namespace pel {
+namespace {
+
+// Loops that consume nothing keep the plain matcher busy for ever; it gives
+// up after this many steps and the case is left out.
+constexpr long kStepBudget = 4000;
+
+struct Reference {
+  const TPelRegularExpression& Rx;
+  long Steps = 0;
+
+  bool Spun() const { return Steps > kStepBudget; }
+
+  bool MatchSubString(const String& s, int32_t start, int32_t& len) {
+    const TRegExStates& states = Rx.GetStates();
+    auto v = [](int32_t x) { return reinterpret_cast<void*>(static_cast<intptr_t>(x)); };
+    Owned<TQQueue> queue = Make<TQQueue>();
+    queue->Push(v(-2));
+    queue->Push(v(Rx.GetStartState()));
+    const auto length = static_cast<int32_t>(s.size());
+    int32_t j = start - 1;
+    char c = 0;
+    while (j <= length && !queue->IsEmpty()) {
+      if (++Steps > kStepBudget) return false;
+      const auto x = static_cast<int32_t>(reinterpret_cast<intptr_t>(queue->Pop()));
+      if (x == -2) {
+        if (queue->IsEmpty()) continue;
+        ++j;
+        if (j <= length) c = Rx.GetCaseSensitive() ? s[j - 1] : UpCase(s[j - 1]);
+        queue->Push(v(-2));
+        continue;
+      }
+      const TRegExState& st = states[static_cast<std::size_t>(x)];
+      switch (st.MatchType) {
+        case reNone:
+          queue->Insert(0, v(st.Next2));
+          queue->Insert(0, v(st.Next1));
+          break;
+        case reAnyChar:
+          queue->Push(v(st.Next1));
+          break;
+        case reChar:
+          if (st.Character == c) queue->Push(v(st.Next1));
+          break;
+        case reCharSet:
+          if (InSet(st.CharSet, c)) queue->Push(v(st.Next1));
+          break;
+        case reNotCharSet:
+          if (!InSet(st.CharSet, c)) queue->Push(v(st.Next1));
+          break;
+        case reTerminal:
+          if (!Rx.GetAnchorAtEnd()) {
+            len = j - start;
+            return true;
+          }
+          break;
+        default:
+          break;
+      }
+    }
+    bool found = false;
+    while (!queue->IsEmpty() && !found) {
+      if (++Steps > kStepBudget) return false;
+      const auto x = static_cast<int32_t>(reinterpret_cast<intptr_t>(queue->Pop()));
+      if (x == -2) continue;
+      const TRegExState& st = states[static_cast<std::size_t>(x)];
+      if (st.MatchType == reNone) {
+        queue->Insert(0, v(st.Next2));
+        queue->Insert(0, v(st.Next1));
+      } else if (st.MatchType == reTerminal) {
+        found = true;
+      }
+    }
+    if (!found) return false;
+    len = j > length ? j - start : j - start + 1;
+    return true;
+  }
+
+  int32_t Match(const String& s, int32_t start, int32_t& len) {
+    if (s.empty()) return 0;
+    if (Rx.GetAnchorAtStart()) return start == 1 && MatchSubString(s, 1, len) ? 1 : 0;
+    for (int32_t p = start; p <= static_cast<int32_t>(s.size()); ++p)
+      if (MatchSubString(s, p, len)) return p;
+    return 0;
+  }
+};
+
+// Random expressions over a few characters, mostly well formed.
+struct PatternMaker {
+  std::mt19937& Rng;
+  int Pick(int n) { return static_cast<int>(Rng() % static_cast<unsigned>(n)); }
+
+  String Atom(int depth) {
+    static const char* const atoms[] = {"a",    "b",    "c",     "A",     ".",   "^", "$",
+                                        "[ab]", "[^a]", "[b-a]", "[A-c]", "\\.", "x", "[$c]"};
+    if (depth < 3 && Pick(5) == 0) return "(" + Expr(depth + 1) + ")";
+    return atoms[Pick(std::size(atoms))];
+  }
+  String Factor(int depth) {
+    static const char* const ops[] = {"", "", "", "*", "+", "?"};
+    return Atom(depth) + ops[Pick(std::size(ops))];
+  }
+  String Term(int depth) {
+    String t = Factor(depth);
+    for (int n = Pick(4); n > 0; --n) t += Factor(depth);
+    return t;
+  }
+  String Expr(int depth) {
+    String e = Term(depth);
+    while (Pick(4) == 0) e += "|" + Term(depth);
+    return e;
+  }
+};
+
+TEST(PelRegularExpression, AgreesWithThePlainMatcher) {
+#if defined(__SANITIZE_ADDRESS__)
+  constexpr int kCases = 20000;  // the sanitizer build is about ten times slower
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+  constexpr int kCases = 20000;
+#else
+  constexpr int kCases = 100000;
+#endif
+#else
+  constexpr int kCases = 100000;
+#endif
+  std::mt19937 rng(20240611);
+  PatternMaker maker{rng};
+  const char alphabet[] = {'a', 'b', 'c', 'A', 'B', 'x', '\n', '\r', '.', '\xe1'};
+  int compared = 0, spun = 0, matched = 0;
+  for (int i = 0; i < kCases; ++i) {
+    const String pattern = maker.Expr(0);
+    String subject(static_cast<std::size_t>(maker.Pick(12)), ' ');
+    for (char& ch : subject) ch = alphabet[maker.Pick(std::size(alphabet))];
+    Owned<TPelRegularExpression> rx = Make<TPelRegularExpression>(pattern);
+    rx->SetCaseSensitive(maker.Pick(3) != 0);
+    rx->SetAnchorAtStart(maker.Pick(4) == 0);
+    rx->SetAnchorAtEnd(maker.Pick(4) == 0);
+    const int32_t start = maker.Pick(3) == 0 ? maker.Pick(static_cast<int>(subject.size()) + 2) : 1;
+
+    Reference ref{*rx};
+    int32_t refLen = -1, len = -1;
+    const int32_t refPos = ref.Match(subject, start, refLen);
+    if (ref.Spun()) {
+      ++spun;
+      continue;
+    }
+    const int32_t pos = rx->Match(subject, start, len);
+    ++compared;
+    matched += refPos != 0;
+    ASSERT_EQ(pos, refPos) << "pattern '" << pattern << "' subject '" << subject << "' start "
+                           << start << " case " << rx->GetCaseSensitive() << " anchors "
+                           << rx->GetAnchorAtStart() << rx->GetAnchorAtEnd();
+    ASSERT_EQ(len, refLen) << "pattern '" << pattern << "' subject '" << subject << "'";
+
+    // The queue matcher at one position agrees too.
+    const int32_t p = 1 + maker.Pick(static_cast<int>(subject.size()) + 1);
+    int32_t a = -1, b = -1;
+    Reference single{*rx};
+    const bool expected = single.MatchSubString(subject, p, a);
+    if (single.Spun()) continue;
+    ASSERT_EQ(rx->MatchSubString(subject, p, b), expected) << pattern << " at " << p;
+    ASSERT_EQ(b, a) << pattern << " at " << p;
+  }
+  // Most cases are compared, and both outcomes are common.
+  EXPECT_LT(spun, kCases / 20);
+  EXPECT_GT(matched, compared / 5);
+  EXPECT_LT(matched, compared * 4 / 5);
+}
+
+}  // namespace
+}  // namespace pel
