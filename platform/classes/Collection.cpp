@@ -1,6 +1,7 @@
 #include "platform/classes/Collection.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "platform/RTLConsts.h"
 
@@ -141,7 +142,9 @@ void TCollection::InsertItem(TCollectionItem* Item) {
 
 void TCollection::RemoveItem(TCollectionItem* Item) {
   Notify(Item, cnExtracting);
-  std::erase(FItems, Item);
+  // Searched from the back, where Clear takes the items from.
+  auto it = std::find(FItems.rbegin(), FItems.rend(), Item);
+  if (it != FItems.rend()) FItems.erase(std::next(it).base());
   Item->FCollection = nullptr;
   Changed();
 }
