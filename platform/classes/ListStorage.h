@@ -16,24 +16,78 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <type_traits>
 #include <vector>
 
 namespace pel::detail {
+
+// The array under the slots. Plain values (pointers) live in a block that
+// grows with realloc, which moves a large block by remapping its pages
+// rather than copying them; anything else lives in a vector. New slots are
+// value-initialised (null) either way.
+template <class T, bool Plain = std::is_trivially_copyable_v<T>>
+class SlotArray {
+ public:
+  T* data() { return FItems.data(); }
+  const T* data() const { return FItems.data(); }
+  std::size_t size() const { return FItems.size(); }
+  void resize(std::size_t N) { FItems.resize(N); }
+  void release_spare() {
+    if (FItems.capacity() > FItems.size() * 2 + 16) FItems.shrink_to_fit();
+  }
+
+ private:
+  std::vector<T> FItems;
+};
+
+template <class T>
+class SlotArray<T, true> {
+ public:
+  SlotArray() = default;
+  SlotArray(const SlotArray&) = delete;
+  SlotArray& operator=(const SlotArray&) = delete;
+  ~SlotArray() { std::free(FItems); }
+
+  T* data() { return FItems; }
+  const T* data() const { return FItems; }
+  std::size_t size() const { return FSize; }
+  void resize(std::size_t N) {
+    if (N == FSize) return;
+    if (N == 0) {
+      std::free(FItems);
+      FItems = nullptr;
+    } else {
+      void* p = std::realloc(FItems, N * sizeof(T));
+      if (!p) throw std::bad_alloc();
+      FItems = static_cast<T*>(p);
+      if (N > FSize) std::memset(static_cast<void*>(FItems + FSize), 0, (N - FSize) * sizeof(T));
+    }
+    FSize = N;
+  }
+  void release_spare() {}
+
+ private:
+  T* FItems = nullptr;
+  std::size_t FSize = 0;
+};
 
 template <class T>
 class FrontGapSlots {
  public:
   T* Data() { return FSlots.data() + FFront; }
   const T* Data() const { return FSlots.data() + FFront; }
-  T& operator[](int32_t Index) { return FSlots[Pos(FFront + Index)]; }
-  const T& operator[](int32_t Index) const { return FSlots[Pos(FFront + Index)]; }
+  T& operator[](int32_t Index) { return Data()[Index]; }
+  const T& operator[](int32_t Index) const { return Data()[Index]; }
 
   // New room for Capacity slots holding the first Count items.
   void Reallocate(int32_t Capacity, int32_t Count) {
     Compact(Count);
     FSlots.resize(Pos(Capacity));
     // Memory goes back when the slots shrink a lot.
-    if (FSlots.capacity() > FSlots.size() * 2 + 16) FSlots.shrink_to_fit();
+    FSlots.release_spare();
   }
 
   // Removes slot Index of the Count in use; the vacated slot is cleared.
@@ -72,8 +126,9 @@ class FrontGapSlots {
   // Moves the items to the start of the array.
   void Compact(int32_t Count) {
     if (FFront == 0) return;
-    std::move(FSlots.begin() + FFront, FSlots.begin() + FFront + Count, FSlots.begin());
-    std::fill(FSlots.begin() + Count, FSlots.begin() + FFront + Count, T());
+    T* slots = FSlots.data();
+    std::move(slots + FFront, slots + FFront + Count, slots);
+    std::fill(slots + Count, slots + FFront + Count, T());
     FFront = 0;
   }
 
@@ -81,18 +136,18 @@ class FrontGapSlots {
   // least as large as the items, otherwise adds room by half again, so both
   // cost constant time per deletion on average.
   void KeepRoom(int32_t Count, int32_t Capacity) {
+    if (Pos(FFront) + Pos(Capacity) > FSlots.size()) MakeRoom(Count, Capacity);
+  }
+  void MakeRoom(int32_t Count, int32_t Capacity) {
     std::size_t need = Pos(FFront) + Pos(Capacity);
-    if (need <= FSlots.size()) return;
     if (FFront >= Count) {
       Compact(Count);
       return;
     }
-    std::size_t size = std::max(need, FSlots.size() + FSlots.size() / 2);
-    FSlots.reserve(size);
-    FSlots.resize(size);
+    FSlots.resize(std::max(need, FSlots.size() + FSlots.size() / 2));
   }
 
-  std::vector<T> FSlots;
+  SlotArray<T> FSlots;
   int32_t FFront = 0;  // slots before the first item
 };
 

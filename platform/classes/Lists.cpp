@@ -17,33 +17,12 @@ void TList::BeforeDestruction() {
 
 void TList::Error(const char* Msg, int32_t Data) { throw EListError(Msg, {Data}); }
 
-void TList::CheckIndex(int32_t Index) const {
-  if (Index < 0 || Index >= FCount) Error(SListIndexError, Index);
-}
-
-int32_t TList::Add(void* Item) {
-  int32_t result = FCount;
-  if (result == FCapacity) Grow();
-  FList[result] = Item;
-  ++FCount;
-  if (Item) Notify(Item, lnAdded);
-  return result;
-}
-
 void TList::Insert(int32_t Index, void* Item) {
   if (Index < 0 || Index > FCount) Error(SListIndexError, Index);
   if (FCount == FCapacity) Grow();
   FList.Open(Index, FCount) = Item;
   ++FCount;
   if (Item) Notify(Item, lnAdded);
-}
-
-void TList::Delete(int32_t Index) {
-  CheckIndex(Index);
-  void* temp = FList[Index];
-  FList.Erase(Index, FCount, FCapacity);
-  --FCount;
-  if (temp) Notify(temp, lnDeleted);
 }
 
 int32_t TList::Remove(void* Item) {
@@ -112,11 +91,6 @@ void TList::Exchange(int32_t Index1, int32_t Index2) {
 TList* TList::Expand() {
   if (FCount == FCapacity) Grow();
   return this;
-}
-
-void* TList::Get(int32_t Index) const {
-  CheckIndex(Index);
-  return FList[Index];
 }
 
 void TList::Put(int32_t Index, void* Item) {

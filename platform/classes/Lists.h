@@ -26,6 +26,7 @@
 
 #include <cstdint>
 
+#include "platform/RTLConsts.h"
 #include "platform/System.h"
 #include "platform/classes/ClassesTypes.h"
 #include "platform/classes/ListStorage.h"
@@ -45,9 +46,22 @@ class TList : public TObject {
   ~TList() override = default;
   void BeforeDestruction() override;
 
-  int32_t Add(void* Item);
+  int32_t Add(void* Item) {
+    int32_t result = FCount;
+    if (result == FCapacity) Grow();
+    FList[result] = Item;
+    ++FCount;
+    if (Item) Notify(Item, lnAdded);
+    return result;
+  }
   void Insert(int32_t Index, void* Item);
-  void Delete(int32_t Index);
+  void Delete(int32_t Index) {
+    CheckIndex(Index);
+    void* temp = FList[Index];
+    FList.Erase(Index, FCount, FCapacity);
+    --FCount;
+    if (temp) Notify(temp, lnDeleted);
+  }
   // Deletes the first occurrence; returns its index or -1.
   int32_t Remove(void* Item);
   // Takes the first occurrence out without deleting it: Notify hears
@@ -66,7 +80,10 @@ class TList : public TObject {
   // Grows the storage when it is full; returns the list.
   TList* Expand();
 
-  void* Get(int32_t Index) const;
+  void* Get(int32_t Index) const {
+    CheckIndex(Index);
+    return FList[Index];
+  }
   void Put(int32_t Index, void* Item);
   int32_t GetCount() const { return FCount; }
   // Growing fills with nil; shrinking deletes the items beyond.
@@ -85,7 +102,9 @@ class TList : public TObject {
   virtual void Notify(void* Ptr, TListNotification Action);
 
  private:
-  void CheckIndex(int32_t Index) const;
+  void CheckIndex(int32_t Index) const {
+    if (Index < 0 || Index >= FCount) Error(SListIndexError, Index);
+  }
   void QuickSort(int32_t L, int32_t R, TListSortCompare Compare);
 
   detail::FrontGapSlots<void*> FList;  // FCapacity slots
