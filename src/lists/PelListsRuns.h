@@ -38,22 +38,22 @@ class TPriorityRuns {
   // The run of priority P, or nothing.
   TRun* Find(int32_t P) {
     TPlace at = Locate(P);
-    if (at.Block == FBlocks.size() || at.Index == FBlocks[at.Block].Keys.size()) return nullptr;
+    if (at.Block == FBlocks.size() || at.Index == FBlocks[at.Block].Size()) return nullptr;
     TBlock& b = FBlocks[at.Block];
-    return b.Keys[at.Index] == P ? &b.Runs[at.Index] : nullptr;
+    return b.Key(at.Index) == P ? &b.Run(at.Index) : nullptr;
   }
 
   // The run of the smallest priority at least P, and the run before it;
   // both must exist.
   void Around(int32_t P, TRun*& Before, TRun*& Run) {
     TPlace at = Locate(P);
-    if (at.Index == FBlocks[at.Block].Keys.size()) {
+    if (at.Index == FBlocks[at.Block].Size()) {
       ++at.Block;
       at.Index = 0;
     }
-    Run = &FBlocks[at.Block].Runs[at.Index];
+    Run = &FBlocks[at.Block].Run(at.Index);
     Before =
-        at.Index > 0 ? &FBlocks[at.Block].Runs[at.Index - 1] : &FBlocks[at.Block - 1].Runs.back();
+        at.Index > 0 ? &FBlocks[at.Block].Run(at.Index - 1) : &FBlocks[at.Block - 1].Runs.back();
   }
 
   // Adds the run of P unless there is one; returns the run and whether it
@@ -62,15 +62,14 @@ class TPriorityRuns {
     if (FBlocks.empty()) {
       FBlocks.push_back({{P}, {Run}});
       FFirsts.push_back(P);
-      return {&FBlocks[0].Runs[0], true};
+      return {&FBlocks[0].Run(0), true};
     }
     TPlace at = Locate(P);
     TBlock* b = &FBlocks[at.Block];
-    if (at.Index < b->Keys.size() && b->Keys[at.Index] == P) return {&b->Runs[at.Index], false};
-    b->Keys.insert(b->Keys.begin() + Diff(at.Index), P);
-    b->Runs.insert(b->Runs.begin() + Diff(at.Index), Run);
-    FFirsts[at.Block] = b->Keys.front();
-    if (b->Keys.size() > kMaxBlock) {
+    if (at.Index < b->Size() && b->Key(at.Index) == P) return {&b->Run(at.Index), false};
+    b->Insert(at.Index, P, Run);
+    FFirsts[at.Block] = b->Key(0);
+    if (b->Size() > kMaxBlock) {
       Split(at.Block);
       if (at.Index >= kMaxBlock / 2) {
         ++at.Block;
@@ -78,29 +77,59 @@ class TPriorityRuns {
       }
       b = &FBlocks[at.Block];
     }
-    return {&b->Runs[at.Index], true};
+    return {&b->Run(at.Index), true};
   }
 
   // Removes the run of P, which must exist.
   void Remove(int32_t P) {
     TPlace at = Locate(P);
     TBlock& b = FBlocks[at.Block];
-    b.Keys.erase(b.Keys.begin() + Diff(at.Index));
-    b.Runs.erase(b.Runs.begin() + Diff(at.Index));
-    if (b.Keys.empty()) {
+    b.Erase(at.Index);
+    if (b.Size() == 0) {
       FBlocks.erase(FBlocks.begin() + Diff(at.Block));
       FFirsts.erase(FFirsts.begin() + Diff(at.Block));
     } else {
-      FFirsts[at.Block] = b.Keys.front();
+      FFirsts[at.Block] = b.Key(0);
     }
   }
 
  private:
-  static constexpr std::size_t kMaxBlock = 256;
+  static constexpr std::size_t kMaxBlock = 128;
 
+  // A block's entries are Keys[Start..] and Runs[Start..]: taking the
+  // first one out (a queue's pop takes the smallest priority) only moves
+  // Start, and the dead front is dropped once it is half the block.
   struct TBlock {
     std::vector<int32_t> Keys;
     std::vector<TRun> Runs;
+    std::size_t Start = 0;
+
+    std::size_t Size() const { return Keys.size() - Start; }
+    int32_t Key(std::size_t I) const { return Keys[Start + I]; }
+    TRun& Run(std::size_t I) { return Runs[Start + I]; }
+    void Insert(std::size_t I, int32_t K, TRun R) {
+      if (I == 0 && Start > 0) {
+        --Start;
+        Keys[Start] = K;
+        Runs[Start] = R;
+        return;
+      }
+      Keys.insert(Keys.begin() + Diff(Start + I), K);
+      Runs.insert(Runs.begin() + Diff(Start + I), R);
+    }
+    void Erase(std::size_t I) {
+      if (I == 0) {
+        if (++Start * 2 >= Keys.size()) Compact();
+        return;
+      }
+      Keys.erase(Keys.begin() + Diff(Start + I));
+      Runs.erase(Runs.begin() + Diff(Start + I));
+    }
+    void Compact() {
+      Keys.erase(Keys.begin(), Keys.begin() + Diff(Start));
+      Runs.erase(Runs.begin(), Runs.begin() + Diff(Start));
+      Start = 0;
+    }
   };
   // Where the first priority at least P is, or would go: in the last block
   // whose smallest priority is at most P (else the first block), possibly
@@ -117,14 +146,15 @@ class TPriorityRuns {
     auto next = std::upper_bound(FFirsts.begin(), FFirsts.end(), P);
     if (next == FFirsts.begin()) return {0, 0};
     std::size_t block = static_cast<std::size_t>(std::prev(next) - FFirsts.begin());
-    const std::vector<int32_t>& keys = FBlocks[block].Keys;
-    return {block,
-            static_cast<std::size_t>(std::lower_bound(keys.begin(), keys.end(), P) - keys.begin())};
+    const TBlock& b = FBlocks[block];
+    auto first = b.Keys.begin() + Diff(b.Start);
+    return {block, static_cast<std::size_t>(std::lower_bound(first, b.Keys.end(), P) - first)};
   }
 
   void Split(std::size_t Block) {
     TBlock upper;
     TBlock& b = FBlocks[Block];
+    b.Compact();
     upper.Keys.assign(b.Keys.begin() + Diff(kMaxBlock / 2), b.Keys.end());
     upper.Runs.assign(b.Runs.begin() + Diff(kMaxBlock / 2), b.Runs.end());
     b.Keys.resize(kMaxBlock / 2);
