@@ -32,11 +32,10 @@
 #include "foundation/CommonInterfaces.h"
 #include "foundation/Structures.h"
 #include "hashing/PelHashTable.h"
+#include "lists/PelLists.h"
 #include "platform/Classes.h"
 
 namespace pel {
-
-class TFreeList;
 
 // Slot storage: a pointer to the first of a run of slots (the list knows
 // how many). TSmallInterfaceHeap is a fixed list's own storage;
@@ -404,6 +403,204 @@ class TIStringHashtableEnumerator : public TIHashtableEnumerator, public TString
 
   String CurrentElementS() override;
   String NextElementS() override;
+};
+
+// ---------------------------------------------------------------------------
+// TIStringList: the string list of Structures (TPelStringList) with its Data
+// slot holding an interface instead of an object. Everything else is that
+// list's: the four comparisons (soCaseInsensitiveLocale by default),
+// sorting, Find, duplicates, growth, notifications, the owner hook and the
+// messages. Differences:
+//  * each item's Data holds one reference, released when the item is
+//    deleted or cleared or Data is replaced; destruction releases them too
+//    (the string slots go with the list);
+//  * PutObject also empties Data, releasing its interface: storing an
+//    object clears the interface slot, intended;
+//  * there is no FreeData; FreeObjects frees owned objects on Delete,
+//    Clear and PutObject as in TPelStringList, not on destruction;
+//  * Assign from another TIStringList copies each Data by index.
+// CustomSort orders the items with a caller's comparison of two indexes.
+
+class TIStringList;
+using TIStringListSortCompare = int32_t (*)(TIStringList* List, int32_t Index1, int32_t Index2);
+
+struct TIStringItem {
+  String FString;
+  TObject* FObject = nullptr;
+  IPtr<IInterface> FData;
+};
+
+class TIStringList : public TStrings {
+  PEL_CLASS(TIStringList, TStrings)
+ public:
+  TIStringList();
+  void BeforeDestruction() override;
+
+  void Assign(TPersistent* Source) override;
+  String Get(int32_t Index) override;
+  int32_t GetCapacity() override { return FCapacity; }
+  int32_t GetCount() override { return FCount; }
+  TObject* GetObject(int32_t Index) override;
+  // Owner.BeforePut first; raises SSortedListError on a sorted list.
+  void Put(int32_t Index, const String& S) override;
+  // Owner.BeforePutObject first; releases Data, frees the old object when
+  // FreeObjects.
+  void PutObject(int32_t Index, TObject* AObject) override;
+  void SetCapacity(int32_t NewCapacity) override;
+  void SetUpdateState(bool Updating) override;
+  int32_t Add(const String& S) override;
+  // Owner.BeforeClear first (also when empty).
+  void Clear() override;
+  // Owner.BeforeDelete first.
+  void Delete(int32_t Index) override;
+  void Exchange(int32_t Index1, int32_t Index2) override;
+  int32_t IndexOf(const String& S) override;
+  void Insert(int32_t Index, const String& S) override;
+  virtual void Changed();
+  virtual void Changing();
+
+  // Data with a new reference.
+  virtual IPtr<IInterface> GetData(int32_t Index);
+  // No owner call; the old interface is released.
+  virtual void PutData(int32_t Index, const IPtr<IInterface>& AData);
+  virtual bool Find(const String& S, int32_t& Index);
+  virtual void ForEach(TForEachFilterProc Filter, TForEachObjectProc Action, int32_t ATag);
+  virtual void ForEach(const TForEachFilterMethod& Filter, const TForEachObjectMethod& Action,
+                       int32_t ATag);
+  // The first index whose Data is AData (the same interface), or -1.
+  virtual int32_t IndexOfData(const IPtr<IInterface>& AData);
+  // Nothing on a sorted list or one of fewer than two strings.
+  virtual void CustomSort(TIStringListSortCompare Compare);
+  virtual void Sort();
+
+  bool GetSorted() const { return FSorted; }
+  void SetSorted(bool Value);
+  TStringOpsType GetStringOpsType() const { return FStringOpsType; }
+  // A sorted list is re-sorted under the new comparison.
+  void SetStringOpsType(TStringOpsType Value);
+  TDuplicates GetDuplicates() const { return FDuplicates; }
+  void SetDuplicates(TDuplicates Value) { FDuplicates = Value; }
+  bool GetFreeObjects() const { return FFreeObjects; }
+  void SetFreeObjects(bool Value) { FFreeObjects = Value; }
+  const IPtr<IStringsOwner>& GetOwner() const { return FOwner; }
+  void SetOwner(const IPtr<IStringsOwner>& Value) { FOwner = Value; }
+  const TNotifyEvent& GetOnChange() const { return FOnChange; }
+  void SetOnChange(TNotifyEvent Value) { FOnChange = std::move(Value); }
+  const TNotifyEvent& GetOnChanging() const { return FOnChanging; }
+  void SetOnChanging(TNotifyEvent Value) { FOnChanging = std::move(Value); }
+
+ protected:
+  void ExchangeItems(int32_t Index1, int32_t Index2);
+  void Grow();
+  void InsertItem(int32_t Index, const String& S);
+  void QuickSort(int32_t L, int32_t R);
+  void QuickSort(int32_t L, int32_t R, TIStringListSortCompare Compare);
+
+ private:
+  void CheckIndex(int32_t Index);
+  TIStringItem& Item(int32_t Index);
+
+  bool FUpdating = false;
+  IPtr<IStringsOwner> FOwner;
+  std::vector<TIStringItem> FList;  // FCapacity items
+  int32_t FCount = 0;
+  int32_t FCapacity = 0;
+  bool FSorted = false;
+  TDuplicates FDuplicates = dupIgnore;
+  TNotifyEvent FOnChange;
+  TNotifyEvent FOnChanging;
+  TStringOpsType FStringOpsType = soCaseInsensitiveLocale;
+  bool FFreeObjects = false;
+  TStringCompareFunc FCompare;
+};
+
+// ---------------------------------------------------------------------------
+// Iterators over lists. Each holds a plain pointer to its source, which
+// must outlive it, and a position that starts before the first element:
+// HasMoreElements is true while the position is below the source's count
+// less one, NextElement advances and then reads, CurrentElement reads at
+// the position. Nothing is checked here: a read at a bad position (before
+// the first NextElement, or past the end) raises what the source raises.
+
+// Over a TStrings: the strings (IStringIterator), their objects
+// (IObjectIterator) and the same objects as pointers (IIterator).
+class TStringsIterator : public TInterfacedObject,
+                         public TStringIteratorAdapter,
+                         public TObjectIteratorAdapter,
+                         public TPointerIteratorAdapter {
+  PEL_CLASS(TStringsIterator, TInterfacedObject)
+ public:
+  explicit TStringsIterator(TStrings* Source) : FSource(Source) {}
+  bool GetInterface(const TGUID& IID, void** Obj) override;
+  int32_t GetCount() override { return FSource->GetCount(); }
+  bool HasMoreElements() override { return FPosition < FSource->GetCount() - 1; }
+  void Reset() override { FPosition = -1; }
+  String CurrentElementS() override { return FSource->Get(FPosition); }
+  String NextElementS() override { return FSource->Get(++FPosition); }
+  TObject* CurrentElementO() override { return FSource->GetObject(FPosition); }
+  TObject* NextElementO() override { return FSource->GetObject(++FPosition); }
+  void* CurrentElementP() override { return CurrentElementO(); }
+  void* NextElementP() override { return NextElementO(); }
+
+ private:
+  TStrings* FSource;
+  int32_t FPosition = -1;
+};
+
+// Over a platform TList or a TFreeList: the entries as pointers (IIterator)
+// and as objects (IObjectIterator).
+template <class List>
+class TPointerListIterator : public TInterfacedObject,
+                             public TPointerIteratorAdapter,
+                             public TObjectIteratorAdapter {
+ public:
+  explicit TPointerListIterator(List* Source) : FSource(Source) {}
+  bool GetInterface(const TGUID& IID, void** Obj) override {
+    return GetInterfaceOf<TPointerListIterator, IIterator, IObjectIterator>(this, IID, Obj);
+  }
+  int32_t GetCount() override { return FSource->GetCount(); }
+  bool HasMoreElements() override { return FPosition < FSource->GetCount() - 1; }
+  void Reset() override { FPosition = -1; }
+  void* CurrentElementP() override { return FSource->Get(FPosition); }
+  void* NextElementP() override { return FSource->Get(++FPosition); }
+  TObject* CurrentElementO() override { return static_cast<TObject*>(CurrentElementP()); }
+  TObject* NextElementO() override { return static_cast<TObject*>(NextElementP()); }
+
+ private:
+  List* FSource;
+  int32_t FPosition = -1;
+};
+
+class TListIterator : public TPointerListIterator<TList> {
+  PEL_CLASS(TListIterator, TInterfacedObject)
+ public:
+  using TPointerListIterator::TPointerListIterator;
+};
+
+class TFreeListIterator : public TPointerListIterator<TFreeList> {
+  PEL_CLASS(TFreeListIterator, TInterfacedObject)
+ public:
+  using TPointerListIterator::TPointerListIterator;
+};
+
+// Over a platform TInterfaceList or a TPelInterfaceList, told apart on every
+// call; any other source counts 0 and hands out nothing.
+class TInterfaceListIterator : public TInterfacedObject, public IInterfaceIterator {
+  PEL_CLASS(TInterfaceListIterator, TInterfacedObject)
+ public:
+  explicit TInterfaceListIterator(TObject* Source) : FSource(Source) {}
+  bool GetInterface(const TGUID& IID, void** Obj) override;
+  IPtr<IInterface> CurrentElement() override { return ElementAt(FPosition); }
+  int32_t GetCount() override;
+  bool HasMoreElements() override { return FPosition < GetCount() - 1; }
+  IPtr<IInterface> NextElement() override { return ElementAt(++FPosition); }
+  void Reset() override { FPosition = -1; }
+
+ private:
+  IPtr<IInterface> ElementAt(int32_t Index);
+
+  TObject* FSource;
+  int32_t FPosition = -1;
 };
 
 }  // namespace pel
