@@ -81,7 +81,7 @@ TEST(PelInterfaceList, CountsAndNotificationsAcrossEveryOperation) {
     l->Add(p["a"]);
     l->Add(p["b"]);
     l->Log.clear();
-  }  // destruction clears through the descendant's Notify
+  }  // destruction releases what is left
   EXPECT_TRUE(p.DropAndCheckFreed());
 }
 
