@@ -402,6 +402,9 @@ class TFormatter {
       case TVarRec::vtAnsiString:
         s = *a.VAnsiString;
         break;
+      case TVarRec::vtString:
+        s = *a.VString;
+        break;
       case TVarRec::vtPChar:
         if (a.VPChar) s = a.VPChar;
         break;

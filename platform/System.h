@@ -324,24 +324,34 @@ struct Currency {
 };
 
 struct IInterface;
+class Variant;
 
-// One element of an open array of constants (the arguments of Format).
-// It refers to the caller's values; it lives as long as the call's
-// argument list does.
+// One element of an open array of constants (the arguments of Format, and
+// the record a tagged value copies itself from). It refers to the caller's
+// values; it lives as long as the call's argument list does.
+//
+// The kind codes are the framework's, number for number. Where the
+// framework's record points at an extended, a currency or an int64, this one
+// holds the number itself.
 struct TVarRec {
   enum TKind : uint8_t {
-    vtInteger,
-    vtBoolean,
-    vtChar,
-    vtExtended,
-    vtPointer,
-    vtPChar,
-    vtObject,
-    vtClass,
-    vtAnsiString,
-    vtCurrency,
-    vtInterface,
-    vtInt64
+    vtInteger = 0,
+    vtBoolean = 1,
+    vtChar = 2,
+    vtExtended = 3,
+    vtString = 4,
+    vtPointer = 5,
+    vtPChar = 6,
+    vtObject = 7,
+    vtClass = 8,
+    vtWideChar = 9,
+    vtPWideChar = 10,
+    vtAnsiString = 11,
+    vtCurrency = 12,
+    vtVariant = 13,
+    vtInterface = 14,
+    vtWideString = 15,
+    vtInt64 = 16
   };
   TKind VType;
   union {
@@ -349,13 +359,18 @@ struct TVarRec {
     bool VBoolean;
     char VChar;
     double VExtended;
+    const String* VString;  // the framework's short string
     const void* VPointer;
     const char* VPChar;
     TObject* VObject;
     TClass VClass;
+    char16_t VWideChar;
+    const char16_t* VPWideChar;
     const String* VAnsiString;
     int64_t VCurrency;  // raw Currency value
+    const Variant* VVariant;
     IInterface* VInterface;
+    const std::u16string* VWideString;
     int64_t VInt64;
   };
 
@@ -369,16 +384,21 @@ struct TVarRec {
   TVarRec(uint8_t v) : VType(vtInteger), VInteger(v) {}
   TVarRec(bool v) : VType(vtBoolean), VBoolean(v) {}
   TVarRec(char v) : VType(vtChar), VChar(v) {}
+  TVarRec(char16_t v) : VType(vtWideChar), VWideChar(v) {}
   TVarRec(double v) : VType(vtExtended), VExtended(v) {}
   TVarRec(float v) : VType(vtExtended), VExtended(v) {}
   TVarRec(const char* v) : VType(vtPChar), VPChar(v) {}
+  TVarRec(const char16_t* v) : VType(vtPWideChar), VPWideChar(v) {}
   TVarRec(const String& v) : VType(vtAnsiString), VAnsiString(&v) {}
+  TVarRec(const std::u16string& v) : VType(vtWideString), VWideString(&v) {}
+  TVarRec(const Variant& v) : VType(vtVariant), VVariant(&v) {}
   TVarRec(Currency v) : VType(vtCurrency), VCurrency(v.Value) {}
   TVarRec(TClass v) : VType(vtClass), VClass(v) {}
   TVarRec(IInterface* v) : VType(vtInterface), VInterface(v) {}
   TVarRec(std::nullptr_t) : VType(vtPointer), VPointer(nullptr) {}
   // Objects and plain pointers: an object pointer is vtObject, anything else vtPointer.
-  template <class T, class = std::enable_if_t<!std::is_same_v<std::remove_cv_t<T>, char>>>
+  template <class T, class = std::enable_if_t<!std::is_same_v<std::remove_cv_t<T>, char> &&
+                                              !std::is_same_v<std::remove_cv_t<T>, char16_t>>>
   TVarRec(T* v) {
     if constexpr (std::is_base_of_v<TObject, T>) {
       VType = vtObject;
@@ -387,6 +407,13 @@ struct TVarRec {
       VType = vtPointer;
       VPointer = v;
     }
+  }
+  // The framework's short string kind, which no C++ type selects by itself.
+  static TVarRec ShortString(const String& v) {
+    TVarRec r(v);
+    r.VType = vtString;
+    r.VString = &v;
+    return r;
   }
 };
 

@@ -18,6 +18,7 @@ const TTypeInfo TypeInfoExtended{tkFloat, "Extended", ftExtended};
 const TTypeInfo TypeInfoCurrency{tkFloat, "Currency", ftCurr};
 const TTypeInfo TypeInfoString{tkLString, "AnsiString"};
 const TTypeInfo TypeInfoNotifyEvent{tkMethod, "TNotifyEvent"};
+const TTypeInfo TypeInfoVariant{tkVariant, "Variant"};
 
 bool SameIdentifier(const String& A, const String& B) { return SameText(A, B); }
 
@@ -81,6 +82,8 @@ bool IsDefaultPropValue(TObject* Instance, const TPropInfo* P) {
       return GetStrProp(Instance, P).empty();
     case tkClass:
       return GetObjectProp(Instance, P) == nullptr;
+    case tkVariant:
+      return VarIsEmpty(GetVariantProp(Instance, P));
     case tkInterface:
       return GetInterfaceProp(Instance, P) == nullptr;
     default:
@@ -147,6 +150,17 @@ void SetObjectProp(TObject* Instance, const TPropInfo* P, TObject* Value) {
   if (!P->GetObj) BadType(P);
   if (!P->SetObj) ReadOnly();
   P->SetObj(Instance, Value);
+}
+
+Variant GetVariantProp(TObject* Instance, const TPropInfo* P) {
+  if (!P->GetVar) BadType(P);
+  return P->GetVar(Instance);
+}
+
+void SetVariantProp(TObject* Instance, const TPropInfo* P, const Variant& Value) {
+  if (!P->GetVar) BadType(P);
+  if (!P->SetVar) ReadOnly();
+  P->SetVar(Instance, Value);
 }
 
 TObject* GetInterfaceProp(TObject* Instance, const TPropInfo* P) {

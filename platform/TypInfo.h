@@ -17,8 +17,8 @@
 // (taking the value; nullptr for a read-only property). The property's type
 // follows from the getter's result: bool is Boolean, char Char, int64_t
 // Int64, other integers Integer, float Single, double Double, Currency
-// Currency, String a long string, a pointer to a TObject descendant a class
-// property. An enumeration or a set (held as an integer bit mask, bit N for
+// Currency, String a long string, Variant a variant, a pointer to a TObject
+// descendant a class property, an IPtr an interface. An enumeration or a set (held as an integer bit mask, bit N for
 // element N) gives its TTypeInfo as the second argument; so does an event,
 // whose getter and setter carry the handler's method name (empty when
 // unassigned) as a String, with TypeInfoNotifyEvent or its own method type.
@@ -26,7 +26,7 @@
 // WithDefault(v) sets the ordinal default: an ordinal equal to it is not
 // written. Without one the ordinal is always written (the framework's
 // "nodefault"). Strings, floats and 64-bit integers are written when they
-// are not empty / zero. NotStored() or StoredBy<&C::Fn>() decide whether the
+// are not empty / zero, variants when they are not Empty. NotStored() or StoredBy<&C::Fn>() decide whether the
 // property is written at all.
 //
 // The table lives in the class's descriptor. GetPropList(AClass) returns the
@@ -41,6 +41,7 @@
 #include <vector>
 
 #include "platform/SysUtils.h"
+#include "platform/Variants.h"
 
 namespace pel {
 
@@ -105,6 +106,7 @@ extern const TTypeInfo TypeInfoExtended;
 extern const TTypeInfo TypeInfoCurrency;
 extern const TTypeInfo TypeInfoString;
 extern const TTypeInfo TypeInfoNotifyEvent;
+extern const TTypeInfo TypeInfoVariant;
 
 // The framework's "nodefault" marker.
 constexpr int64_t kNoDefault = INT32_MIN;
@@ -116,7 +118,7 @@ struct TPropInfo {
   // char, enumeration, set, int64) and currency (its raw value) go through
   // GetOrd/SetOrd, single and double through GetFloat/SetFloat, strings and
   // method names through GetStr/SetStr, class properties through
-  // GetObj/SetObj, interface properties through GetIntf/SetIntf: the object
+  // GetObj/SetObj, variants through GetVar/SetVar, interface properties through GetIntf/SetIntf: the object
   // behind the interface (null when it is none of ours), and a setter that
   // asks the object for the interface and answers false when it has none.
   // A read-only property has no setter.
@@ -128,13 +130,15 @@ struct TPropInfo {
   void (*SetStr)(TObject*, const String&) = nullptr;
   TObject* (*GetObj)(TObject*) = nullptr;
   void (*SetObj)(TObject*, TObject*) = nullptr;
+  Variant (*GetVar)(TObject*) = nullptr;
+  void (*SetVar)(TObject*, const Variant&) = nullptr;
   TObject* (*GetIntf)(TObject*) = nullptr;
   bool (*SetIntf)(TObject*, TObject*) = nullptr;
   int64_t Default = kNoDefault;
   bool StoredConst = true;
   bool (*StoredFn)(TObject*) = nullptr;
 
-  bool HasSetter() const { return SetOrd || SetFloat || SetStr || SetObj || SetIntf; }
+  bool HasSetter() const { return SetOrd || SetFloat || SetStr || SetObj || SetVar || SetIntf; }
 
   constexpr TPropInfo WithDefault(int64_t Value) const {
     TPropInfo r = *this;
@@ -194,6 +198,8 @@ String GetStrProp(TObject* Instance, const TPropInfo* PropInfo);
 void SetStrProp(TObject* Instance, const TPropInfo* PropInfo, const String& Value);
 TObject* GetObjectProp(TObject* Instance, const TPropInfo* PropInfo);
 void SetObjectProp(TObject* Instance, const TPropInfo* PropInfo, TObject* Value);
+Variant GetVariantProp(TObject* Instance, const TPropInfo* PropInfo);
+void SetVariantProp(TObject* Instance, const TPropInfo* PropInfo, const Variant& Value);
 // Interface properties, by the object that implements the interface. Setting
 // an object that does not implement it raises EPropertyError; null clears.
 TObject* GetInterfaceProp(TObject* Instance, const TPropInfo* PropInfo);
@@ -306,6 +312,7 @@ struct Getter {
   static double Float(TObject* o) { return static_cast<double>(Call(o)); }
   static String Str(TObject* o) { return Call(o); }
   static TObject* Obj(TObject* o) { return Call(o); }
+  static Variant Var(TObject* o) { return Call(o); }
   // The object behind an interface: its implementing class derives from
   // TObject when it is one of ours.
   static TObject* Intf(TObject* o) { return dynamic_cast<TObject*>(Call(o).get()); }
@@ -326,6 +333,7 @@ struct Setter {
   }
   static void Float(TObject* o, double v) { (static_cast<C*>(o)->*Set)(static_cast<A>(v)); }
   static void Str(TObject* o, const String& v) { (static_cast<C*>(o)->*Set)(v); }
+  static void Var(TObject* o, const Variant& v) { (static_cast<C*>(o)->*Set)(v); }
   static void Obj(TObject* o, TObject* v) {
     using P = std::remove_cv_t<std::remove_pointer_t<A>>;
     (static_cast<C*>(o)->*Set)(As<P>(v));
@@ -385,6 +393,10 @@ TPropInfo Property(const char* Name, const TTypeInfo* Type = nullptr) {
     p.PropType = Type ? Type : &TypeInfoString;
     p.GetStr = &G::Str;
     if constexpr (kHasSet) p.SetStr = &detail::Setter<Set>::Str;
+  } else if constexpr (std::is_same_v<R, Variant>) {
+    p.PropType = Type ? Type : &TypeInfoVariant;
+    p.GetVar = &G::Var;
+    if constexpr (kHasSet) p.SetVar = &detail::Setter<Set>::Var;
   } else if constexpr (std::is_floating_point_v<R>) {
     p.PropType = Type ? Type : detail::DefaultTypeOf<R>();
     p.GetFloat = &G::Float;

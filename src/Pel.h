@@ -17,6 +17,8 @@
 #include "platform/SysUtils.h"
 #include "platform/System.h"
 #include "platform/TypInfo.h"
+#include "platform/Variants.h"
 #include "text/PelParser.h"
 #include "text/PelRegularExpression.h"
 #include "trees/PelTree.h"
+#include "values/PelValue.h"

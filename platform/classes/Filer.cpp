@@ -52,7 +52,7 @@ double ExtendedToDouble(const uint8_t (&Bytes)[10]) {
 // ---------------------------------------------------------------------------
 // TWriter: values
 
-void TWriter::WriteValue(TValueType Value) {
+void TWriter::WriteValue(Classes::TValueType Value) {
   uint8_t b = Value;
   Write(&b, 1);
 }
@@ -213,13 +213,65 @@ void TWriter::WriteCollection(TCollection* Value) {
   WriteListEnd();
 }
 
-void TWriter::WriteProperties(TPersistent* Instance) {
+void TWriter::WriteProperties(TObject* Instance) {
   for (const TPropInfo* p : GetPropList(Instance->ClassType()))
     if (IsStoredProp(Instance, p)) WriteProperty(Instance, p);
-  Instance->DefineProperties(this);
+  if (auto* pers = dynamic_cast<TPersistent*>(Instance)) pers->DefineProperties(this);
 }
 
-void TWriter::WriteProperty(TPersistent* Instance, const TPropInfo* P) {
+namespace {
+
+// An object whose own properties are written under "Property.Sub" names.
+bool HasNestedProperties(TObject* Obj) {
+  return dynamic_cast<TPersistent*>(Obj) || (Obj && !GetPropList(Obj->ClassType()).empty());
+}
+
+}  // namespace
+
+void TWriter::WriteVariant(const Variant& Value) {
+  switch (VarType(Value)) {
+    case varEmpty:
+      WriteValue(vaNil);
+      break;
+    case varNull:
+      WriteValue(vaNull);
+      break;
+    case varString:
+    case varOleStr:
+      WriteString(VarToLStr(Value));
+      break;
+    case varShortInt:
+    case varByte:
+    case varSmallint:
+    case varWord:
+    case varInteger:
+      WriteInteger(VarToInt(Value));
+      break;
+    case varLongWord:
+    case varInt64:
+      WriteInteger(VarToInt64(Value));
+      break;
+    case varSingle:
+      WriteSingle(static_cast<float>(VarToReal(Value)));
+      break;
+    case varDouble:
+      WriteFloat(VarToReal(Value));
+      break;
+    case varCurrency:
+      WriteCurrency(Currency::FromDouble(VarToReal(Value)));
+      break;
+    case varDate:
+      WriteDate(VarToReal(Value));
+      break;
+    case varBoolean:
+      WriteBoolean(VarToBool(Value));
+      break;
+    default:
+      throw EWriteError(SWriteError);
+  }
+}
+
+void TWriter::WriteProperty(TObject* Instance, const TPropInfo* P) {
   const TTypeInfo* type = P->PropType;
   if (!P->HasSetter()) return;
   if (IsDefaultPropValue(Instance, P)) return;
@@ -271,13 +323,17 @@ void TWriter::WriteProperty(TPersistent* Instance, const TPropInfo* P) {
       } else if (auto* coll = dynamic_cast<TCollection*>(obj)) {
         WritePropName(P->Name);
         WriteCollection(coll);
-      } else if (auto* pers = dynamic_cast<TPersistent*>(obj)) {
+      } else if (HasNestedProperties(obj)) {
         String saved = FPropPath;
         FPropPath += String(P->Name) + ".";
-        TryFinally([&] { WriteProperties(pers); }, [&] { FPropPath = saved; });
+        TryFinally([&] { WriteProperties(obj); }, [&] { FPropPath = saved; });
       }
       break;
     }
+    case tkVariant:
+      WritePropName(P->Name);
+      WriteVariant(GetVariantProp(Instance, P));
+      break;
     default:
       break;
   }
@@ -332,15 +388,15 @@ void TWriter::WriteRootComponent(TComponent* Root) { WriteDescendent(Root, nullp
 // ---------------------------------------------------------------------------
 // TReader: values
 
-TValueType TReader::ReadValue() {
+Classes::TValueType TReader::ReadValue() {
   uint8_t b;
   Read(&b, 1);
   if (b > kMaxValueType) throw EReadError(SInvalidImage);
-  return static_cast<TValueType>(b);
+  return static_cast<Classes::TValueType>(b);
 }
 
-TValueType TReader::NextValue() {
-  TValueType v = ReadValue();
+Classes::TValueType TReader::NextValue() {
+  Classes::TValueType v = ReadValue();
   FStream->Seek(int64_t{-1}, soCurrent);
   return v;
 }
@@ -361,7 +417,7 @@ bool TReader::EndOfList() {
 
 void TReader::PropValueError() { throw EReadError(SInvalidPropertyValue); }
 
-void TReader::CheckValue(TValueType Value) {
+void TReader::CheckValue(Classes::TValueType Value) {
   if (ReadValue() != Value) {
     FStream->Seek(int64_t{-1}, soCurrent);
     PropValueError();
@@ -459,7 +515,7 @@ int64_t TReader::ReadInt64() {
 }
 
 bool TReader::ReadBoolean() {
-  TValueType v = ReadValue();
+  Classes::TValueType v = ReadValue();
   if (v == vaTrue) return true;
   if (v == vaFalse) return false;
   FStream->Seek(int64_t{-1}, soCurrent);
@@ -685,7 +741,7 @@ void TReader::ReadCollection(TCollection* Collection) {
       Collection->Clear();
     }
     while (!EndOfList()) {
-      TValueType v = NextValue();
+      Classes::TValueType v = NextValue();
       if (v == vaInt8 || v == vaInt16 || v == vaInt32) ReadInteger();  // item order, unused
       ReadListBegin();
       TCollectionItem* item = Collection->Add();
@@ -696,17 +752,15 @@ void TReader::ReadCollection(TCollection* Collection) {
   });
 }
 
-void TReader::ReadProperty(TPersistent* Instance) {
+void TReader::ReadProperty(TObject* Instance) {
   String path = ReadStr();
-  TPersistent* obj = Instance;
+  TObject* obj = Instance;
   std::size_t start = 0;
   for (std::size_t dot; (dot = path.find('.', start)) != String::npos; start = dot + 1) {
     String part = path.substr(start, dot - start);
     const TPropInfo* p = GetPropInfo(obj, part);
-    TPersistent* sub = p && p->PropType->Kind == tkClass
-                           ? dynamic_cast<TPersistent*>(GetObjectProp(obj, p))
-                           : nullptr;
-    if (!sub) throw EReadError(SUnknownProperty, {part});
+    TObject* sub = p && p->PropType->Kind == tkClass ? GetObjectProp(obj, p) : nullptr;
+    if (!HasNestedProperties(sub)) throw EReadError(SUnknownProperty, {part});
     obj = sub;
   }
   String name = path.substr(start);
@@ -716,11 +770,50 @@ void TReader::ReadProperty(TPersistent* Instance) {
   }
   FPropName = name;
   FPropHandled = false;
-  obj->DefineProperties(this);
+  if (auto* pers = dynamic_cast<TPersistent*>(obj)) pers->DefineProperties(this);
   if (!FPropHandled) throw EReadError(SUnknownProperty, {name});
 }
 
-void TReader::ReadPropValue(TPersistent* Instance, const TPropInfo* P) {
+Variant TReader::ReadVariant() {
+  switch (NextValue()) {
+    case vaNil:
+      ReadValue();
+      return Variant();
+    case vaNull:
+      ReadValue();
+      return Variant::Null();
+    case vaInt8:
+      return Variant(static_cast<int8_t>(ReadInteger()));
+    case vaInt16:
+      return Variant(static_cast<int16_t>(ReadInteger()));
+    case vaInt32:
+      return Variant(ReadInteger());
+    case vaInt64:
+      return Variant(ReadInt64());
+    case vaExtended:
+      return Variant(ReadFloat());
+    case vaSingle:
+      return Variant(ReadSingle());
+    case vaCurrency:
+      return Variant(ReadCurrency());
+    case vaDate:
+      return Variant::Date(ReadDate());
+    case vaFalse:
+    case vaTrue:
+      return Variant(ReadBoolean());
+    case vaString:
+    case vaLString:
+    case vaUTF8String:
+      return Variant(ReadString());
+    case vaWString:
+    case vaUString:
+      return Variant::OleStr(ReadString());
+    default:
+      throw EReadError(SReadError);
+  }
+}
+
+void TReader::ReadPropValue(TObject* Instance, const TPropInfo* P) {
   const TTypeInfo* type = P->PropType;
   if (!P->HasSetter()) PropValueError();
   switch (type->Kind) {
@@ -779,6 +872,9 @@ void TReader::ReadPropValue(TPersistent* Instance, const TPropInfo* P) {
           FFixups.push_back({Instance, P, ReadIdent()});
           break;
       }
+      break;
+    case tkVariant:
+      SetVariantProp(Instance, P, ReadVariant());
       break;
     case tkInterface:
       if (NextValue() == vaNil) {

@@ -22,7 +22,17 @@
 // reference (the component's name, qualified by its owner's name when the
 // owner is not the root), a collection as a collection value, and any other
 // persistent object as its own properties under "Property.Sub" names. Then
-// the object's DefineProperties adds what is not published.
+// the object's DefineProperties adds what is not published. An object that
+// is not persistent but publishes properties of its own (the library's
+// tagged value) is written the same way, without DefineProperties; the
+// framework's writer leaves such objects out.
+//
+// A variant property is written by its type: Empty as vaNil, Null as vaNull,
+// integers in their smallest form, Single, Double, Currency and Date in
+// their own codes, Boolean as vaFalse/vaTrue, texts as strings; any other
+// type raises EWriteError ("Stream write error"). Reading gives back
+// ShortInt, Smallint or Integer (Int64 above 32 bits), Single, Double,
+// Currency, Date, Boolean or String variants.
 //
 // Reading malformed input raises EReadError ("Invalid stream format" for a
 // bad signature or an unknown value code, "Invalid property value" for a
@@ -41,6 +51,10 @@
 
 namespace pel {
 
+// The value codes carry the framework's unit in their type's name,
+// Classes::TValueType, because the tagged value of values/PelValue.h has a
+// TValueType of its own. The codes themselves are used unqualified.
+namespace Classes {
 enum TValueType : uint8_t {
   vaNull,
   vaList,
@@ -66,6 +80,8 @@ enum TValueType : uint8_t {
   vaUString,
   vaQWord
 };
+}  // namespace Classes
+using enum Classes::TValueType;
 // The highest value code a stream may hold.
 constexpr uint8_t kMaxValueType = vaQWord;
 
@@ -125,7 +141,7 @@ class TWriter : public TFiler {
   void DefineBinaryProperty(const String& Name, const TStreamProc& ReadData,
                             const TStreamProc& WriteData, bool HasData) override;
 
-  void WriteValue(TValueType Value);
+  void WriteValue(Classes::TValueType Value);
   void WriteSignature();
   void WritePrefix(TFilerFlags Flags, int32_t ChildPos);
   void WriteListBegin() { WriteValue(vaList); }
@@ -140,6 +156,7 @@ class TWriter : public TFiler {
   void WriteSingle(float Value);
   void WriteCurrency(Currency Value);
   void WriteDate(double Value);
+  void WriteVariant(const Variant& Value);
   // An identifier; False, True, nil and Null become their own codes.
   void WriteIdent(const String& Ident);
   // A set of Elem's values (bit N for value N).
@@ -150,8 +167,8 @@ class TWriter : public TFiler {
   void WritePropName(const String& PropName);
 
   void WriteCollection(TCollection* Value);
-  void WriteProperties(TPersistent* Instance);
-  void WriteProperty(TPersistent* Instance, const TPropInfo* PropInfo);
+  void WriteProperties(TObject* Instance);
+  void WriteProperty(TObject* Instance, const TPropInfo* PropInfo);
   // Writes a component (prefix, class, name, properties, children).
   void WriteComponent(TComponent* Component);
   // Writes the signature and Root with its children.
@@ -179,13 +196,13 @@ class TReader : public TFiler {
                             const TStreamProc& WriteData, bool HasData) override;
 
   // Reads a value code; an unknown code raises "Invalid stream format".
-  TValueType ReadValue();
+  Classes::TValueType ReadValue();
   // The next value code, left in the stream.
-  TValueType NextValue();
+  Classes::TValueType NextValue();
   // Whether the next byte closes a list (it may also start a component's
   // filer-flag prefix, so it is not checked as a value code).
   bool EndOfList();
-  void CheckValue(TValueType Value);
+  void CheckValue(Classes::TValueType Value);
   void ReadSignature();
   void ReadPrefix(TFilerFlags& Flags, int32_t& ChildPos);
   void ReadListBegin() { CheckValue(vaList); }
@@ -199,6 +216,7 @@ class TReader : public TFiler {
   float ReadSingle();
   Currency ReadCurrency();
   double ReadDate();
+  Variant ReadVariant();
   String ReadIdent();
   // Reads a set (vaSet and the names) of Elem's values.
   uint32_t ReadSet(const TTypeInfo* Elem);
@@ -208,7 +226,7 @@ class TReader : public TFiler {
   void SkipValue();
 
   void ReadCollection(TCollection* Collection);
-  void ReadProperty(TPersistent* Instance);
+  void ReadProperty(TObject* Instance);
   // Reads one component; Component is filled in when given, else a new
   // one is made (owned by the current owner) from its registered class.
   TComponent* ReadComponent(TComponent* Component);
@@ -224,11 +242,11 @@ class TReader : public TFiler {
  private:
   void Read(void* Buf, int32_t Count) { FStream->ReadBuffer(Buf, Count); }
   [[noreturn]] void PropValueError();
-  void ReadPropValue(TPersistent* Instance, const TPropInfo* PropInfo);
+  void ReadPropValue(TObject* Instance, const TPropInfo* PropInfo);
   void ResolveFixups();
 
   struct Fixup {
-    TPersistent* Instance;
+    TObject* Instance;
     const TPropInfo* PropInfo;
     String Name;
   };

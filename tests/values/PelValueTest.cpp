@@ -1,0 +1,507 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <vector>
+
+#include "platform/Classes.h"
+#include "values/PelValue.h"
+
+using namespace pel;
+
+namespace {
+
+// One value of each kind; the objects the values refer to live here.
+struct Kinds {
+  Owned<TPersistent> Obj = Make<TPersistent>();
+  IPtr<IInterface> Intf = IPtr<IInterface>(New<TInterfacedObject>());
+  String Short = "12";
+  std::u16string Wide = u"12";
+  Variant Var = Variant(int16_t{300});
+  void* Ptr = reinterpret_cast<void*>(uintptr_t{0x12345678});
+
+  using Setup = std::function<void(TPelCustomValue&)>;
+  std::vector<std::pair<const char*, Setup>> All() {
+    return {
+        {"integer", [](auto& v) { v.SetAsInteger(-7); }},
+        {"boolean", [](auto& v) { v.SetAsBoolean(true); }},
+        {"char", [](auto& v) { v.SetAsChar('5'); }},
+        {"float", [](auto& v) { v.SetAsFloat(2.9f); }},
+        {"short string", [this](auto& v) { v.AssignVarRec(TVarRec::ShortString(Short)); }},
+        {"pointer", [this](auto& v) { v.SetAsPointer(Ptr); }},
+        {"pchar", [](auto& v) { v.AssignVarRec("12"); }},
+        {"object", [this](auto& v) { v.SetAsObject(Obj.get()); }},
+        {"class", [](auto& v) { v.SetAsClass(TPelValue::StaticClass()); }},
+        {"wide char", [](auto& v) { v.AssignVarRec(u'x'); }},
+        {"pwidechar", [](auto& v) { v.AssignVarRec(u"12"); }},
+        {"ansistring", [](auto& v) { v.SetAsString("12"); }},
+        {"currency", [](auto& v) { v.SetAsCurrency(Currency::FromRaw(15000)); }},
+        {"variant", [this](auto& v) { v.AssignVarRec(Var); }},
+        {"interface", [this](auto& v) { v.SetAsInterface(Intf); }},
+        {"wide string", [this](auto& v) { v.AssignVarRec(Wide); }},
+        {"int64", [](auto& v) { v.AssignVarRec(int64_t{5}); }},
+    };
+  }
+};
+
+const String kRefused = "E:Error converting value";
+
+// What a getter gives: its result as text, or the error it raised
+// ("E:" for EConvertError, "X:" for any other exception).
+template <class Get>
+String Outcome(Get&& get) {
+  try {
+    return get();
+  } catch (const EConvertError& e) {
+    return "E:" + e.Message();
+  } catch (const Exception& e) {
+    return "X:" + e.Message();
+  }
+}
+
+String Low32(const void* p) {
+  return IntToStr(static_cast<int32_t>(static_cast<uint32_t>(reinterpret_cast<uintptr_t>(p))));
+}
+
+// Runs Get on a value of every kind and compares with Expected, in the
+// order of Kinds::All.
+void CheckEveryKind(Kinds& k, const std::vector<String>& Expected,
+                    const std::function<String(TPelCustomValue&)>& Get) {
+  auto all = k.All();
+  ASSERT_EQ(all.size(), Expected.size());
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    auto v = Make<TPelValue>();
+    all[i].second(*v);
+    EXPECT_EQ(Outcome([&] { return Get(*v); }), Expected[i]) << all[i].first;
+  }
+}
+
+}  // namespace
+
+TEST(PelValue, GetAsIntegerAcceptsTheNumericAndReferenceKinds) {
+  Kinds k;
+  CheckEveryKind(k,
+                 {"-7", "1", "53", "2", "12", "305419896", "12", Low32(k.Obj.get()),
+                  Low32(TPelValue::StaticClass()), kRefused, kRefused, "12", "1", "300",
+                  Low32(k.Intf.get()), kRefused, kRefused},
+                 [](auto& v) { return IntToStr(v.GetAsInteger()); });
+  auto v = Make<TPelValue>();
+  v->SetAsFloat(-2.9f);
+  EXPECT_EQ(v->GetAsInteger(), -2);
+  v->SetAsString("$1F");
+  EXPECT_EQ(v->GetAsInteger(), 31);
+  v->SetAsString("2.5");
+  EXPECT_EQ(Outcome([&] { return IntToStr(v->GetAsInteger()); }),
+            "E:'2.5' is not a valid integer value");
+  // A failed read leaves the value as it was.
+  EXPECT_EQ(v->GetValueType(), vtAnsiString);
+  EXPECT_EQ(v->GetAsString(), "2.5");
+}
+
+TEST(PelValue, GetAsBooleanReadsNumbersWordsAndFlags) {
+  Kinds k;
+  CheckEveryKind(k,
+                 {"1", "1", kRefused, "1", kRefused, kRefused, kRefused, kRefused, kRefused,
+                  kRefused, kRefused, kRefused, "1", "1", kRefused, kRefused, kRefused},
+                 [](auto& v) { return IntToStr(int32_t{v.GetAsBoolean()}); });
+  auto v = Make<TPelValue>();
+  v->SetAsFloat(0.4f);
+  EXPECT_FALSE(v->GetAsBoolean());
+  v->SetAsFloat(0.7f);  // truncated first
+  EXPECT_FALSE(v->GetAsBoolean());
+  for (const char* word : {"true", "T", "tRuE"}) {
+    v->SetAsString(word);
+    EXPECT_TRUE(v->GetAsBoolean()) << word;
+  }
+  for (const char* word : {"false", "f", "FALSE"}) {
+    v->SetAsString(word);
+    EXPECT_FALSE(v->GetAsBoolean()) << word;
+  }
+  for (const char* word : {"yes", " true", "1", ""}) {
+    v->SetAsString(word);
+    EXPECT_EQ(Outcome([&] { return IntToStr(int32_t{v->GetAsBoolean()}); }), kRefused) << word;
+  }
+  v->SetAsChar('f');
+  EXPECT_FALSE(v->GetAsBoolean());
+  v->SetAsInteger(0);
+  EXPECT_FALSE(v->GetAsBoolean());
+}
+
+TEST(PelValue, GetAsCharTakesLowBytesLettersAndFirstCharacters) {
+  Kinds k;
+  CheckEveryKind(
+      k,
+      {String(1, '\xF9'), "T", "5", String(1, '\x02'), "1", kRefused, "1", kRefused, kRefused,
+       kRefused, kRefused, "1", String(1, '\x01'), ",", kRefused, kRefused, kRefused},
+      [](auto& v) { return String(1, v.GetAsChar()); });
+  auto v = Make<TPelValue>();
+  v->SetAsInteger(0x141);
+  EXPECT_EQ(v->GetAsChar(), 'A');
+  v->SetAsBoolean(false);
+  EXPECT_EQ(v->GetAsChar(), 'F');
+  v->SetAsString("");
+  EXPECT_EQ(Outcome([&] { return String(1, v->GetAsChar()); }), kRefused);
+}
+
+TEST(PelValue, GetAsFloatIsSinglePrecision) {
+  Kinds k;
+  CheckEveryKind(k,
+                 {"-7", "1", "53", "2.90000009536743", "12", kRefused, "12", kRefused, kRefused,
+                  kRefused, kRefused, "12", "1.5", "300", kRefused, kRefused, kRefused},
+                 [](auto& v) { return FloatToStr(v.GetAsFloat()); });
+  auto v = Make<TPelValue>();
+  v->SetAsChar('\xC8');  // codes read unsigned
+  EXPECT_EQ(v->GetAsFloat(), 200.0f);
+  v->SetAsString("0.1");
+  EXPECT_EQ(v->GetAsFloat(), 0.1f);
+  v->SetAsString("x");
+  EXPECT_EQ(Outcome([&] { return FloatToStr(v->GetAsFloat()); }),
+            "E:'x' is not a valid floating point value");
+}
+
+TEST(PelValue, GetAsStringNamesClassesAndPrintsNumbers) {
+  Kinds k;
+  CheckEveryKind(
+      k,
+      {"-7", "True", "5", "2.90000009536743", "12", "305419896", "12", "TPersistent", "TPelValue",
+       kRefused, kRefused, "12", "1.5", "300", kRefused, kRefused, kRefused},
+      [](auto& v) { return v.GetAsString(); });
+  auto v = Make<TPelValue>();
+  v->SetAsFloat(0.1f);  // widened from single
+  EXPECT_EQ(v->GetAsString(), "0.100000001490116");
+  v->SetAsBoolean(false);
+  EXPECT_EQ(v->GetAsString(), "False");
+  EXPECT_STREQ(v->GetAsPChar(), "False");
+  v->SetAsPChar("abc");
+  EXPECT_EQ(v->GetValueType(), vtAnsiString);
+  EXPECT_STREQ(v->GetAsPChar(), "abc");
+}
+
+TEST(PelValue, GetAsPointerObjectClassAndInterfaceReturnTheCell) {
+  Kinds k;
+  auto hex = [](const void* p) {
+    return IntToHex(static_cast<int64_t>(reinterpret_cast<uintptr_t>(p)), 1);
+  };
+  CheckEveryKind(k,
+                 {hex(reinterpret_cast<void*>(intptr_t{-7})), kRefused, kRefused, kRefused,
+                  kRefused, hex(k.Ptr), "pchar", hex(k.Obj.get()), kRefused, kRefused, kRefused,
+                  "ansistring", kRefused, "12C", hex(k.Intf.get()), kRefused, kRefused},
+                 [](auto& v) {
+                   void* p = v.GetAsPointer();
+                   // Text kinds point at the caller's or the value's own text.
+                   if (v.GetValueType() == vtPChar) return String(p ? "pchar" : "");
+                   if (v.GetValueType() == vtAnsiString) return String(p ? "ansistring" : "");
+                   return IntToHex(static_cast<int64_t>(reinterpret_cast<uintptr_t>(p)), 1);
+                 });
+  CheckEveryKind(k,
+                 {hex(reinterpret_cast<void*>(intptr_t{-7})), kRefused, kRefused, kRefused,
+                  kRefused, hex(k.Ptr), kRefused, hex(k.Obj.get()), kRefused, kRefused, kRefused,
+                  kRefused, kRefused, kRefused, hex(k.Intf.get()), kRefused, kRefused},
+                 [&](auto& v) { return hex(v.GetAsObject()); });
+  CheckEveryKind(
+      k,
+      {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused, kRefused, kRefused, "TPelValue",
+       kRefused, kRefused, kRefused, kRefused, kRefused, kRefused, kRefused, kRefused},
+      [](auto& v) { return String(v.GetAsClass()->Name); });
+
+  // The interface is kept without a reference; reading it takes one for the
+  // caller.
+  auto* obj = dynamic_cast<TInterfacedObject*>(k.Intf.get());
+  int32_t before = obj->RefCount();
+  auto v = Make<TPelValue>();
+  v->SetAsInterface(k.Intf);
+  EXPECT_EQ(obj->RefCount(), before);
+  {
+    IPtr<IInterface> got = v->GetAsInterface();
+    EXPECT_EQ(got.get(), k.Intf.get());
+    EXPECT_EQ(obj->RefCount(), before + 1);
+  }
+  EXPECT_EQ(obj->RefCount(), before);
+  v->SetAsString("x");
+  EXPECT_THROW(v->GetAsInterface(), EConvertError);
+}
+
+TEST(PelValue, CurrencyIsKeptAsASingle) {
+  Kinds k;
+  CheckEveryKind(
+      k,
+      {"-70000", "10000", "530000", "29000", "120000", kRefused, "120000", kRefused, kRefused,
+       kRefused, kRefused, "120000", "15000", "3000000", kRefused, kRefused, kRefused},
+      [](auto& v) { return IntToStr(v.GetAsCurrency().Value); });
+  auto v = Make<TPelValue>();
+  v->SetAsCurrency(Currency::FromRaw(12345));
+  EXPECT_EQ(v->GetValueType(), vtCurrency);
+  EXPECT_EQ(v->GetAsCurrency().Value, 12345);
+  // 1234567.8912 is beyond a single's precision: the nearest single is
+  // 1234567.875, and that is what comes back.
+  v->SetAsCurrency(Currency::FromRaw(12345678912));
+  EXPECT_EQ(v->GetAsCurrency().Value, 12345678750);
+  EXPECT_EQ(v->GetAsString(), "1234567.875");
+  // Ten-thousandths round half to even: 0.03125 and 0.09375 are exact
+  // singles, 312.5 and 937.5 ten-thousandths.
+  v->SetAsFloat(0.03125f);
+  EXPECT_EQ(v->GetAsCurrency().Value, 312);
+  v->SetAsFloat(0.09375f);
+  EXPECT_EQ(v->GetAsCurrency().Value, 938);
+  // No checks of its own: the unassigned error comes from GetAsFloat.
+  auto fresh = Make<TPelValue>();
+  EXPECT_EQ(Outcome([&] { return IntToStr(fresh->GetAsCurrency().Value); }),
+            "X:Value is unassigned");
+}
+
+TEST(PelValue, GetAsVariantGivesTheMatchingVariantType) {
+  Kinds k;
+  CheckEveryKind(k,
+                 {"3:-7", "11:True", "256:5", "5:2.90000009536743", "256:12", "3:305419896",
+                  "256:12", kRefused, kRefused, kRefused, kRefused, "256:12", "5:1.5", "2:300",
+                  kRefused, kRefused, kRefused},
+                 [](auto& v) {
+                   Variant r = v.GetAsVariant();
+                   return IntToStr(int32_t{VarType(r)}) + ":" + VarToLStr(r);
+                 });
+}
+
+TEST(PelValue, SetAsVariantDispatchesOnTheVariantType) {
+  struct Row {
+    Variant In;
+    TValueType Kind;
+    String Text;
+  };
+  int target = 0;
+  IPtr<IInterface> intf(New<TInterfacedObject>());
+  const Row rows[] = {
+      {Variant(int16_t{-3}), vtInteger, "-3"},
+      {Variant(70000), vtInteger, "70000"},
+      {Variant::Error(5), vtInteger, "5"},
+      {Variant(0.5f), vtFloat, "0.5"},
+      {Variant(2.25), vtFloat, "2.25"},
+      {Variant(Currency::FromRaw(12500)), vtFloat, "1.25"},
+      {Variant(true), vtBoolean, "True"},
+      {Variant(), vtAnsiString, ""},
+      {Variant(uint8_t{200}), vtAnsiString, "200"},
+      {Variant(int64_t{5000000000}), vtAnsiString, "5000000000"},
+      {Variant(uint32_t{4000000000u}), vtAnsiString, "4000000000"},
+      {Variant::Date(45356.5), vtAnsiString, "3/5/2024 12:00:00 PM"},
+      {Variant::OleStr("ole"), vtAnsiString, "ole"},
+      {Variant("text"), vtAnsiString, "text"},
+  };
+  for (const Row& r : rows) {
+    auto v = Make<TPelValue>();
+    v->SetAsVariant(r.In);
+    EXPECT_FALSE(v->GetUnassigned());
+    EXPECT_EQ(v->GetValueType(), r.Kind) << r.Text;
+    EXPECT_EQ(v->GetAsString(), r.Text);
+  }
+  auto v = Make<TPelValue>();
+  v->SetAsVariant(Variant::ByRef(&target));
+  EXPECT_EQ(v->GetValueType(), vtPointer);
+  EXPECT_EQ(v->GetAsPointer(), &target);
+  v->SetAsVariant(Variant::Unknown(intf));
+  EXPECT_EQ(v->GetAsPointer(), intf.get());
+  // A Null variant cannot become text; the value stays as it was.
+  v->SetAsInteger(9);
+  EXPECT_THROW(v->SetAsVariant(Variant::Null()), EVariantTypeCastError);
+  EXPECT_EQ(v->GetValueType(), vtInteger);
+  EXPECT_EQ(v->GetAsInteger(), 9);
+}
+
+TEST(PelValue, UnassignedUntilSomethingIsStored) {
+  auto v = Make<TPelValue>();
+  EXPECT_TRUE(v->GetUnassigned());
+  EXPECT_EQ(v->GetValueType(), vtInteger);
+  EXPECT_EQ(Outcome([&] { return IntToStr(v->GetAsInteger()); }), "X:Value is unassigned");
+  EXPECT_THROW(v->GetAsString(), Exception);
+
+  // A value made from a record still reports itself unassigned.
+  auto made = Make<TPelValue>(TVarRec(42));
+  EXPECT_TRUE(made->GetUnassigned());
+  EXPECT_EQ(made->GetValueType(), vtInteger);
+  EXPECT_EQ(Outcome([&] { return IntToStr(made->GetAsInteger()); }), "X:Value is unassigned");
+  made->AssignVarRec(TVarRec(42));
+  EXPECT_EQ(made->GetAsInteger(), 42);
+
+  // Records whose numbers the platform holds by value read as those numbers.
+  made->AssignVarRec(TVarRec(2.5));
+  EXPECT_EQ(made->GetValueType(), vtFloat);
+  EXPECT_EQ(made->GetAsFloat(), 2.5f);
+  made->AssignVarRec(TVarRec(Currency::FromRaw(-12500)));
+  EXPECT_EQ(made->GetValueType(), vtCurrency);
+  EXPECT_EQ(made->GetAsCurrency().Value, -12500);
+
+  // Assign(nullptr) goes back to unassigned and keeps the payload.
+  made->Assign(nullptr);
+  EXPECT_TRUE(made->GetUnassigned());
+  EXPECT_EQ(made->GetValueType(), vtCurrency);
+  EXPECT_THROW(made->GetAsFloat(), Exception);
+}
+
+TEST(PelValue, AssignCloneAndEquals) {
+  auto a = Make<TPelValue>();
+  auto b = Make<TPelValue>();
+  a->SetAsFloat(1.25f);
+  b->SetAsFloat(1.75f);
+  EXPECT_TRUE(a->Equals(b.get()));  // truncated parts compare
+  b->SetAsFloat(2.0f);
+  EXPECT_FALSE(a->Equals(b.get()));
+  a->SetAsInteger(1);
+  b->SetAsString("1");
+  EXPECT_FALSE(a->Equals(b.get()));  // kinds differ
+  a->SetAsString("a");
+  b->SetAsString("A");
+  EXPECT_FALSE(a->Equals(b.get()));
+  b->SetAsPChar("a");
+  EXPECT_TRUE(a->Equals(b.get()));
+  auto fresh = Make<TPelValue>();
+  EXPECT_FALSE(a->Equals(fresh.get()));
+  // Two unassigned values of a non-text kind do not compare: they raise.
+  EXPECT_THROW(fresh->Equals(Make<TPelValue>().get()), Exception);
+  EXPECT_THROW(a->Equals(nullptr), EAccessViolation);
+
+  // The copied text outlives the value it came from.
+  auto copy = Make<TPelValue>();
+  {
+    auto source = Make<TPelValue>();
+    source->SetAsString(String(100, 'q'));
+    copy->Assign(source.get());
+  }
+  EXPECT_EQ(copy->GetAsString(), String(100, 'q'));
+  EXPECT_FALSE(copy->GetUnassigned());
+
+  // Clone into nothing makes a value of the receiver's class.
+  auto clone = Owned<TPelCustomValue>(copy->Clone());
+  EXPECT_EQ(clone->ClassType(), TPelValue::StaticClass());
+  EXPECT_EQ(clone->GetValueType(), vtAnsiString);
+  EXPECT_TRUE(clone->Equals(copy.get()));
+  auto target = Make<TPelCustomValue>();
+  EXPECT_EQ(a->Clone(target.get()), target.get());
+  EXPECT_EQ(target->GetAsString(), "a");
+}
+
+namespace {
+// Overrides one getter; the conversions built on it follow.
+class TDoubledValue : public TPelValue {
+  PEL_CLASS(TDoubledValue, TPelValue)
+ public:
+  float GetAsFloat() const override { return TPelValue::GetAsFloat() * 2; }
+};
+}  // namespace
+
+TEST(PelValue, ConversionsGoThroughTheVirtualGetters) {
+  auto v = Make<TDoubledValue>();
+  v->SetAsFloat(0.3f);
+  EXPECT_EQ(v->GetAsInteger(), 0);
+  EXPECT_EQ(v->GetAsCurrency().Value, 6000);
+  v->SetAsFloat(0.6f);
+  EXPECT_TRUE(v->GetAsBoolean());
+  EXPECT_EQ(v->GetAsString(), "1.20000004768372");
+  auto clone = Owned<TPelCustomValue>(v->Clone());
+  EXPECT_EQ(clone->ClassType(), TDoubledValue::StaticClass());
+}
+
+namespace {
+
+// A component that keeps a value under the published property "Value".
+class TValueHolder : public TComponent {
+  PEL_CLASS(TValueHolder, TComponent)
+  PEL_PUBLISHED(TValueHolder, Property<&TValueHolder::GetValue, &TValueHolder::SetValue>("Value"))
+ public:
+  using TComponent::TComponent;
+  ~TValueHolder() override { Free(FValue); }
+  TPelValue* GetValue() const { return FValue; }
+  void SetValue(TPelValue* Value) { FValue->Assign(Value); }
+
+ private:
+  TPelValue* FValue = New<TPelValue>();
+};
+
+String StreamOf(TComponent* Root) {
+  auto m = Make<TMemoryStream>();
+  m->WriteComponent(Root);
+  String bytes(static_cast<std::size_t>(m->GetSize()), '\0');
+  m->SetPosition(0);
+  m->ReadBuffer(bytes.data(), static_cast<int32_t>(bytes.size()));
+  return bytes;
+}
+
+String TextOf(const String& Binary) {
+  auto in = Make<TStringStream>(Binary);
+  auto out = Make<TStringStream>();
+  ObjectBinaryToText(in.get(), out.get());
+  return out->GetDataString();
+}
+
+}  // namespace
+
+TEST(PelValue, StreamsTheOnePropertyOfItsKind) {
+  Variant var(int16_t{-300});
+  struct Row {
+    std::function<void(TPelValue&)> Set;
+    const char* Line;  // the property as the text form shows it
+  };
+  TValueHolder* self = nullptr;
+  const Row rows[] = {
+      {[](auto& v) { v.SetAsInteger(0); }, "Value.AsInteger = 0"},
+      {[](auto& v) { v.SetAsInteger(-70000); }, "Value.AsInteger = -70000"},
+      {[](auto& v) { v.SetAsBoolean(false); }, "Value.AsBoolean = False"},
+      {[](auto& v) { v.SetAsChar('z'); }, "Value.AsChar = 'z'"},
+      {[](auto& v) { v.SetAsFloat(0.1f); }, "Value.AsFloat =  1.00000001490116119385E-0001"},
+      {[](auto& v) { v.SetAsString("it's"); }, "Value.AsString = 'it''s'"},
+      {[](auto& v) { v.AssignVarRec("pchar"); }, "Value.AsString = 'pchar'"},
+      {[&](auto& v) { v.SetAsObject(self); }, "Value.AsObject = Owner"},
+      {[](auto& v) { v.SetAsCurrency(Currency::FromRaw(-12500)); },
+       "Value.AsCurrency = -1.25000000000000000000E+0000"},
+      {[&](auto& v) { v.AssignVarRec(var); }, "Value.AsVariant = -300"},
+  };
+  for (const Row& r : rows) {
+    auto src = Make<TValueHolder>(nullptr);
+    src->SetName("Holder");
+    self = src.get();
+    r.Set(*src->GetValue());
+    String bytes = StreamOf(src.get());
+    EXPECT_EQ(TextOf(bytes), String("object Holder: TValueHolder\n  ") + r.Line + "\nend\n");
+
+    auto back = Make<TValueHolder>(nullptr);
+    auto in = Make<TStringStream>(bytes);
+    in->ReadComponent(back.get());
+    TPelValue* got = back->GetValue();
+    EXPECT_FALSE(got->GetUnassigned()) << r.Line;
+    if (src->GetValue()->GetValueType() == vtVariant) {
+      // Read back through SetAsVariant, which stores the variant's own kind.
+      EXPECT_EQ(got->GetValueType(), vtInteger);
+      EXPECT_EQ(got->GetAsInteger(), -300);
+    } else if (src->GetValue()->GetValueType() == vtObject) {
+      EXPECT_EQ(got->GetAsObject(), back.get());
+    } else {
+      EXPECT_EQ(got->GetValueType(), src->GetValue()->GetValueType() == vtPChar
+                                         ? vtAnsiString
+                                         : src->GetValue()->GetValueType())
+          << r.Line;
+      EXPECT_EQ(got->GetAsString(), src->GetValue()->GetAsString()) << r.Line;
+    }
+  }
+
+  // Nothing is written for an unassigned value, a pointer, or the values
+  // the stream counts as defaults; those read back unassigned.
+  for (auto set : std::initializer_list<std::function<void(TPelValue&)>>{
+           [](auto&) {}, [](auto& v) { v.SetAsPointer(&v); }, [](auto& v) { v.SetAsString(""); },
+           [](auto& v) { v.SetAsFloat(0.0f); }}) {
+    auto src = Make<TValueHolder>(nullptr);
+    set(*src->GetValue());
+    String bytes = StreamOf(src.get());
+    EXPECT_EQ(TextOf(bytes), "object TValueHolder\nend\n");
+    auto back = Make<TValueHolder>(nullptr);
+    Make<TStringStream>(bytes)->ReadComponent(back.get());
+    EXPECT_TRUE(back->GetValue()->GetUnassigned());
+  }
+
+  // The published list, in order, with the read-only pair last.
+  String names;
+  for (const TPropInfo* p : GetPropList(TPelValue::StaticClass())) names += String(p->Name) + " ";
+  EXPECT_EQ(names,
+            "AsInteger AsBoolean AsChar AsFloat AsString AsObject AsCurrency AsVariant "
+            "AsInterface Unassigned VType ");
+  auto v = Make<TPelValue>();
+  EXPECT_EQ(GetEnumProp(v.get(), "VType"), "vtInteger");
+  SetVariantProp(v.get(), FindPropInfo(v.get(), "AsVariant"), Variant(true));
+  EXPECT_EQ(GetEnumProp(v.get(), "VType"), "vtBoolean");
+  EXPECT_EQ(GetOrdProp(v.get(), "Unassigned"), 0);
+}
