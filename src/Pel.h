@@ -7,6 +7,8 @@
 #include "graphs/ActivityNetwork.h"
 #include "graphs/PelGraph.h"
 #include "hashing/PelHashTable.h"
+#include "helpers/HelperFunctions.h"
+#include "interfaces/InterfaceCollections.h"
 #include "lists/ListColl.h"
 #include "lists/PelLists.h"
 #include "platform/Classes.h"

@@ -316,6 +316,12 @@ void* TPelCustomHashtable::PutValue(void* Key, void* Value) {
     Change();  // intended: an insertion that grows the table notifies twice
     return result;
   }
+  LinkNewEntry(Key, i)->FValue = Value;
+  Change();
+  return nullptr;
+}
+
+TPelHashtableEntry* TPelCustomHashtable::LinkNewEntry(void* Key, int32_t Bucket) {
   TPelHashtableEntry* e = NewHashtableEntry();
   try {
     e->SetKey(Key);
@@ -323,27 +329,21 @@ void* TPelCustomHashtable::PutValue(void* Key, void* Value) {
     Free(e);
     throw;
   }
-  e->FIndex = i;
-  e->FValue = Value;
-  e->FNext = FBuckets[i];
-  FBuckets[i] = e;
+  e->FIndex = Bucket;
+  e->FNext = FBuckets[Bucket];
+  FBuckets[Bucket] = e;
   ++FCount;
   if (e->FNext) ++FCollisions;
   // Insertions into the cached bucket or above keep the cache: intended,
   // although a new head in the cached bucket shifts the later positions.
-  if (FCachePosition >= 0 && i < FCacheBucket) ClearCache();
-  Change();
-  return nullptr;
+  if (FCachePosition >= 0 && Bucket < FCacheBucket) ClearCache();
+  return e;
 }
 
-void* TPelCustomHashtable::RemoveValue(void* Key) {
-  if (FCount == 0) HashError(STableEmpty);
-  if (!Key) HashError(SArgumentNull);
-  if (FHashTableOwner) FHashTableOwner->BeforeRemove(this, Key);
-  int32_t i = BucketOf(Key, FCapacity);
+TPelHashtableEntry* TPelCustomHashtable::UnlinkEntry(void* Key, int32_t Bucket) {
   TPelHashtableEntry* prev = nullptr;
-  for (TPelHashtableEntry* e = FBuckets[i]; e; prev = e, e = e->FNext) {
-    if (e->FIndex != i || !e->KeyEquals(Key)) continue;
+  for (TPelHashtableEntry* e = FBuckets[Bucket]; e; prev = e, e = e->FNext) {
+    if (e->FIndex != Bucket || !e->KeyEquals(Key)) continue;
     if (FCachePosition > 0 && e == FCacheEntry && FCount > 1)
       GoToEntry(FCachePosition - 1);
     else
@@ -352,16 +352,25 @@ void* TPelCustomHashtable::RemoveValue(void* Key) {
       prev->FNext = e->FNext;
       --FCollisions;
     } else {
-      FBuckets[i] = e->FNext;
+      FBuckets[Bucket] = e->FNext;
       if (e->FNext) --FCollisions;
     }
     --FCount;
-    void* value = e->FValue;
-    Free(e);
-    Change();
-    return value;
+    return e;
   }
-  HashError(SNoSuchElement);
+  return nullptr;
+}
+
+void* TPelCustomHashtable::RemoveValue(void* Key) {
+  if (FCount == 0) HashError(STableEmpty);
+  if (!Key) HashError(SArgumentNull);
+  if (FHashTableOwner) FHashTableOwner->BeforeRemove(this, Key);
+  TPelHashtableEntry* e = UnlinkEntry(Key, BucketOf(Key, FCapacity));
+  if (!e) HashError(SNoSuchElement);
+  void* value = e->FValue;
+  Free(e);
+  Change();
+  return value;
 }
 
 void TPelCustomHashtable::Clear() {

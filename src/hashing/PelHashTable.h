@@ -235,12 +235,22 @@ class TPelCustomHashtable : public TPersistent {
   // New enumerators over the values and over the keys.
   IPtr<IIterator> Elements();
   IPtr<IIterator> Indices();
+  // The first entry of a bucket's chain (null for an empty bucket), for
+  // enumerators that walk the table themselves.
+  TPelHashtableEntry* BucketHead(uint32_t Bucket) const { return FBuckets[Bucket]; }
 
  protected:
   // Tells the owner hook, then OnChange, unless an update is open.
   virtual void Change();
   // The bucket of Key, checked to lie among the buckets.
   int32_t BucketOf(void* Key, uint32_t Size);
+  // A new entry for Key (from NewHashtableEntry) linked at the head of
+  // Bucket and counted; the caller sets its value and notifies.
+  TPelHashtableEntry* LinkNewEntry(void* Key, int32_t Bucket);
+  // Takes the entry for Key out of Bucket (moving the position cache as a
+  // removal does) and returns it for the caller to free; null, with nothing
+  // changed, when Key is not there.
+  TPelHashtableEntry* UnlinkEntry(void* Key, int32_t Bucket);
   TPelHashtableEnumerator* InternalEnumerator() const { return FEnumerator; }
 
  private:

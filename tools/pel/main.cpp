@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "pel/CalcCommand.h"
 #include "pel/Cli.h"
 #include "pel/CpmCommand.h"
 #include "pel/DumpCommand.h"
@@ -19,6 +20,9 @@ int main(int argc, char** argv) {
 
   using Runner = std::function<int(const std::vector<std::string>&)>;
   const std::map<std::string, std::pair<std::string, Runner>> commands{
+      {"calc",
+       {"evaluate infix arithmetic, one expression per line (standard input when none given)",
+        [](const auto& a) { return pel::cli::RunCalc(a, std::cin, std::cout, std::cerr); }}},
       {"cpm",
        {"critical path of a project network (events joined by tasks with durations)",
         [](const auto& a) { return pel::cli::RunCpm(a, std::cin, std::cout, std::cerr); }}},
@@ -40,7 +44,8 @@ int main(int argc, char** argv) {
     auto it = commands.find(words.front());
     if (it != commands.end()) return it->second.second({words.begin() + 1, words.end()});
     if (words.front()[0] != '-') {
-      std::cerr << "pel: unknown command '" << words.front() << "' (cpm, dump, grep or sort)\n";
+      std::cerr << "pel: unknown command '" << words.front()
+                << "' (calc, cpm, dump, grep or sort)\n";
       return 2;
     }
   }

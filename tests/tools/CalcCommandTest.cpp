@@ -1,0 +1,56 @@
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "pel/CalcCommand.h"
+
+namespace {
+
+struct Result {
+  int Status;
+  std::string Out, Err;
+};
+
+Result Calc(std::vector<std::string> args, const std::string& input = "") {
+  std::istringstream in(input);
+  std::ostringstream out, err;
+  int status = pel::cli::RunCalc(args, in, out, err);
+  return {status, out.str(), err.str()};
+}
+
+TEST(CalcCommand, EvaluatesWithPrecedenceAndAssociativity) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"1 + 2 * 3", "7"},        {"(1 + 2) * 3", "9"}, {"2 * 3 + 4", "10"},
+      {"10 - 4 - 3", "3"},       {"64 / 4 / 2", "8"},  {"2 ^ 3 ^ 2", "512"},
+      {"2 ^ 3 * 2", "16"},
+
+      {"1.5 * .5 + 2.", "2.75"}, {"((2))", "2"},       {"1 / 3", "0.333333333333333"},
+  };
+  for (const auto& [expr, value] : cases) {
+    Result r = Calc({expr});
+    EXPECT_EQ(r.Out, std::string(value) + "\n") << expr;
+    EXPECT_EQ(r.Status, 0) << expr;
+  }
+  // Lines from standard input; blank lines and CR LF endings are fine.
+  EXPECT_EQ(Calc({}, "1+1\n\n  2^10\r\n").Out, "2\n1024\n");
+  EXPECT_EQ(Calc({"--postfix", "1 + 2 * (3 - 4) ^ 2"}).Out, "1 2 3 4 - 2 ^ * +\n");
+}
+
+TEST(CalcCommand, ReportsEachFailingLineAndGoesOn) {
+  Result r = Calc({}, "(1 + 2\n1 / (2 - 2)\n3 * 3\n2 $ 3\n1 2\n4)\n");
+  EXPECT_EQ(r.Status, 2);
+  EXPECT_EQ(r.Out, "9\n");
+  EXPECT_EQ(r.Err,
+            "pel calc: Missing close parenthesis in '(1 + 2'\n"
+            "pel calc: division by zero in '1 / (2 - 2)'\n"
+            "pel calc: unknown token '$' in '2 $ 3'\n"
+            "pel calc: an operator is missing between two operands in '1 2'\n"
+            "pel calc: unmatched ')' in '4)'\n");
+  EXPECT_EQ(Calc({"1 +"}).Err, "pel calc: operand missing for '+' in '1 +'\n");
+  EXPECT_EQ(Calc({"()"}).Err, "pel calc: nothing to evaluate in '()'\n");
+  EXPECT_EQ(Calc({"10 ^ 400"}).Status, 2);
+  EXPECT_EQ(Calc({"--bogus"}).Status, 2);
+  EXPECT_EQ(Calc({"--help"}).Status, 0);
+}
+
+}  // namespace

@@ -1,0 +1,21 @@
+// pel calc: evaluates infix arithmetic, one expression per line.
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+namespace pel::cli {
+
+// Usage: calc [--postfix] [EXPRESSION...]
+// Each EXPRESSION argument (or, without any, each line of standard input)
+// is one expression: numbers with an optional fraction, + - * / ^ (^ binds
+// tightest and to the right, * and / before + and -), parentheses. Prints
+// each value, or with --postfix the expression in postfix order. A line
+// that fails prints one "pel calc: ..." line on err naming it, and the
+// other lines are still evaluated. Blank lines are skipped. Returns 0, or
+// 2 when any line failed.
+int RunCalc(const std::vector<std::string>& args, std::istream& in, std::ostream& out,
+            std::ostream& err);
+
+}  // namespace pel::cli
