@@ -126,7 +126,11 @@ TRect TWinControl::GetClientRect() const {
 }
 
 void TWinControl::VisibleChanged() {
-  if (FHandle) ShowWindow(FHandle, GetVisible() ? SW_SHOW : SW_HIDE);
+  // Showing makes the window; hiding one never made has nothing to do.
+  if (GetVisible())
+    ShowWindow(GetHandle(), SW_SHOW);
+  else if (FHandle)
+    ShowWindow(FHandle, SW_HIDE);
 }
 
 void TWinControl::NCPaint(HDC DC) {
