@@ -47,7 +47,9 @@ TEST(UiPlatform, DrawTextBreaksLinesAndHandlesPrefixes) {
   for (const Case& k : cases) {
     TSize s = calc(k.Text, k.Format, k.Width);
     EXPECT_EQ(s.cy, k.Lines * line) << k.Text;
-    if (*k.SameWidthAs) EXPECT_EQ(s.cx, c->TextWidth(k.SameWidthAs)) << k.Text;
+    if (*k.SameWidthAs) {
+      EXPECT_EQ(s.cx, c->TextWidth(k.SameWidthAs)) << k.Text;
+    }
   }
 
   // A prefixed character is underlined: same width, more ink.
