@@ -1,0 +1,164 @@
+#include <gtest/gtest.h>
+
+#include "platform/Classes.h"
+#include "ui/KtDeltaFont.h"
+
+namespace pel {
+namespace {
+
+// An owner with a font of its own and a delta font that follows it.
+struct TFontPair {
+  Owned<TFont> Original = Make<TFont>();
+  Owned<TKtDeltaFont> Font = Make<TKtDeltaFont>();
+  int32_t Notified = 0;
+  TFontPair() {
+    Font->SetOnGetOriginalFont([this](TObject*, TFont*& F) { F = Original.get(); });
+    Font->SetOnChange([this](TObject*) { ++Notified; });
+  }
+};
+
+TEST(KtDeltaFont, EditsBecomeDeltasAndTheRestFollowsTheOriginal) {
+  TFontPair p;
+  p.Font->SetStyle(StyleBit(fsBold));
+  EXPECT_EQ(p.Font->GetDeltas(), DeltaBit(daBold));
+  EXPECT_EQ(p.Notified, 1);
+
+  // The original changes: the owner copies what is not a delta.
+  p.Original->SetSize(14);
+  p.Original->SetColor(clRed);
+  p.Original->SetStyle(StyleBit(fsItalic));
+  p.Font->UpdateNonDelta();
+  EXPECT_EQ(p.Font->GetSize(), 14);
+  EXPECT_EQ(p.Font->GetColor(), clRed);
+  EXPECT_EQ(p.Font->GetStyle(), StyleBit(fsBold) | StyleBit(fsItalic));
+  // Copying raised Changed on the way but did not recompute the deltas.
+  EXPECT_EQ(p.Font->GetDeltas(), DeltaBit(daBold));
+  EXPECT_GT(p.Notified, 1);
+
+  // Every attribute maps to its own delta; styles the original also has are
+  // not deltas.
+  struct Case {
+    const char* What;
+    std::function<void(TFont*)> Edit;
+    TDeltaAttributes Expected;
+  };
+  const Case cases[] = {
+      {"colour", [](TFont* f) { f->SetColor(clBlue); }, DeltaBit(daColor)},
+      {"face", [](TFont* f) { f->SetName("DejaVu Serif"); }, DeltaBit(daFace)},
+      {"face, other case", [](TFont* f) { f->SetName("dejavu sans"); }, DeltaBit(daFace)},
+      {"size", [](TFont* f) { f->SetSize(20); }, DeltaBit(daSize)},
+      {"styles",
+       [](TFont* f) {
+         f->SetStyle(StyleBit(fsUnderline) | StyleBit(fsStrikeOut) | StyleBit(fsItalic));
+       },
+       DeltaBit(daUnderline) | DeltaBit(daStrikeOut)},
+      {"italic dropped", [](TFont* f) { f->SetStyle(0); }, DeltaBit(daItalic)},
+  };
+  for (const Case& c : cases) {
+    auto original = Make<TFont>();
+    original->SetStyle(StyleBit(fsItalic));
+    auto font = Make<TKtDeltaFont>();
+    font->Assign(original.get());
+    font->SetOnGetOriginalFont([&](TObject*, TFont*& F) { F = original.get(); });
+    c.Edit(font.get());
+    EXPECT_EQ(font->GetDeltas(), c.Expected) << c.What;
+    // Following the original again keeps exactly the edit.
+    original->SetColor(clGreen);
+    font->UpdateNonDelta();
+    EXPECT_EQ(font->GetColor(), c.Expected & DeltaBit(daColor) ? clBlue : clGreen) << c.What;
+  }
+}
+
+TEST(KtDeltaFont, WithoutAnOriginalNothingIsComparedOrCopied) {
+  auto font = Make<TKtDeltaFont>();
+  font->SetDeltas(DeltaBit(daSize) | DeltaBit(daColor));
+  // SetDeltas changes no attribute and notifies nobody.
+  auto plain = Make<TFont>();
+  EXPECT_EQ(font->GetSize(), plain->GetSize());
+  EXPECT_EQ(font->GetColor(), plain->GetColor());
+  font->SetStyle(StyleBit(fsBold));
+  EXPECT_EQ(font->GetDeltas(), DeltaBit(daSize) | DeltaBit(daColor));
+  font->UpdateNonDelta();
+  EXPECT_EQ(font->GetStyle(), StyleBit(fsBold));
+
+  // A handler that leaves the font null counts as no original.
+  font->SetOnGetOriginalFont([](TObject*, TFont*&) {});
+  font->SetColor(clRed);
+  EXPECT_EQ(font->GetDeltas(), DeltaBit(daSize) | DeltaBit(daColor));
+}
+
+// A descendant's UpdateDeltas is the one Changed reaches.
+class TCountingDeltaFont : public TKtDeltaFont {
+  PEL_CLASS(TCountingDeltaFont, TKtDeltaFont)
+ public:
+  using TKtDeltaFont::UpdateDeltas;
+  void UpdateDeltas(TFont* Original) override {
+    ++Calls;
+    TKtDeltaFont::UpdateDeltas(Original);
+  }
+  int32_t Calls = 0;
+};
+
+TEST(KtDeltaFont, AssignAndEditsGoThroughTheVirtualUpdate) {
+  auto original = Make<TFont>();
+  original->SetSize(12);
+  auto font = Make<TCountingDeltaFont>();
+  font->SetOnGetOriginalFont([&](TObject*, TFont*& F) { F = original.get(); });
+  font->Assign(original.get());
+  EXPECT_EQ(font->Calls, 1);
+  EXPECT_EQ(font->GetDeltas(), 0);
+  font->SetSize(12);  // unchanged: no notification, no update
+  EXPECT_EQ(font->Calls, 1);
+  font->UpdateNonDelta();
+  EXPECT_EQ(font->Calls, 1);
+}
+
+// A component that keeps a delta font, to stream it.
+class TFontHolder : public TComponent {
+  PEL_CLASS(TFontHolder, TComponent)
+  PEL_PUBLISHED(TFontHolder, Property<&TFontHolder::GetFont, &TFontHolder::SetFont>("Font"))
+ public:
+  explicit TFontHolder(TComponent* AOwner) : TComponent(AOwner) {}
+  ~TFontHolder() override { Free(FFont); }
+  TKtDeltaFont* GetFont() const { return FFont; }
+  void SetFont(TKtDeltaFont* Value) { FFont->Assign(Value); }
+
+ private:
+  TKtDeltaFont* FFont = New<TKtDeltaFont>();
+};
+
+String AsText(TComponent* C) {
+  auto binary = Make<TMemoryStream>();
+  binary->WriteComponent(C);
+  binary->SetPosition(0);
+  auto text = Make<TStringStream>("");
+  ObjectBinaryToText(binary.get(), text.get());
+  return text->GetDataString();
+}
+
+TEST(KtDeltaFont, StreamsDeltasOnlyWhenThereAreSome) {
+  RegisterClass(TFontHolder::StaticClass());
+  auto holder = Make<TFontHolder>(nullptr);
+  holder->GetFont()->SetOnGetOriginalFontName("HolderFont");
+  String plain = AsText(holder.get());
+  EXPECT_EQ(plain.find("Deltas"), String::npos) << plain;
+  EXPECT_NE(plain.find("Font.OnGetOriginalFont = HolderFont"), String::npos) << plain;
+  EXPECT_NE(plain.find("Font.Style = []"), String::npos) << plain;
+
+  holder->GetFont()->SetStyle(StyleBit(fsBold));
+  holder->GetFont()->SetDeltas(DeltaBit(daBold) | DeltaBit(daUnderline));
+  String text = AsText(holder.get());
+  EXPECT_NE(text.find("Font.Deltas = [daBold, daUnderline]"), String::npos) << text;
+
+  auto stream = Make<TMemoryStream>();
+  stream->WriteComponent(holder.get());
+  stream->SetPosition(0);
+  auto copy = Make<TFontHolder>(nullptr);
+  stream->ReadComponent(copy.get());
+  EXPECT_EQ(copy->GetFont()->GetDeltas(), DeltaBit(daBold) | DeltaBit(daUnderline));
+  EXPECT_EQ(copy->GetFont()->GetStyle(), StyleBit(fsBold));
+  EXPECT_EQ(copy->GetFont()->GetOnGetOriginalFontName(), "HolderFont");
+}
+
+}  // namespace
+}  // namespace pel
