@@ -206,7 +206,7 @@ TEST(PelTextStream, Writing) {
   }
   EXPECT_EQ(out->GetDataString(),
             "1 ab\r\nTrue False (TStringStream) TStringStream 12 1.5\r\n<x> 2x\r\n"
-            "\x02\x01\t-12 0.5 3|y\r\n");
+            "\x02\x01\t-12 0.53|y\r\n");
 }
 
 TEST(PelTextStream, FileRoundTrip) {
