@@ -20,6 +20,9 @@ constexpr const char* SReadError = "Stream read error";
 constexpr const char* SWriteError = "Stream write error";
 constexpr const char* SFCreateError = "Cannot create file %s";
 constexpr const char* SFOpenError = "Cannot open file %s";
+// What TFileStream raises: the file name and the system's reason.
+constexpr const char* SFCreateErrorEx = "Cannot create file \"%s\". %s";
+constexpr const char* SFOpenErrorEx = "Cannot open file \"%s\". %s";
 constexpr const char* SMemoryStreamError = "Out of memory while expanding memory stream";
 constexpr const char* SInvalidImage = "Invalid stream format";
 constexpr const char* SReadOnlyProperty = "Property is read-only";

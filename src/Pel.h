@@ -18,6 +18,7 @@
 #include "platform/System.h"
 #include "platform/TypInfo.h"
 #include "platform/Variants.h"
+#include "streams/PelStreams.h"
 #include "text/PelParser.h"
 #include "text/PelRegularExpression.h"
 #include "trees/PelTree.h"

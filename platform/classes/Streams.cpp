@@ -1,5 +1,6 @@
 #include "platform/classes/Streams.h"
 
+#include <errno.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
@@ -110,11 +111,16 @@ int OpenFile(const String& Name, uint16_t Mode) {
              : share == fmShareDenyWrite                             ? LOCK_SH
                                                                      : 0;
   if (lock && ::flock(fd, lock | LOCK_NB) != 0) {
+    int reason = errno;
     ::close(fd);
+    errno = reason;
     return -1;
   }
   return fd;
 }
+
+// The system's text for an error code, as the framework's messages quote it.
+String SystemReason(int Code) { return String(std::strerror(Code)); }
 
 }  // namespace
 
@@ -122,10 +128,10 @@ TFileStream::TFileStream(const String& AFileName, uint16_t Mode)
     : THandleStream(-1), FFileName(AFileName) {
   if (Mode == fmCreate) {
     FHandle = ::open(AFileName.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (FHandle < 0) throw EFCreateError(SFCreateError, {AFileName});
+    if (FHandle < 0) throw EFCreateError(SFCreateErrorEx, {AFileName, SystemReason(errno)});
   } else {
     FHandle = OpenFile(AFileName, Mode);
-    if (FHandle < 0) throw EFOpenError(SFOpenError, {AFileName});
+    if (FHandle < 0) throw EFOpenError(SFOpenErrorEx, {AFileName, SystemReason(errno)});
   }
 }
 
