@@ -55,8 +55,9 @@ int32_t CompareInts(void* A, void* B) { return N(A) < N(B) ? -1 : N(A) > N(B) ? 
 TEST(TList, NotificationsInOrder) {
   std::string log;
   Owned<TRecordingList> L = Make<TRecordingList>(&log);
-  for (intptr_t v : {1, 2, 3, 0}) L->Add(P(v));  // nil is never notified
-  L->Put(1, P(2));  // the same pointer: nothing happens
+  // Nil is never notified; putting the same pointer back does nothing.
+  for (intptr_t v : {1, 2, 3, 0}) L->Add(P(v));
+  L->Put(1, P(2));
   EXPECT_EQ(L->Remove(P(3)), 2);
   EXPECT_EQ(L->Remove(P(99)), -1);
   EXPECT_EQ(L->Extract(P(1)), P(1));
