@@ -106,3 +106,13 @@ TEST(CommonInterfaces, IteratorsShareOnePosition) {
   p->Reset();
   EXPECT_EQ(s->NextElement(), "a");
 }
+
+TEST(CommonInterfaces, IdentitiesAreDistinct) {
+  const TGUID ids[] = {ICloneable::IID,      IIntegerLocation::IID, ILocation::IID,
+                       IIterator::IID,       IStringIterator::IID,  IInterfaceIterator::IID,
+                       IObjectIterator::IID, IBaseStreamToken::IID, IBaseStreamTokenList::IID,
+                       IStreamable::IID,     IDTStreamable::IID,    IInterface::IID};
+  for (std::size_t i = 0; i < std::size(ids); ++i)
+    for (std::size_t j = i + 1; j < std::size(ids); ++j)
+      EXPECT_FALSE(ids[i] == ids[j]) << i << "," << j;
+}
