@@ -2,10 +2,12 @@
 
 #include "foundation/Structures.h"
 #include "platform/Classes.h"
+#include "platform/StreamText.h"
 
 namespace {
 
 using namespace pel;
+using namespace pel::test;
 
 // A component that owns a TSFCList and may serve as a list's owner hook.
 class THookedLists : public TComponent, public IStringsOwner {
@@ -41,15 +43,6 @@ class THookedLists : public TComponent, public IStringsOwner {
   TSFCList* FList = New<TSFCList>();
 };
 
-String Stream(TComponent* c) {
-  auto m = Make<TStringStream>();
-  m->WriteComponent(c);
-  auto text = Make<TStringStream>();
-  m->SetPosition(0);
-  ObjectBinaryToText(m.get(), text.get());
-  return text->GetDataString();
-}
-
 }  // namespace
 
 TEST(SFCList, OwnerStreamsAsTheComponentBehindIt) {
@@ -60,17 +53,15 @@ TEST(SFCList, OwnerStreamsAsTheComponentBehindIt) {
   child->SetName("Child");
   root->FList->SetOwner(IPtr<IStringsOwner>(child));
   child->FList->SetOwner(IPtr<IStringsOwner>(root.get()));
-  const String text = Stream(root.get());
-  EXPECT_NE(text.find("List.Owner = Child"), String::npos) << text;
+  const String bytes = BytesOf(root.get());
+  EXPECT_NE(TextOf(bytes).find("List.Owner = Child"), String::npos) << TextOf(bytes);
 
-  auto m = Make<TStringStream>();
-  m->WriteComponent(root.get());
-  m->SetPosition(0);
-  auto back = Owned<THookedLists>(static_cast<THookedLists*>(m->ReadComponent(nullptr)));
+  auto back = Owned<THookedLists>(
+      static_cast<THookedLists*>(Make<TStringStream>(bytes)->ReadComponent(nullptr)));
   auto* backChild = As<THookedLists>(back->FindComponent("Child"));
   EXPECT_EQ(back->FList->GetOwner().get(), static_cast<IStringsOwner*>(backChild));
   // No hook, nothing written.
   root->FList->SetOwner(nullptr);
   child->FList->SetOwner(nullptr);
-  EXPECT_EQ(Stream(root.get()).find("List.Owner"), String::npos);
+  EXPECT_EQ(TextOf(BytesOf(root.get())).find("List.Owner"), String::npos);
 }

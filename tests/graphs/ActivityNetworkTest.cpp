@@ -4,8 +4,10 @@
 #include <vector>
 
 #include "graphs/ActivityNetwork.h"
+#include "platform/ExpectRaises.h"
 
 using namespace pel;
+using pel::test::ExpectRaises;
 
 namespace {
 
@@ -184,12 +186,9 @@ TEST(ActivityNetwork, CyclesAndUndirectedNetworksAreRefused) {
   int32_t time = 0;
   auto list = Make<TStringList>();
   for (int round = 0; round < 2; ++round) {
-    try {
-      n->GetEarliestCompletionTime(nullptr, nullptr, list.get(), time);
-      FAIL();
-    } catch (const EGraphException& e) {
-      EXPECT_STREQ(e.what(), "Graph is not acyclic");
-    }
+    ExpectRaises<EGraphException>(
+        [&] { n->GetEarliestCompletionTime(nullptr, nullptr, list.get(), time); },
+        "Graph is not acyclic");
     EXPECT_EQ(list->GetCount(), 0);
     EXPECT_EQ(n->GetNodeUpdateCount(), 0);
     EXPECT_EQ(a->GetUpdateCount(), 0);

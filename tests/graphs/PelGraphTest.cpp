@@ -6,8 +6,10 @@
 #include <vector>
 
 #include "graphs/PelGraph.h"
+#include "platform/ExpectRaises.h"
 
 using namespace pel;
+using pel::test::ExpectRaises;
 
 namespace {
 
@@ -129,20 +131,12 @@ TEST(PelGraph, EdgeRegistrationFollowsDirection) {
   EXPECT_EQ(a->GetEdgeCount() + b->GetEdgeCount() + c->GetEdgeCount(), 0);
   EXPECT_EQ(a->GetInDegree(), 0);
 
-  try {
-    New<TPelGraphEdge>(a, nullptr);
-    FAIL();
-  } catch (const EGraphException& e) {
-    EXPECT_STREQ(e.what(), "Edge must be created with two valid nodes");
-  }
+  ExpectRaises<EGraphException>([&] { New<TPelGraphEdge>(a, nullptr); },
+                                "Edge must be created with two valid nodes");
   TPelGraphNode* lone = g->CreateNode("Lone");
   lone->SetGraph(nullptr);
-  try {
-    lone->AddEdge(a);
-    FAIL();
-  } catch (const EGraphException& e) {
-    EXPECT_STREQ(e.what(), "Node \"Lone\" is unconnected to any graph");
-  }
+  ExpectRaises<EGraphException>([&] { lone->AddEdge(a); },
+                                "Node \"Lone\" is unconnected to any graph");
   Free(lone);
   EXPECT_EQ(g->GetNodeCount(), 3);
 }
@@ -167,12 +161,7 @@ TEST(PelGraph, LabelGraphKeepsCaptionsUnique) {
   // A node captioned like another, from elsewhere, is refused.
   auto other = Make<TPelGraph>(nullptr);
   TPelGraphNode* stranger = other->CreateNode("A");
-  try {
-    g->AddNode(stranger);
-    FAIL();
-  } catch (const EListError& e) {
-    EXPECT_STREQ(e.what(), "Duplicate node names not allowed");
-  }
+  ExpectRaises<EListError>([&] { g->AddNode(stranger); }, "Duplicate node names not allowed");
   EXPECT_EQ(stranger->GetGraph(), other.get());
   EXPECT_THROW(g->CreateNode("B"), EListError);
   EXPECT_EQ(g->GetNodeCount(), 2);
@@ -301,12 +290,8 @@ TEST(PelGraph, NodesAndEdgesStreamThroughTheComponent) {
 
   // An unknown node class fails the read naming it, and leaves nothing.
   auto fresh = Make<TPelGraph>(nullptr);
-  try {
-    Saved(g.get())->ReadComponent(fresh.get());
-    FAIL();
-  } catch (const EClassNotFound& e) {
-    EXPECT_STREQ(e.what(), "Unknown graph node class TCityNode");
-  }
+  ExpectRaises<EClassNotFound>([&] { Saved(g.get())->ReadComponent(fresh.get()); },
+                               "Unknown graph node class TCityNode");
   EXPECT_EQ(fresh->GetNodeCount(), 0);
   EXPECT_EQ(fresh->NewNode()->GetCaption(), "TPelGraphNode0");
   fresh->Clear();

@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
 #include "hashing/PelHashTable.h"
+#include "platform/StreamText.h"
 
 using namespace pel;
+using namespace pel::test;
 
 namespace {
 
@@ -26,13 +28,6 @@ class TTableHolder : public TComponent {
   TPelStringHashtable* FNames = New<TPelStringHashtable>();
 };
 
-String AsText(TStream* Binary) {
-  auto text = Make<TStringStream>();
-  Binary->SetPosition(0);
-  ObjectBinaryToText(Binary, text.get());
-  return text->GetDataString();
-}
-
 }  // namespace
 
 TEST(PelHashTableProperties, PublishedPropertiesRoundTrip) {
@@ -53,9 +48,8 @@ TEST(PelHashTableProperties, PublishedPropertiesRoundTrip) {
   src->FInts->SetOnChange([](TObject*) {}, "IntsChanged");
   src->FNames->SetLoadFactor(2.5f);
   src->FNames->SetOnChange([](TObject*) {});
-  auto m = Make<TMemoryStream>();
-  m->WriteComponent(src.get());
-  EXPECT_EQ(AsText(m.get()),
+  const String bytes = BytesOf(src.get());
+  EXPECT_EQ(TextOf(bytes),
             "object Holder: TTableHolder\n"
             "  Ints.Capacity = 203\n"
             "  Ints.HashType = htFolding\n"
@@ -64,8 +58,7 @@ TEST(PelHashTableProperties, PublishedPropertiesRoundTrip) {
             "  Names.LoadFactor =  2.50000000000000000000E+0000\n"
             "end\n");
   auto back = Make<TTableHolder>(nullptr);
-  m->SetPosition(0);
-  m->ReadComponent(back.get());
+  ReadInto(bytes, back.get());
   EXPECT_EQ(back->FInts->GetCapacity(), 203u);
   EXPECT_EQ(back->FInts->GetHashType(), htFolding);
   EXPECT_EQ(back->FInts->GetLoadFactor(), 0.6f);

@@ -62,44 +62,7 @@ std::vector<TEntry> Entries(TPelPriorityQueue& Q) {
   return r;
 }
 
-std::vector<intptr_t> PopAll(TPelPriorityQueue& Q) {
-  std::vector<intptr_t> r;
-  while (!Q.IsEmpty()) r.push_back(reinterpret_cast<intptr_t>(Q.Pop()) / 16);
-  return r;
-}
-
 }  // namespace
-
-TEST(PelPriorityQueueCost, TiesAndBrokenOrderAsTheWalkPlacesThem) {
-  Owned<TPelPriorityQueue> Q = Make<TPelPriorityQueue>();
-  std::vector<TSQPriorityNode*> n;
-  // Ids 1..8 with priorities 5 1 5 3 1 3 9 5: ties at the head (1), in the
-  // middle (3, 5) and at the tail (5 while it was the tail).
-  for (int32_t p : {5, 1, 5, 3, 1, 3, 9, 5})
-    n.push_back(Q->PushP(Item(static_cast<intptr_t>(n.size()) + 1), p));
-  // 5 1 3 4 2 ... then 8 before the equal 1 and 3, 7 last.
-  // A priority set directly: node 4 (priority 3) becomes 8, so the walk
-  // for 4 stops at it, not at the first 5.
-  n[3]->SetPriority(8);
-  Q->PushP(Item(9), 4);
-  EXPECT_EQ(PopAll(*Q), (std::vector<intptr_t>{5, 2, 6, 9, 4, 8, 1, 3, 7}));
-
-  // A node placed through the linked list's own Insert: 10 (priority 9)
-  // before the node of priority 3; a 4 then stops at it.
-  for (int32_t p : {1, 2, 3, 4, 5}) n.push_back(Q->PushP(Item(p), p));
-  auto* x = As<TSQPriorityNode>(Q->NewNode());
-  x->SetItem(Item(10));
-  x->SetPriority(9);
-  Q->TPelCustomLinkedList::Insert(x, Q->GetPriorityNode(2));
-  Q->PushP(Item(11), 4);
-  // Once the intruder is popped the order holds again; the queue goes on.
-  EXPECT_EQ(reinterpret_cast<intptr_t>(Q->Pop()) / 16, 1);
-  EXPECT_EQ(reinterpret_cast<intptr_t>(Q->Pop()) / 16, 2);
-  EXPECT_EQ(reinterpret_cast<intptr_t>(Q->Pop()) / 16, 11);
-  EXPECT_EQ(reinterpret_cast<intptr_t>(Q->Pop()) / 16, 10);
-  Q->PushP(Item(12), 4);
-  EXPECT_EQ(PopAll(*Q), (std::vector<intptr_t>{3, 12, 4, 5}));
-}
 
 TEST(PelPriorityQueueCost, SameAsThePlainWalkUnderRandomOperations) {
   std::mt19937 rng(16);
@@ -223,9 +186,6 @@ TEST(PelPriorityQueueCost, LargeQueuesKeepTheirOrder) {
     last = Q->GetPriority(0);
     Q->Pop();
   }
-  Owned<TQQueue> A = Make<TQQueue>();
-  for (intptr_t i = 0; i < 1'000'000; ++i) A->Push(reinterpret_cast<void*>(i));
-  for (intptr_t i = 0; i < 1'000'000; ++i) ASSERT_EQ(A->Pop(), reinterpret_cast<void*>(i));
   Owned<TFreeList> F = Make<TFreeList>(false);
   for (intptr_t i = 1; i <= 1'000'000; ++i) F->Add(Item(i));
   for (intptr_t i = 1; i <= 1'000'000; ++i) {

@@ -224,19 +224,9 @@ TEST(PelPriorityQueue, SmallestFirstWithTheDefinedTieBreaks) {
   q->PushP(&i5b, 5);
   q->PushP(&i3, 3);
   EXPECT_EQ(changes.Count, 4);
-  // The earlier 5 was the tail when the later one came, so it stays ahead.
+  // The earlier 5 was the tail when the later one came, so it stays ahead;
+  // the random run in PelQueuesCostTest holds every tie to the plain walk.
   EXPECT_EQ(PopAll(q.get()), (std::vector<TObject*>{&i1, &i3, &i5a, &i5b}));
-
-  // Equal to the head: the newcomer goes first.
-  q->PushP(&x, 2);
-  q->PushP(&y, 2);
-  EXPECT_EQ(PopAll(q.get()), (std::vector<TObject*>{&y, &x}));
-  // Equal in the middle: the newcomer goes before the equal ones.
-  q->PushP(&i1, 1);
-  q->PushP(&i5a, 5);
-  q->PushP(&x, 3);
-  q->PushP(&y, 3);
-  EXPECT_EQ(PopAll(q.get()), (std::vector<TObject*>{&i1, &y, &x, &i5a}));
   // Negative priorities and Push (priority 0) mix in.
   q->PushP(&x, -7);
   q->Push(&y);

@@ -133,21 +133,10 @@ TEST(TListCost, SameAsThePlainListUnderRandomOperations) {
   }
 }
 
-TEST(TListCost, CapacityFollowsTheGrowthStepsAcrossDeletesAtTheFront) {
+TEST(TListCost, AMillionItemsThroughTheFront) {
+  // The random run above holds the growth steps and the front gap to the
+  // plain list; here a size at which a quadratic delete would stall.
   Owned<TList> L = Make<TList>();
-  std::vector<int32_t> caps;
-  // Two in, one out from the front: the capacity only grows when full.
-  for (intptr_t i = 1; i <= 200; ++i) {
-    L->Add(P(i));
-    if (i % 2 == 0) L->Delete(0);
-    if (caps.empty() || caps.back() != L->GetCapacity()) caps.push_back(L->GetCapacity());
-  }
-  EXPECT_EQ(caps, (std::vector<int32_t>{4, 8, 12, 28, 44, 60, 76, 95, 118}));
-  EXPECT_EQ(L->GetCount(), 100);
-  EXPECT_EQ(N(L->First()), 101);
-  while (L->GetCount() > 0) L->Delete(0);
-  EXPECT_EQ(L->GetCapacity(), 118);  // deletes never shrink
-  // A million items through the list as a queue, in order.
   for (intptr_t i = 1; i <= 1'000'000; ++i) L->Add(P(i));
   for (intptr_t i = 1; i <= 1'000'000; ++i) {
     ASSERT_EQ(N(L->Get(0)), i);

@@ -166,10 +166,8 @@ TEST(ObjectText, ValuesTheFrameworkPrinterRefusesRoundTripWithSuffixes) {
 
 TEST(ObjectText, BadInputRaises) {
   String bin = DataFile("drawing.bin");
-  for (std::size_t n = 0; n < bin.size(); ++n) {
+  for (std::size_t n = 0; n < bin.size(); ++n)
     EXPECT_THROW(ToText(bin.substr(0, n)), EReadError) << n;
-    EXPECT_THROW(ReadDrawing(bin.substr(0, n)), EReadError) << n;
-  }
   String bad = bin;
   bad[0] = 'X';
   EXPECT_THROW(ToText(bad), EReadError);

@@ -93,19 +93,6 @@ TEST(TypInfo, TablesAreWalkedFromTheRootDown) {
   EXPECT_EQ(TPlain::StaticClass()->PropTable, nullptr);  // inherits, declares none
 }
 
-TEST(TypInfo, KindsFollowTheAccessors) {
-  auto kind = [](const char* n) { return GetPropInfo(TPlain::StaticClass(), n)->PropType; };
-  const std::pair<const char*, TTypeKind> kinds[] = {
-      {"Count", tkInteger}, {"Fruit", tkEnumeration}, {"Label", tkLString}, {"Kinds", tkSet},
-      {"Total", tkInt64},   {"Inner", tkClass},       {"Mark", tkChar}};
-  for (auto [name, k] : kinds) EXPECT_EQ(kind(name)->Kind, k) << name;
-  EXPECT_EQ(kind("Weight")->FloatType, ftDouble);
-  EXPECT_EQ(kind("Price")->FloatType, ftCurr);
-  EXPECT_EQ(kind("Kinds")->CompType, &TFruitInfo);
-  EXPECT_EQ(kind("Big"), &TypeInfoBoolean);
-  EXPECT_EQ(kind("Inner")->ClassType, TBasket::StaticClass());
-}
-
 TEST(TypInfo, TypedAccessByName) {
   auto b = Make<TBigBasket>();
   SetOrdProp(b.get(), "Count", 7);

@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include "platform/StreamText.h"
 #include "trees/PelTree.h"
 
 using namespace pel;
+using namespace pel::test;
 
 namespace {
 
@@ -43,19 +45,14 @@ TEST(PelTreeProperties, PublishedPropertiesRoundTrip) {
   src->FTree->SetOnChange([](TObject*) {}, "TreeChanged");
   src->FTree->SetOnChanging([](TObject*) {});
   src->FTree->Add(nullptr, 7);
-  auto m = Make<TMemoryStream>();
-  m->WriteComponent(src.get());
-  auto text = Make<TStringStream>();
-  m->SetPosition(0);
-  ObjectBinaryToText(m.get(), text.get());
-  EXPECT_EQ(text->GetDataString(),
+  const String bytes = BytesOf(src.get());
+  EXPECT_EQ(TextOf(bytes),
             "object Holder: TTreeHolder\n"
             "  Tree.OnChange = TreeChanged\n"
             "  Tree.Duplicates = dupError\n"
             "end\n");
   auto back = Make<TTreeHolder>(nullptr);
-  m->SetPosition(0);
-  m->ReadComponent(back.get());
+  ReadInto(bytes, back.get());
   EXPECT_EQ(back->FTree->GetDuplicates(), dupError);
   EXPECT_EQ(back->FTree->GetOnChangeName(), "TreeChanged");
   EXPECT_EQ(back->FTree->GetRoot(), nullptr);

@@ -4,9 +4,11 @@
 #include <vector>
 
 #include "platform/Classes.h"
+#include "platform/StreamText.h"
 #include "values/PelValue.h"
 
 using namespace pel;
+using namespace pel::test;
 
 namespace {
 
@@ -413,22 +415,6 @@ class TValueHolder : public TComponent {
   TPelValue* FValue = New<TPelValue>();
 };
 
-String StreamOf(TComponent* Root) {
-  auto m = Make<TMemoryStream>();
-  m->WriteComponent(Root);
-  String bytes(static_cast<std::size_t>(m->GetSize()), '\0');
-  m->SetPosition(0);
-  m->ReadBuffer(bytes.data(), static_cast<int32_t>(bytes.size()));
-  return bytes;
-}
-
-String TextOf(const String& Binary) {
-  auto in = Make<TStringStream>(Binary);
-  auto out = Make<TStringStream>();
-  ObjectBinaryToText(in.get(), out.get());
-  return out->GetDataString();
-}
-
 }  // namespace
 
 TEST(PelValue, StreamsTheOnePropertyOfItsKind) {
@@ -456,12 +442,11 @@ TEST(PelValue, StreamsTheOnePropertyOfItsKind) {
     src->SetName("Holder");
     self = src.get();
     r.Set(*src->GetValue());
-    String bytes = StreamOf(src.get());
+    String bytes = BytesOf(src.get());
     EXPECT_EQ(TextOf(bytes), String("object Holder: TValueHolder\n  ") + r.Line + "\nend\n");
 
     auto back = Make<TValueHolder>(nullptr);
-    auto in = Make<TStringStream>(bytes);
-    in->ReadComponent(back.get());
+    ReadInto(bytes, back.get());
     TPelValue* got = back->GetValue();
     EXPECT_FALSE(got->GetUnassigned()) << r.Line;
     if (src->GetValue()->GetValueType() == vtVariant) {
@@ -486,10 +471,10 @@ TEST(PelValue, StreamsTheOnePropertyOfItsKind) {
            [](auto& v) { v.SetAsFloat(0.0f); }}) {
     auto src = Make<TValueHolder>(nullptr);
     set(*src->GetValue());
-    String bytes = StreamOf(src.get());
+    String bytes = BytesOf(src.get());
     EXPECT_EQ(TextOf(bytes), "object TValueHolder\nend\n");
     auto back = Make<TValueHolder>(nullptr);
-    Make<TStringStream>(bytes)->ReadComponent(back.get());
+    ReadInto(bytes, back.get());
     EXPECT_TRUE(back->GetValue()->GetUnassigned());
   }
 
