@@ -85,8 +85,11 @@ TEST(CpmCommand, SchedulesAgreeWithPlainRelaxation) {
     for (const auto& k : j["tasks"]) {
       EXPECT_EQ(k["earliest_start"], ref.Earliest[k["from"]]);
       EXPECT_EQ(k["latest_start"], ref.Latest[k["to"]] - k["duration"].get<long>());
-      EXPECT_EQ(k["slack"], k["latest_start"].get<long>() - k["earliest_start"].get<long>());
-      EXPECT_EQ(k["critical"], k["slack"] == 0);
+      EXPECT_EQ(k["total_float"],
+                k["latest_start"].get<long>() - k["earliest_start"].get<long>());
+      EXPECT_EQ(k["free_float"], ref.Earliest[k["to"]] - ref.Earliest[k["from"]] -
+                                     k["duration"].get<long>());
+      EXPECT_EQ(k["critical"], k["total_float"] == 0);
       if (k["critical"])
         critical.push_back(k["from"].get<std::string>() + " --> " + k["to"].get<std::string>());
     }
@@ -123,7 +126,7 @@ TEST(CpmCommand, RestrictionAndReportsForPeople) {
   Result dot = Cpm({"--dot", Example("house.txt")});
   EXPECT_NE(dot.Out.find("\"start\" -> \"permits_granted\" [label=\"5\", color="),
             std::string::npos);
-  EXPECT_NE(dot.Out.find("\"start\" -> \"site_cleared\" [label=\"2 (slack 4)\"];"),
+  EXPECT_NE(dot.Out.find("\"start\" -> \"site_cleared\" [label=\"2 (float 4, free 0)\"];"),
             std::string::npos);
 
   std::string svg = ::testing::TempDir() + "house.svg";
@@ -171,7 +174,7 @@ TEST(CpmCommand, BadInputIsOneLineStatusTwoAndNoOutput) {
       {"g.csv", "from,until,duration\n", "g.csv:1: the header has no 'to' column"},
       {"h.csv", "to,from,duration\nb,a,1\n\"c,d\",b\n", "h.csv:3: expected 3 fields, found 2"},
       {"i.txt", "a b 1\nb c 1\nc b 1\nc d 1\nx a 1\n",
-       "i.txt: Graph is not acyclic; never ordered (on or behind a cycle): b, c, d"},
+       "i.txt: Graph is not acyclic: b -> c -> b (lines 2, 3)"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.Name);

@@ -7,10 +7,13 @@
 
 namespace pel::cli {
 
-// Usage: cpm [--json | --dot] [--from EVENT] [--to EVENT] [--save FILE]
-//            [--gantt FILE.svg] FILE
+// Usage: cpm [--json | --dot] [--aon] [--show-dummies] [--from EVENT]
+//            [--to EVENT] [--save FILE] [--gantt FILE.svg] FILE
 // FILE is a text network (one task a line: FROM TO DURATION), a CSV file
-// with the header from,to,duration, or a network saved with --save. Nothing
+// with the header from,to,duration, a plan of tasks (--aon, or CSV with the
+// columns id and predecessors: id,name,duration,predecessors) or a network
+// saved with --save. A plan is converted to an event network and reported
+// task by task. Nothing
 // is written (to out or to a file) unless the whole job succeeds; on bad input
 // one line goes to err and the status is 2.
 int RunCpm(const std::vector<std::string>& args, std::istream& in, std::ostream& out,

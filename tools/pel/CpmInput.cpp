@@ -4,6 +4,7 @@
 #include <charconv>
 #include <istream>
 #include <limits>
+#include <unordered_map>
 
 #include "pel/CpmSchedule.h"
 
@@ -143,6 +144,139 @@ std::vector<TaskLine> ParseCsvNetwork(std::istream& in, const std::string& file)
     tasks.push_back({fields[from], fields[to], ParseDuration(fields[duration], file, n), n});
   }
   if (!header) Fail(file, std::max(n, 1), "no header line (expected from,to,duration)");
+  return tasks;
+}
+
+std::string LinkText(LinkType type, int32_t lag) {
+  static const char* names[] = {"FS", "SS", "FF", "SF"};
+  std::string text = names[static_cast<int>(type)];
+  if (lag) text += (lag > 0 ? "+" : "") + std::to_string(lag);
+  return text;
+}
+
+bool HasPlanHeader(const std::string& data) {
+  std::size_t at = 0;
+  while (at < data.size()) {
+    std::size_t end = data.find('\n', at);
+    std::string line = data.substr(at, end == std::string::npos ? end : end - at);
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    if (!Trim(line).empty()) {
+      std::vector<std::string> names;
+      try {
+        for (auto& f : SplitCsv(line, "", 1)) names.push_back(Lower(f));
+      } catch (const CpmError&) {
+        return false;
+      }
+      auto has = [&](const char* n) { return std::find(names.begin(), names.end(), n) != names.end(); };
+      return has("id") && has("predecessors");
+    }
+    if (end == std::string::npos) break;
+    at = end + 1;
+  }
+  return false;
+}
+
+namespace {
+
+bool ValidId(const std::string& id) {
+  return !id.empty() && id.find_first_of(" \t;:()") == std::string::npos;
+}
+
+// "B", "B FS+2", "B SS", "B FF-1": an id, then optionally a type and a signed lag.
+PlanLink ParseLink(const std::string& text, const std::string& file, int n) {
+  PlanLink link;
+  std::size_t blank = text.find_first_of(" \t");
+  link.Id = text.substr(0, blank);
+  std::string rest = blank == std::string::npos ? "" : Trim(text.substr(blank));
+  auto bad = [&] {
+    Fail(file, n, "predecessor '" + text + "' is not ID or ID TYPE[+-LAG] (TYPE FS, SS, FF or SF)");
+  };
+  if (!ValidId(link.Id)) bad();
+  if (rest.empty()) return link;
+  std::string type = rest.substr(0, 2);
+  for (char& c : type) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  static const char* names[] = {"FS", "SS", "FF", "SF"};
+  auto it = std::find_if(std::begin(names), std::end(names), [&](const char* t) { return type == t; });
+  if (it == std::end(names)) bad();
+  link.Type = static_cast<LinkType>(it - std::begin(names));
+  std::string lag = rest.substr(2);
+  if (lag.empty()) return link;
+  if ((lag[0] != '+' && lag[0] != '-') || lag.size() < 2 ||
+      !std::all_of(lag.begin() + 1, lag.end(), [](unsigned char c) { return std::isdigit(c); }))
+    bad();
+  int64_t value = 0;
+  auto [end, ec] = std::from_chars(lag.data() + 1, lag.data() + lag.size(), value);
+  if (ec != std::errc() || value > std::numeric_limits<int32_t>::max())
+    Fail(file, n, "lag '" + lag + "' is too large");
+  link.Lag = static_cast<int32_t>(lag[0] == '-' ? -value : value);
+  return link;
+}
+
+}  // namespace
+
+std::vector<PlanTask> ParsePlan(std::istream& in, const std::string& file) {
+  std::vector<PlanTask> tasks;
+  std::unordered_map<std::string, std::size_t> index;
+  std::string line;
+  int n = 0;
+  std::size_t id = 0, name = 0, duration = 0, predecessors = 0, needed = 0;
+  bool header = false, named = false;
+  while (ReadLine(in, line)) {
+    ++n;
+    if (Trim(line).empty()) continue;
+    std::vector<std::string> fields = SplitCsv(line, file, n);
+    if (!header) {
+      std::vector<std::string> names;
+      for (auto& f : fields) names.push_back(Lower(f));
+      auto column = [&](const char* wanted, bool required) {
+        auto it = std::find(names.begin(), names.end(), wanted);
+        if (it == names.end() && required)
+          Fail(file, n,
+               std::string("the header has no '") + wanted +
+                   "' column (expected id,name,duration,predecessors)");
+        return static_cast<std::size_t>(it - names.begin());
+      };
+      id = column("id", true);
+      duration = column("duration", true);
+      predecessors = column("predecessors", true);
+      name = column("name", false);
+      named = name < names.size();
+      needed = std::max({id, duration, predecessors, named ? name : 0}) + 1;
+      header = true;
+      continue;
+    }
+    // A missing last field is an empty list of predecessors.
+    if (fields.size() + 1 == needed && predecessors == needed - 1) fields.emplace_back();
+    if (fields.size() < needed)
+      Fail(file, n,
+           "expected " + std::to_string(needed) + " fields, found " + std::to_string(fields.size()));
+    PlanTask t;
+    t.Id = fields[id];
+    if (!ValidId(t.Id))
+      Fail(file, n, t.Id.empty() ? "missing task id"
+                                 : "task id '" + t.Id + "' has a blank, ';', ':' or a parenthesis");
+    if (!index.try_emplace(t.Id, tasks.size()).second)
+      Fail(file, n, "task '" + t.Id + "' is already defined on line " +
+                        std::to_string(tasks[index[t.Id]].Line));
+    if (named) t.Name = fields[name];
+    t.Duration = ParseDuration(fields[duration], file, n);
+    t.Line = n;
+    std::string list = fields[predecessors];
+    for (std::size_t at = 0; at <= list.size();) {
+      std::size_t end = std::min(list.find(';', at), list.size());
+      std::string item = Trim(list.substr(at, end - at));
+      at = end + 1;
+      if (item.empty()) continue;
+      t.Predecessors.push_back(ParseLink(item, file, n));
+      if (t.Predecessors.back().Id == t.Id) Fail(file, n, "task '" + t.Id + "' is its own predecessor");
+    }
+    tasks.push_back(std::move(t));
+  }
+  if (!header) Fail(file, std::max(n, 1), "no header line (expected id,name,duration,predecessors)");
+  for (const PlanTask& t : tasks)
+    for (const PlanLink& l : t.Predecessors)
+      if (!index.count(l.Id))
+        Fail(file, t.Line, "predecessor '" + l.Id + "' is not a task of the plan");
   return tasks;
 }
 

@@ -12,7 +12,11 @@ namespace pel::cli {
 
 namespace {
 
-std::string TaskName(const TaskTimes& t) { return t.From + " --> " + t.To; }
+std::string TaskName(const TaskTimes& t) {
+  return t.Id.empty() ? t.From + " --> " + t.To : t.Id;
+}
+
+std::string Str(int32_t n) { return std::to_string(n); }
 
 std::string Pad(const std::string& s, std::size_t width, bool right) {
   if (s.size() >= width) return s;
@@ -86,17 +90,30 @@ int32_t TickStep(int32_t span) {
 
 std::string RenderText(const Schedule& s) {
   std::string text = "Completion time: " + std::to_string(s.CompletionTime) + "\n\n";
-  std::vector<std::vector<std::string>> events{{"Event", "Earliest", "Latest"}};
-  for (const auto& e : s.Events)
-    events.push_back({e.Name, std::to_string(e.Earliest), std::to_string(e.Latest)});
-  text += Table(events, "lrr") + "\n";
-  std::vector<std::vector<std::string>> tasks{
-      {"Task", "Duration", "Earliest start", "Latest start", "Slack", ""}};
-  for (const auto& t : s.Tasks)
-    tasks.push_back({TaskName(t), std::to_string(t.Duration), std::to_string(t.EarliestStart),
-                     std::to_string(t.LatestStart), std::to_string(t.Slack),
-                     t.Critical ? "critical" : ""});
-  text += Table(tasks, "lrrrrl") + "\nCritical tasks:\n";
+  if (!s.Events.empty()) {
+    std::vector<std::vector<std::string>> events{{"Event", "Earliest", "Latest"}};
+    for (const auto& e : s.Events)
+      events.push_back({e.Name, std::to_string(e.Earliest), std::to_string(e.Latest)});
+    text += Table(events, "lrr") + "\n";
+  }
+  std::vector<std::vector<std::string>> tasks;
+  if (s.Plan) {
+    tasks.push_back({"Task", "Name", "Duration", "Earliest start", "Earliest finish",
+                     "Latest start", "Latest finish", "Total float", "Free float", ""});
+    for (const auto& t : s.Tasks)
+      tasks.push_back({TaskName(t), t.Name, Str(t.Duration), Str(t.EarliestStart),
+                       Str(t.EarliestStart + t.Duration), Str(t.LatestStart),
+                       Str(t.LatestStart + t.Duration), Str(t.Slack), Str(t.FreeFloat),
+                       t.Critical ? "critical" : ""});
+    text += Table(tasks, "llrrrrrrrl") + "\nCritical tasks:\n";
+  } else {
+    tasks.push_back(
+        {"Task", "Duration", "Earliest start", "Latest start", "Total float", "Free float", ""});
+    for (const auto& t : s.Tasks)
+      tasks.push_back({TaskName(t), Str(t.Duration), Str(t.EarliestStart), Str(t.LatestStart),
+                       Str(t.Slack), Str(t.FreeFloat), t.Critical ? "critical" : ""});
+    text += Table(tasks, "lrrrrrl") + "\nCritical tasks:\n";
+  }
   for (const auto& name : s.Critical) text += "  " + name + "\n";
   return text;
 }
@@ -104,18 +121,37 @@ std::string RenderText(const Schedule& s) {
 std::string RenderJson(const Schedule& s) {
   nlohmann::ordered_json j;
   j["completion_time"] = s.CompletionTime;
-  j["events"] = nlohmann::ordered_json::array();
-  for (const auto& e : s.Events)
-    j["events"].push_back({{"name", e.Name}, {"earliest", e.Earliest}, {"latest", e.Latest}});
+  if (!s.Plan || !s.Events.empty()) {
+    j["events"] = nlohmann::ordered_json::array();
+    for (const auto& e : s.Events)
+      j["events"].push_back({{"name", e.Name}, {"earliest", e.Earliest}, {"latest", e.Latest}});
+  }
   j["tasks"] = nlohmann::ordered_json::array();
-  for (const auto& t : s.Tasks)
-    j["tasks"].push_back({{"from", t.From},
-                          {"to", t.To},
-                          {"duration", t.Duration},
-                          {"earliest_start", t.EarliestStart},
-                          {"latest_start", t.LatestStart},
-                          {"slack", t.Slack},
-                          {"critical", t.Critical}});
+  for (const auto& t : s.Tasks) {
+    nlohmann::ordered_json k;
+    if (s.Plan && !t.Id.empty()) {
+      k["id"] = t.Id;
+      k["name"] = t.Name;
+    } else {
+      k["from"] = t.From;
+      k["to"] = t.To;
+      if (s.Plan) k["dummy"] = t.Name;
+    }
+    k["duration"] = t.Duration;
+    k["earliest_start"] = t.EarliestStart;
+    if (s.Plan) k["earliest_finish"] = t.EarliestStart + t.Duration;
+    k["latest_start"] = t.LatestStart;
+    if (s.Plan) k["latest_finish"] = t.LatestStart + t.Duration;
+    k["total_float"] = t.Slack;
+    k["free_float"] = t.FreeFloat;
+    k["critical"] = t.Critical;
+    j["tasks"].push_back(std::move(k));
+  }
+  if (s.Plan) {
+    j["links"] = nlohmann::ordered_json::array();
+    for (const auto& l : s.Links)
+      j["links"].push_back({{"from", l.From}, {"to", l.To}, {"type", l.Kind}});
+  }
   j["critical"] = s.Critical;
   // Names are bytes as read; anything that is not UTF-8 is replaced.
   return j.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
@@ -123,8 +159,30 @@ std::string RenderJson(const Schedule& s) {
 
 std::string RenderDot(const Schedule& s) {
   std::ostringstream dot;
+  auto floats = [](const TaskTimes& t) {
+    return t.Slack || t.FreeFloat ? " (float " + Str(t.Slack) + ", free " + Str(t.FreeFloat) + ")"
+                                  : std::string();
+  };
   dot << "digraph project {\n  rankdir=LR;\n  node [shape=ellipse, fontname=\"Helvetica\"];\n"
          "  edge [fontname=\"Helvetica\"];\n";
+  if (s.Plan && s.Events.empty()) {
+    // A plan is drawn as it was written: the tasks are the nodes.
+    for (const auto& t : s.Tasks) {
+      std::string label = DotQuote(t.Id + (t.Name.empty() ? "" : ": " + t.Name));
+      label.insert(label.size() - 1, "\\n" + Str(t.EarliestStart) + " to " +
+                                         Str(t.EarliestStart + t.Duration) + floats(t));
+      dot << "  " << DotQuote(t.Id) << " [shape=box, label=" << label;
+      if (t.Critical) dot << ", color=\"#d62728\", penwidth=2";
+      dot << "];\n";
+    }
+    for (const auto& l : s.Links) {
+      dot << "  " << DotQuote(l.From) << " -> " << DotQuote(l.To) << " [label=" << DotQuote(l.Kind);
+      if (l.Critical) dot << ", color=\"#d62728\", fontcolor=\"#d62728\", penwidth=2.5";
+      dot << "];\n";
+    }
+    dot << "}\n";
+    return dot.str();
+  }
   for (const auto& e : s.Events) {
     // Graphviz reads \n inside a quoted label as a line break.
     std::string label = DotQuote(e.Name);
@@ -136,8 +194,7 @@ std::string RenderDot(const Schedule& s) {
   }
   for (const auto& t : s.Tasks) {
     dot << "  " << DotQuote(t.From) << " -> " << DotQuote(t.To) << " [label="
-        << DotQuote(std::to_string(t.Duration) +
-                    (t.Slack ? " (slack " + std::to_string(t.Slack) + ")" : ""));
+        << DotQuote(Str(t.Duration) + floats(t));
     if (t.Critical) dot << ", color=\"#d62728\", fontcolor=\"#d62728\", penwidth=2.5";
     dot << "];\n";
   }
@@ -145,7 +202,13 @@ std::string RenderDot(const Schedule& s) {
   return dot.str();
 }
 
-std::string RenderGanttSvg(const Schedule& s) {
+std::string RenderGanttSvg(const Schedule& all) {
+  // A plan's dummies get no bar.
+  Schedule s = all;
+  if (s.Plan)
+    s.Tasks.erase(std::remove_if(s.Tasks.begin(), s.Tasks.end(),
+                                 [](const TaskTimes& t) { return t.Id.empty(); }),
+                  s.Tasks.end());
   // Geometry in pixels; text widths are estimated for a 12 px sans-serif font.
   const double charWidth = 7.0, rowHeight = 24, barHeight = 14, chartWidth = 720;
   std::size_t longest = 4;
@@ -189,7 +252,8 @@ std::string RenderGanttSvg(const Schedule& s) {
          "<text x=\"156\" y=\"49\">task</text>\n"
       << "<rect x=\"206\" y=\"40\" width=\"14\" height=\"10\" fill=\"#1f77b4\" "
          "fill-opacity=\"0.15\" "
-         "stroke=\"#1f77b4\" stroke-dasharray=\"3,2\"/><text x=\"226\" y=\"49\">slack</text>\n";
+         "stroke=\"#1f77b4\" stroke-dasharray=\"3,2\"/><text x=\"226\" y=\"49\">total float, "
+         "the free float shaded</text>\n";
 
   // Grid and time scale.
   const int32_t step = TickStep(span);
@@ -210,11 +274,16 @@ std::string RenderGanttSvg(const Schedule& s) {
     svg << "<rect x=\"" << X(t.EarliestStart) << "\" y=\"" << barY << "\" width=\""
         << std::max(1.0, scale * t.Duration) << "\" height=\"" << barHeight << "\" fill=\""
         << colour << "\"><title>" << XmlEscape(TaskName(t)) << ": " << t.EarliestStart << " to "
-        << t.EarliestStart + t.Duration << ", slack " << t.Slack << "</title></rect>\n";
+        << t.EarliestStart + t.Duration << ", total float " << t.Slack << ", free float "
+        << t.FreeFloat << "</title></rect>\n";
     if (t.Slack > 0)
       svg << "<rect x=\"" << X(t.EarliestStart + t.Duration) << "\" y=\"" << barY << "\" width=\""
           << scale * t.Slack << "\" height=\"" << barHeight << "\" fill=\"" << colour
           << "\" fill-opacity=\"0.15\" stroke=\"" << colour << "\" stroke-dasharray=\"3,2\"/>\n";
+    if (t.FreeFloat > 0)
+      svg << "<rect x=\"" << X(t.EarliestStart + t.Duration) << "\" y=\"" << barY << "\" width=\""
+          << scale * t.FreeFloat << "\" height=\"" << barHeight << "\" fill=\"" << colour
+          << "\" fill-opacity=\"0.3\"/>\n";
     y += rowHeight;
   }
 

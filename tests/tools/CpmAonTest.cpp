@@ -1,0 +1,147 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "pel/CpmCommand.h"
+
+namespace {
+
+using nlohmann::json;
+
+struct Result {
+  int Status;
+  std::string Out, Err;
+};
+
+Result Cpm(std::vector<std::string> args, const std::string& input = "") {
+  std::istringstream in(input);
+  std::ostringstream out, err;
+  int status = pel::cli::RunCpm(args, in, out, err);
+  return {status, out.str(), err.str()};
+}
+
+// A plan read from standard input as tasks; its tasks by id.
+std::map<std::string, json> Plan(const std::string& csv, std::vector<std::string> extra = {}) {
+  extra.insert(extra.begin(), {"--json", "--aon"});
+  extra.push_back("-");
+  Result r = Cpm(extra, csv);
+  EXPECT_EQ(r.Status, 0) << r.Err;
+  std::map<std::string, json> tasks;
+  if (r.Status) return tasks;
+  json j = json::parse(r.Out);
+  tasks["*"] = j;
+  for (const auto& t : j["tasks"])
+    tasks[t.contains("id") ? t["id"].get<std::string>() : t["dummy"].get<std::string>()] = t;
+  return tasks;
+}
+
+}  // namespace
+
+// X (10) then A (4, from 10 to 14); B (3) hangs on A or X by one link.
+// Times worked out by hand: FS from A's finish, SS from its start, FF and SF
+// fix B's finish, so B starts its duration earlier; a lead never moves B
+// before the project start.
+TEST(CpmAon, EachLinkTypeWithLagAndLead) {
+  struct Case {
+    const char* Link;
+    int Start;
+  };
+  const Case cases[] = {
+      {"A FS+2", 16}, {"A", 14},      {"A FS-3", 11}, {"A SS+2", 12}, {"A SS", 10},
+      {"A SS-3", 7},  {"A FF+2", 13}, {"A FF", 11},   {"A FF-1", 10}, {"A SF+2", 9},
+      {"A SF", 7},    {"A sf-3", 4},  {"X SS-5", 0},  {"X FF-20", 0}, {"X SF+1", 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.Link);
+    auto t = Plan(std::string("ID,Duration,Predecessors\nX,10,\nA,4,X\nB,3,") + c.Link + "\n");
+    if (t.empty()) continue;
+    const json& b = t["B"];
+    EXPECT_EQ(b["earliest_start"], c.Start);
+    EXPECT_EQ(b["earliest_finish"], c.Start + 3);
+    int completion = std::max(14, c.Start + 3);
+    EXPECT_EQ(t["*"]["completion_time"], completion);
+    // B has no successor: both floats run to the project finish.
+    EXPECT_EQ(b["total_float"], completion - c.Start - 3);
+    EXPECT_EQ(b["free_float"], b["total_float"]);
+  }
+  // The converted network: a lead is a dummy of negative duration, FF and SF
+  // links run to the successor's start less its duration.
+  auto t = Plan("id,duration,predecessors\nA,4,\nB,3,A FS-3\nC,5,A FF+1\n", {"--show-dummies"});
+  EXPECT_EQ(t["A FS-3 B"]["duration"], -3);
+  EXPECT_EQ(t["A FS-3 B"]["from"], "A:finish");
+  EXPECT_EQ(t["A FF+1 C"]["duration"], 1 - 5);
+  EXPECT_EQ(t["A FF+1 C"]["to"], "C:start");
+  EXPECT_EQ(t["*"]["events"].front()["name"], "(start)");
+  EXPECT_EQ(t["*"]["events"].back()["name"], "(finish)");
+  EXPECT_FALSE(Plan("id,duration,predecessors\nA,4,\n")["*"].contains("events"));
+}
+
+// A 3; B 2 and C 5 after A; D 1 after B; E 2 after C and D; F 1 starting 1
+// after B starts. By hand: A 0-3, B 3-5, C 3-8, D 5-6, E 8-10, F 4-5.
+TEST(CpmAon, TotalAndFreeFloatOfAWorkedExample) {
+  auto t = Plan(
+      "id,name,duration,predecessors\nA,dig,3,\nB,,2,A\nC,,5,A\nD,,1,B\nE,,2,C;D\nF,,1,B SS+1\n");
+  ASSERT_FALSE(t.empty());
+  const std::map<std::string, std::pair<int, int>> floats{
+      {"A", {0, 0}}, {"B", {2, 0}}, {"C", {0, 0}}, {"D", {2, 2}}, {"E", {0, 0}}, {"F", {5, 5}}};
+  for (const auto& [id, f] : floats) {
+    SCOPED_TRACE(id);
+    EXPECT_EQ(t[id]["total_float"], f.first);
+    EXPECT_EQ(t[id]["free_float"], f.second);
+    EXPECT_EQ(t[id]["critical"], f.first == 0);
+  }
+  EXPECT_EQ(t["A"]["name"], "dig");
+  EXPECT_EQ(t["*"]["critical"], json::array({"A", "C", "E"}));
+  EXPECT_EQ(t["*"]["links"][5], json({{"from", "B"}, {"to", "F"}, {"type", "SS+1"}}));
+
+  // The house as tasks is the house as events: the two rough-in inspections
+  // are lags.
+  Result house = Cpm({"--json", std::string(PEL_SOURCE_DIR) + "/examples/house-aon.csv"});
+  ASSERT_EQ(house.Status, 0) << house.Err;
+  json j = json::parse(house.Out);
+  EXPECT_EQ(j["completion_time"], 39);
+  EXPECT_EQ(j["critical"], json::array({"permit", "footings", "frame", "roof", "windows",
+                                        "insulation", "drywall", "inspection"}));
+  // The other forms carry both floats too.
+  std::string dot = Cpm({"--dot", std::string(PEL_SOURCE_DIR) + "/examples/house-aon.csv"}).Out;
+  EXPECT_NE(dot.find("\"siding\" [shape=box, label=\"siding: Siding and gutters\\n25 to 31 "
+                     "(float 4, free 0)\"];"),
+            std::string::npos);
+  EXPECT_NE(dot.find("\"wiring\" -> \"drywall\" [label=\"FS+2\"];"), std::string::npos);
+}
+
+TEST(CpmAon, BadPlansAndCyclesNameTheirLines) {
+  struct Case {
+    const char* Text;
+    const char* Message;
+  };
+  const Case cases[] = {
+      {"id,duration\nA,1\n", "p.csv:1: the header has no 'predecessors' column"},
+      {"id,duration,predecessors\nA,1,\nA,2,\n", "p.csv:3: task 'A' is already defined on line 2"},
+      {"id,duration,predecessors\nA,1,\nB,1,A;Z\n", "p.csv:3: predecessor 'Z' is not a task"},
+      {"id,duration,predecessors\nA,1,A SS\n", "p.csv:2: task 'A' is its own predecessor"},
+      {"id,duration,predecessors\nA,1,\nB,1,A XY+1\n", "p.csv:3: predecessor 'A XY+1' is not"},
+      {"id,duration,predecessors\nA,1,\nB,1,A FS2\n", "p.csv:3: predecessor 'A FS2' is not"},
+      {"id,duration,predecessors\nA (x),1,\n", "p.csv:2: task id 'A (x)' has a blank"},
+      {"id,duration,predecessors\nA,-1,\n", "p.csv:2: duration '-1' is negative"},
+      {"id,duration,predecessors\nA,2000000000,\nB,1,A FF-2000000000\n",
+       "p.csv:3: the durations and lags add up to more than 2147483647"},
+      {"id,duration,predecessors\nS,1,\nA,1,S;C\nB,1,A FF\nC,2,B SS+1\nD,1,C\n",
+       "p.csv: Graph is not acyclic: A -> B -> C -> A (lines 3, 4, 5)"},
+      {"id,duration,predecessors\nA,1,B SF-1\nB,1,A\n",
+       "p.csv: Graph is not acyclic: A -> B -> A (lines 2, 3)"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.Text);
+    std::string path = ::testing::TempDir() + "p.csv";
+    std::ofstream(path, std::ios::binary) << c.Text;
+    Result r = Cpm({"--aon", path});
+    EXPECT_EQ(r.Status, 2);
+    EXPECT_EQ(r.Out, "");
+    EXPECT_NE(r.Err.find(c.Message), std::string::npos) << r.Err;
+  }
+  EXPECT_EQ(Cpm({"--aon", "--from", "A:start", "-"}, "id,duration,predecessors\nA,1,\n").Status, 2);
+}
