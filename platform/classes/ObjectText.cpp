@@ -415,8 +415,10 @@ class TTextToBinary {
     bool isHex = FPos < FText.size() && FText[FPos] == '$';
     std::size_t p = FPos;
     while (p < FText.size() && std::isdigit(static_cast<uint8_t>(FText[p]))) ++p;
+    // The printer writes an infinity as +Inf or -Inf.
     bool isFloat =
-        !isHex && p < FText.size() && (FText[p] == '.' || FText[p] == 'E' || FText[p] == 'e');
+        (!isHex && p < FText.size() && (FText[p] == '.' || FText[p] == 'E' || FText[p] == 'e')) ||
+        (FPos > start && FText.compare(FPos, 3, "Inf") == 0);
     if (!isFloat) {
       FPos = save;
       FLine = saveLine;
