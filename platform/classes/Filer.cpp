@@ -346,9 +346,9 @@ TValueType TReader::NextValue() {
 }
 
 TReader::DepthGuard::DepthGuard(TReader* R) : Reader(R) {
-  if (++Reader->FDepth > kMaxDepth) {
+  if (++Reader->FDepth > kMaxStreamDepth) {
     --Reader->FDepth;
-    throw EReadError(SInvalidImage);
+    throw EReadError(SStreamTooDeep, {kMaxStreamDepth});
   }
 }
 

@@ -24,6 +24,11 @@
 // persistent object as its own properties under "Property.Sub" names. Then
 // the object's DefineProperties adds what is not published.
 //
+// Nesting: components, collections and lists nested deeper than
+// kMaxStreamDepth levels are refused with EReadError "Stream nested deeper
+// than 500 levels" before the call stack runs out (the text form's printer
+// and parser keep the same limit, see ObjectText.h).
+//
 // Reading malformed input raises EReadError ("Invalid stream format" for a
 // bad signature or an unknown value code, "Invalid property value" for a
 // value of the wrong type, "Property X does not exist", or "Stream read
@@ -66,6 +71,8 @@ enum TValueType : uint8_t {
   vaUString,
   vaQWord
 };
+// The deepest nesting of components, collections and lists a stream may hold.
+constexpr int32_t kMaxStreamDepth = 500;
 // The highest value code a stream may hold.
 constexpr uint8_t kMaxValueType = vaQWord;
 
@@ -232,9 +239,8 @@ class TReader : public TFiler {
     const TPropInfo* PropInfo;
     String Name;
   };
-  // Nesting of components, collections and lists being read; a stream
-  // nested deeper than kMaxDepth is refused rather than exhausting the stack.
-  static constexpr int kMaxDepth = 500;
+  // Nesting of components, collections and lists being read (at most
+  // kMaxStreamDepth).
   struct DepthGuard {
     explicit DepthGuard(TReader* R);
     ~DepthGuard() { --Reader->FDepth; }

@@ -29,7 +29,9 @@
 // ObjectTextToBinary parses that form (and the same with CR LF lines, string
 // pieces joined by '+', hex integers with '$') back to the binary stream.
 // Bad text raises EParserError "<what> on line <n>"; a bad binary stream
-// raises EReadError as the reader does.
+// raises EReadError as the reader does. Both directions refuse nesting
+// deeper than the reader's kMaxStreamDepth (500) levels with "Stream nested
+// deeper than 500 levels" (on line <n> for text).
 #pragma once
 
 #include "platform/SysUtils.h"
