@@ -758,7 +758,10 @@ void TReader::ReadPropValue(TPersistent* Instance, const TPropInfo* P) {
         ReadValue();
         SetStrProp(Instance, P, String());
       } else {
-        SetStrProp(Instance, P, ReadIdent());
+        // A handler's name must be a method name (and so print as one).
+        String name = ReadIdent();
+        if (!IsValidIdent(name)) PropValueError();
+        SetStrProp(Instance, P, name);
       }
       break;
     case tkClass:

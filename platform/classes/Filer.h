@@ -31,8 +31,9 @@
 //
 // Reading malformed input raises EReadError ("Invalid stream format" for a
 // bad signature or an unknown value code, "Invalid property value" for a
-// value of the wrong type, "Property X does not exist", or "Stream read
-// error" when the stream ends early) or EClassNotFound for an unregistered
+// value of the wrong type or a handler name that is not an identifier,
+// "Property X does not exist", or "Stream read error" when the stream ends
+// early) or EClassNotFound for an unregistered
 // class. Components the reader created before the error are freed.
 #pragma once
 

@@ -262,6 +262,10 @@ TEST(Filer, MalformedStreamsRaiseAndLeakNothing) {
   bad = good;
   bad.replace(5, 8, "TUnknown");
   ExpectRaises<EClassNotFound>([&] { read(bad); }, "Class TUnknown not found");
+  // A handler name that is no identifier (it would not print as one).
+  bad = good;
+  bad.replace(bad.find("MainClick"), 9, "Main}lick");
+  ExpectRaises<EReadError>([&] { read(bad); }, "Invalid property value");
   // A long-string length far beyond the stream.
   auto s = Make<TMemoryStream>();
   {
