@@ -25,6 +25,8 @@ constexpr const char* SFCreateErrorEx = "Cannot create file \"%s\". %s";
 constexpr const char* SFOpenErrorEx = "Cannot open file \"%s\". %s";
 constexpr const char* SMemoryStreamError = "Out of memory while expanding memory stream";
 constexpr const char* SInvalidImage = "Invalid stream format";
+// Not the framework's: it has no limit and runs out of stack instead.
+constexpr const char* SStreamTooDeep = "Stream nested deeper than %d levels";
 constexpr const char* SReadOnlyProperty = "Property is read-only";
 constexpr const char* SInvalidProperty = "Invalid property value";
 constexpr const char* SInvalidPropertyValue = "Invalid property value";

@@ -402,9 +402,9 @@ Classes::TValueType TReader::NextValue() {
 }
 
 TReader::DepthGuard::DepthGuard(TReader* R) : Reader(R) {
-  if (++Reader->FDepth > kMaxDepth) {
+  if (++Reader->FDepth > kMaxStreamDepth) {
     --Reader->FDepth;
-    throw EReadError(SInvalidImage);
+    throw EReadError(SStreamTooDeep, {kMaxStreamDepth});
   }
 }
 
@@ -851,7 +851,10 @@ void TReader::ReadPropValue(TObject* Instance, const TPropInfo* P) {
         ReadValue();
         SetStrProp(Instance, P, String());
       } else {
-        SetStrProp(Instance, P, ReadIdent());
+        // A handler's name must be a method name (and so print as one).
+        String name = ReadIdent();
+        if (!IsValidIdent(name)) PropValueError();
+        SetStrProp(Instance, P, name);
       }
       break;
     case tkClass:

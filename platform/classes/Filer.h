@@ -34,10 +34,16 @@
 // ShortInt, Smallint or Integer (Int64 above 32 bits), Single, Double,
 // Currency, Date, Boolean or String variants.
 //
+// Nesting: components, collections and lists nested deeper than
+// kMaxStreamDepth levels are refused with EReadError "Stream nested deeper
+// than 500 levels" before the call stack runs out (the text form's printer
+// and parser keep the same limit, see ObjectText.h).
+//
 // Reading malformed input raises EReadError ("Invalid stream format" for a
 // bad signature or an unknown value code, "Invalid property value" for a
-// value of the wrong type, "Property X does not exist", or "Stream read
-// error" when the stream ends early) or EClassNotFound for an unregistered
+// value of the wrong type or a handler name that is not an identifier,
+// "Property X does not exist", or "Stream read error" when the stream ends
+// early) or EClassNotFound for an unregistered
 // class. Components the reader created before the error are freed.
 #pragma once
 
@@ -80,6 +86,8 @@ enum TValueType : uint8_t {
   vaUString,
   vaQWord
 };
+// The deepest nesting of components, collections and lists a stream may hold.
+constexpr int32_t kMaxStreamDepth = 500;
 }  // namespace Classes
 using enum Classes::TValueType;
 // The highest value code a stream may hold.
@@ -250,9 +258,8 @@ class TReader : public TFiler {
     const TPropInfo* PropInfo;
     String Name;
   };
-  // Nesting of components, collections and lists being read; a stream
-  // nested deeper than kMaxDepth is refused rather than exhausting the stack.
-  static constexpr int kMaxDepth = 500;
+  // Nesting of components, collections and lists being read (at most
+  // kMaxStreamDepth).
   struct DepthGuard {
     explicit DepthGuard(TReader* R);
     ~DepthGuard() { --Reader->FDepth; }

@@ -107,16 +107,19 @@ class FrontGapSlots {
   }
 
   // Opens slot Index among the Count in use (Count < Capacity) and returns
-  // it; the caller stores the item.
+  // it cleared; the caller stores the item. (A moved-from item keeps its
+  // plain pointers, so the slot would otherwise still name its neighbour's.)
   T& Open(int32_t Index, int32_t Count) {
+    T* first;
     if (FFront > 0 && Index < Count / 2 + 1) {
       --FFront;
-      T* first = Data();
+      first = Data();
       std::move(first + 1, first + Index + 1, first);
-      return first[Index];
+    } else {
+      first = Data();
+      std::move_backward(first + Index, first + Count, first + Count + 1);
     }
-    T* first = Data();
-    std::move_backward(first + Index, first + Count, first + Count + 1);
+    first[Index] = T();
     return first[Index];
   }
 

@@ -111,7 +111,7 @@ class TBinaryToText {
   }
 
   void ProcessValue(uint8_t type, const String& indent, int depth) {
-    if (depth > 256) throw EReadError(SInvalidImage);
+    if (depth > kMaxStreamDepth) throw EReadError(SStreamTooDeep, {kMaxStreamDepth});
     switch (type) {
       case vaList: {
         Out("(");
@@ -262,7 +262,7 @@ class TBinaryToText {
   }
 
   void ReadObject(const String& indent, int depth) {
-    if (depth > 256) throw EReadError(SInvalidImage);
+    if (depth > kMaxStreamDepth) throw EReadError(SStreamTooDeep, {kMaxStreamDepth});
     uint8_t flags = Byte();
     int64_t childPos = 0;
     if ((flags & 0xF0) == 0xF0) {
@@ -415,8 +415,10 @@ class TTextToBinary {
     bool isHex = FPos < FText.size() && FText[FPos] == '$';
     std::size_t p = FPos;
     while (p < FText.size() && std::isdigit(static_cast<uint8_t>(FText[p]))) ++p;
+    // The printer writes an infinity as +Inf or -Inf.
     bool isFloat =
-        !isHex && p < FText.size() && (FText[p] == '.' || FText[p] == 'E' || FText[p] == 'e');
+        (!isHex && p < FText.size() && (FText[p] == '.' || FText[p] == 'E' || FText[p] == 'e')) ||
+        (FPos > start && FText.compare(FPos, 3, "Inf") == 0);
     if (!isFloat) {
       FPos = save;
       FLine = saveLine;
@@ -517,7 +519,7 @@ class TTextToBinary {
   }
 
   void Value(int depth) {
-    if (depth > 256) Error(SInvalidProperty);
+    if (depth > kMaxStreamDepth) Error(Format(SStreamTooDeep, {kMaxStreamDepth}));
     char c = PeekChar();
     if (c == '\'' || c == '#') {
       StringValue();
@@ -598,7 +600,7 @@ class TTextToBinary {
   }
 
   void ReadObject(int depth) {
-    if (depth > 256) Error(SInvalidProperty);
+    if (depth > kMaxStreamDepth) Error(Format(SStreamTooDeep, {kMaxStreamDepth}));
     TFilerFlags flags = 0;
     if (IsWord("inherited"))
       flags = ffInherited;

@@ -22,10 +22,16 @@
 // printed the same way with the suffix s, c or d that the parser reads
 // back. Strings print printable ASCII quoted and every other byte as #n.
 //
+// Floats are doubles here, so a float beyond their range reads as an
+// infinity; infinities print as +Inf and -Inf and read back. A NaN prints as
+// Nan, which reads back as the identifier Nan (the text has no NaN literal).
+//
 // ObjectTextToBinary parses that form (and the same with CR LF lines, string
 // pieces joined by '+', hex integers with '$') back to the binary stream.
 // Bad text raises EParserError "<what> on line <n>"; a bad binary stream
-// raises EReadError as the reader does.
+// raises EReadError as the reader does. Both directions refuse nesting
+// deeper than the reader's kMaxStreamDepth (500) levels with "Stream nested
+// deeper than 500 levels" (on line <n> for text).
 #pragma once
 
 #include "platform/SysUtils.h"

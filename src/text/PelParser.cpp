@@ -46,9 +46,12 @@ bool TPelCustomParser::Next() {
   FPosition += SkipDelimiters(+1);
   if (length < FPosition) return false;
   const int32_t n = SkipText(+1);
-  FToken = FText.substr(static_cast<std::size_t>(FPosition - 1), static_cast<std::size_t>(n));
+  // From position 0 (SetPosition allows it) nothing is skipped: an empty
+  // token and the whole text as the rest, still a success.
+  const auto from = static_cast<std::size_t>(FPosition > 1 ? FPosition - 1 : 0);
+  FToken = FText.substr(from, static_cast<std::size_t>(n));
   FPosition += n;
-  FRestOfText = FText.substr(static_cast<std::size_t>(FPosition - 1));
+  FRestOfText = FText.substr(from + static_cast<std::size_t>(n));
   return true;
 }
 

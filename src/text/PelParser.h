@@ -29,6 +29,8 @@ class TPelCustomParser : public TObject {
   virtual bool First();
   // Intended: a walk that starts at the last character finds nothing there
   // (only a one-character text gives its token), see PelParser.cpp.
+  // From position 0 it succeeds without moving: an empty token and the
+  // whole text as the rest.
   virtual bool Next();
   virtual bool Previous();
   virtual bool Last();

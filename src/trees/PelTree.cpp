@@ -1,10 +1,18 @@
 #include "trees/PelTree.h"
 
+#include <vector>
+
 namespace pel {
 
 namespace {
 
 [[noreturn]] void TreeError(const char* Msg) { throw ETreeException(Msg); }
+
+// A node of a walk in progress and the index of its next child.
+struct Frame {
+  TPelCustomTreeNode* Node;
+  int32_t Next;
+};
 
 }  // namespace
 
@@ -34,13 +42,56 @@ void TPelCustomTreeNode::AssignFields(TPelCustomTreeNode* Source) {
   FData = CheckAssigned(Source)->FData;
 }
 
+// Each copy is made as Assign makes it (Clear, AssignFields, then the
+// children in order), depth first, with the pending copies kept here.
 void TPelCustomTreeNode::AddChildren(TPelCustomTreeNode* Node) {
   CheckAssigned(Node);
-  for (int32_t i = 0; i < Node->GetChildCount(); ++i) NewChild()->Assign(Node->GetChild(i));
+  struct Copy {
+    TPelCustomTreeNode* Dest;
+    TPelCustomTreeNode* Source;
+    int32_t Next;
+  };
+  std::vector<Copy> stack{{this, Node, 0}};
+  while (!stack.empty()) {
+    Copy& top = stack.back();
+    if (top.Next >= top.Source->GetChildCount()) {
+      stack.pop_back();
+      continue;
+    }
+    TPelCustomTreeNode* source = top.Source->GetChild(top.Next++);
+    TPelCustomTreeNode* copy = top.Dest->NewChild();
+    copy->Clear();
+    copy->AssignFields(source);
+    stack.push_back({copy, CheckAssigned(source), 0});
+  }
 }
 
+// Bottom-up, in the order the recursive form frees: from the last child to
+// the first, a child with children of its own is emptied first (as its own
+// Clear would), so freeing it never recurses.
 void TPelCustomTreeNode::Clear() {
-  for (int32_t i = GetChildCount() - 1; i >= 0; --i) DeleteChild(GetChild(i));
+  struct Emptying {
+    TPelCustomTreeNode* Node;
+    int32_t Index;   // the child to free next
+    bool Descended;  // that child has been emptied
+  };
+  std::vector<Emptying> stack{{this, GetChildCount() - 1, false}};
+  while (!stack.empty()) {
+    Emptying& top = stack.back();
+    if (top.Index < 0) {
+      stack.pop_back();
+      continue;
+    }
+    TPelCustomTreeNode* child = top.Node->GetChild(top.Index);
+    if (!top.Descended && child && child->GetChildCount() > 0) {
+      top.Descended = true;
+      stack.push_back({child, child->GetChildCount() - 1, false});
+      continue;
+    }
+    top.Descended = false;
+    --top.Index;
+    top.Node->DeleteChild(child);
+  }
   Change();
 }
 
@@ -325,12 +376,29 @@ void TPelCustomTree::SetOnChangingName(const String& Value) {
   SetEventName(FOnChanging, FOnChangingName, Value);
 }
 
+// Child 0, the node, then children 1 and on. A frame's Next is 0 before
+// child 0, 1 once the node itself is due, and 2 + i - 1 before child i.
 void TPelCustomTree::Infix(TPelCustomTreeNode* Node, const TTreeIterator& Method, intptr_t Data) {
   if (!Node) return;
-  const int32_t n = Node->GetChildCount();
-  if (n > 0) Infix(Node->GetChild(0), Method, Data);
-  Method(Node, Data);
-  for (int32_t i = 1; i < Node->GetChildCount(); ++i) Infix(Node->GetChild(i), Method, Data);
+  std::vector<Frame> stack{{Node, 0}};
+  while (!stack.empty()) {
+    Frame& top = stack.back();
+    TPelCustomTreeNode* child = nullptr;
+    if (top.Next == 0) {
+      top.Next = 1;
+      if (top.Node->GetChildCount() > 0) child = top.Node->GetChild(0);
+    } else if (top.Next == 1) {
+      top.Next = 2;
+      Method(top.Node, Data);
+      continue;
+    } else if (top.Next - 1 < top.Node->GetChildCount()) {
+      child = top.Node->GetChild(top.Next++ - 1);
+    } else {
+      stack.pop_back();
+      continue;
+    }
+    if (child) stack.push_back({child, 0});
+  }
 }
 
 void TPelCustomTree::BeginUpdate() {
@@ -442,13 +510,34 @@ void TPelCustomTree::SetRoot(TPelCustomTreeNode* Node) {
 void TPelCustomTree::Prefix(TPelCustomTreeNode* Node, const TTreeIterator& Method, intptr_t Data) {
   if (!Node) return;
   Method(Node, Data);
-  for (int32_t i = 0; i < Node->GetChildCount(); ++i) Prefix(Node->GetChild(i), Method, Data);
+  std::vector<Frame> stack{{Node, 0}};
+  while (!stack.empty()) {
+    Frame& top = stack.back();
+    if (top.Next >= top.Node->GetChildCount()) {
+      stack.pop_back();
+      continue;
+    }
+    TPelCustomTreeNode* child = top.Node->GetChild(top.Next++);
+    if (!child) continue;
+    Method(child, Data);
+    stack.push_back({child, 0});
+  }
 }
 
 void TPelCustomTree::Postfix(TPelCustomTreeNode* Node, const TTreeIterator& Method, intptr_t Data) {
   if (!Node) return;
-  for (int32_t i = 0; i < Node->GetChildCount(); ++i) Postfix(Node->GetChild(i), Method, Data);
-  Method(Node, Data);
+  std::vector<Frame> stack{{Node, 0}};
+  while (!stack.empty()) {
+    Frame& top = stack.back();
+    if (top.Next < top.Node->GetChildCount()) {
+      TPelCustomTreeNode* child = top.Node->GetChild(top.Next++);
+      if (child) stack.push_back({child, 0});
+      continue;
+    }
+    TPelCustomTreeNode* node = top.Node;
+    stack.pop_back();
+    Method(node, Data);
+  }
 }
 
 int32_t TPelCustomTree::GetCount() const { return FRoot ? FRoot->GetChildCount() + 1 : 0; }
@@ -459,11 +548,15 @@ int32_t TPelCustomTree::GetCount() const { return FRoot ? FRoot->GetChildCount()
 TPelBinaryTree::TPelBinaryTree() { FNodeType = TPelBinaryTreeNode::StaticClass(); }
 
 void TPelBinaryTree::Infix(TPelCustomTreeNode* Node, const TTreeIterator& Method, intptr_t Data) {
-  if (!Node) return;
-  auto* node = As<TPelBinaryTreeNode>(Node);
-  Infix(node->GetLeft(), Method, Data);
-  Method(Node, Data);
-  Infix(node->GetRight(), Method, Data);
+  std::vector<TPelBinaryTreeNode*> stack;
+  TPelCustomTreeNode* next = Node;
+  while (next || !stack.empty()) {
+    for (; next; next = stack.back()->GetLeft()) stack.push_back(As<TPelBinaryTreeNode>(next));
+    TPelBinaryTreeNode* node = stack.back();
+    stack.pop_back();
+    Method(node, Data);
+    next = node->GetRight();
+  }
 }
 
 TPelBinaryTreeNode* TPelBinaryTree::GetRoot() const { return As<TPelBinaryTreeNode>(FRoot); }

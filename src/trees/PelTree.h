@@ -10,6 +10,14 @@
 // silent abort (pel::Abort) raised from the callback; the searches use it
 // themselves and catch it.
 //
+// Depth: the walks (traversals, searches, finding a parent), freeing a
+// subtree and copying one keep their own stacks, so a tree of any depth (a
+// chain of a million nodes, say) is handled without running out of the call
+// stack, in the order the recursive definitions give. The price: the walk
+// no longer calls itself through the virtual table, so a descendant's Infix,
+// Assign, AddChildren or Clear is called for the node it was asked about,
+// not again for every node below it.
+//
 // An operation that follows a missing node or owner (a null argument, the
 // parent of the root, a tree without a node class) raises EAccessViolation
 // at that point, keeping whatever it had already changed.
@@ -92,9 +100,11 @@ class TPelCustomTreeNode : public TPersistent {
   // Copies the node's own fields (Data here) from Source.
   virtual void AssignFields(TPelCustomTreeNode* Source);
   virtual TPelCustomTreeNode* AddChild(TPelCustomTreeNode* Node) = 0;
-  // Appends deep copies of Node's children.
+  // Appends deep copies of Node's children: each copy from NewChild, then
+  // Clear and AssignFields on it, then its children, depth first.
   virtual void AddChildren(TPelCustomTreeNode* Node);
-  // Frees every child (last first), then Change.
+  // Frees every child (last first), then Change. A child with children is
+  // emptied first (last first) and then freed, at every depth.
   virtual void Clear();
   // Frees Node, which must be a child; otherwise "Unknown Tree Node".
   virtual void DeleteChild(TPelCustomTreeNode* Node) = 0;

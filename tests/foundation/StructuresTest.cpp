@@ -221,6 +221,25 @@ TEST(PelStringList, OwnedDataGoesBeforeOwnedObjects) {
   l->Clear();
   EXPECT_EQ(freed, (Names{"data0", "object0", "data1", "object1", "data2"}));
 
+  // A string inserted among owned objects carries none of its neighbours'
+  // (through either side of the slots: after a front delete and without).
+  for (int32_t at : {1, 2}) {
+    freed.clear();
+    auto mixed = ListOf({"x", "a", "b", "c"});
+    mixed->SetFreeObjects(true);
+    mixed->SetFreeData(true);
+    for (int32_t i = 0; i < 4; ++i) {
+      mixed->PutObject(i, New<TTracked>(&freed, "o" + std::to_string(i)));
+      mixed->PutData(i, New<TTracked>(&freed, "d" + std::to_string(i)));
+    }
+    if (at == 1) mixed->Delete(0);
+    mixed->Insert(at, "new");
+    EXPECT_EQ(mixed->GetObject(at), nullptr);
+    EXPECT_EQ(mixed->GetData(at), nullptr);
+    mixed->Clear();
+    EXPECT_EQ(freed.size(), 8u);
+  }
+
   // Storing the same owned object again frees it (kept behaviour): the slot
   // is left holding a dangling pointer, which this test only compares.
   freed.clear();

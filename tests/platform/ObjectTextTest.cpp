@@ -158,6 +158,10 @@ TEST(ObjectText, ValuesTheFrameworkPrinterRefusesRoundTripWithSuffixes) {
             "  L = (  )\n"
             "end\n");
   EXPECT_EQ(ToBinary(txt), bin);
+  // Infinities print signed and read back; a float beyond a double's range
+  // is one.
+  String inf = ToBinary("object A: TX\n  P = +Inf\n  M = -Infs\n  B = 1.5E+800\nend\n");
+  EXPECT_EQ(ToText(inf), "object A: TX\n  P = +Inf\n  M = -Infs\n  B = +Inf\nend\n");
   // Pieces joined by '+', CR LF lines, hex integers and comments parse too.
   String alt =
       ToBinary("object A: TX\r\n  V = 'ab' +\r\n    #65'c' // note\r\n  H = $10\r\nend\r\n");

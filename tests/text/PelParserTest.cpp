@@ -49,6 +49,14 @@ TEST(PelParser, WalksForwards) {
   EXPECT_FALSE(p->Next());
   p->SetText("");
   EXPECT_FALSE(p->First());
+  // From position 0 Next succeeds in place: no token, the whole text left.
+  p->SetText(" ab");
+  p->SetPosition(-5);
+  EXPECT_EQ(p->GetPosition(), 0);
+  ASSERT_TRUE(p->Next());
+  EXPECT_EQ(p->GetToken(), "");
+  EXPECT_EQ(p->GetRestOfText(), " ab");
+  EXPECT_EQ(p->GetPosition(), 0);
 
   // Setting the token or the rest moves nothing.
   p->SetText("ab cd");
