@@ -86,10 +86,10 @@ enum TValueType : uint8_t {
   vaUString,
   vaQWord
 };
-// The deepest nesting of components, collections and lists a stream may hold.
-constexpr int32_t kMaxStreamDepth = 500;
 }  // namespace Classes
 using enum Classes::TValueType;
+// The deepest nesting of components, collections and lists a stream may hold.
+constexpr int32_t kMaxStreamDepth = 500;
 // The highest value code a stream may hold.
 constexpr uint8_t kMaxValueType = vaQWord;
 
