@@ -16,7 +16,7 @@ using namespace pel;
 
 namespace {
 
-const char* const kWords[] = {"",  "a",  "b",   "ab",  "ba",  "abc", "A", "B",
+const char* const kWords[] = {"",  "a",  "b",  "ab",  "ba",  "abc", "A", "B",
                               "0", "00", "10", "123", "key", "kez", "z", "zz"};
 
 struct IntKeys {
@@ -156,7 +156,8 @@ void Run(const uint8_t* Data, std::size_t Size) {
         table->ClearCache();
         const int32_t n = table->GetCount();
         std::vector<Key> seen;
-        for (int32_t i = 0; i < n; ++i) seen.push_back(K::KeyAt(table.get(), arg & 1 ? n - 1 - i : i));
+        for (int32_t i = 0; i < n; ++i)
+          seen.push_back(K::KeyAt(table.get(), arg & 1 ? n - 1 - i : i));
         FUZZ_CHECK(sorted(seen) == Keys<K>(m));
         bool raised = false;
         try {

@@ -17,8 +17,8 @@ using namespace pel;
 
 namespace {
 
-const char* const kWords[] = {"", "a", "A", "b", "B", "ab", "aB", "Ab",
-                              "ba", "abc", "ABC", "z", "Z", "_", "[", "~"};
+const char* const kWords[] = {"",   "a",   "A",   "b", "B", "ab", "aB", "Ab",
+                              "ba", "abc", "ABC", "z", "Z", "_",  "[",  "~"};
 
 using Compare = int32_t (*)(const String&, const String&);
 
@@ -139,7 +139,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* Data, std::size_t Size) {
         }
         break;
       }
-      case 7:  // Sorted on or off
+      case 7:    // Sorted on or off
       case 8: {  // Sort
         if (op % 14 == 7 && m.Sorted) {
           list->SetSorted(false);

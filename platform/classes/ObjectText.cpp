@@ -402,7 +402,11 @@ class TTextToBinary {
       }
     }
     if (FPos == start) Error(SNumberExpected);
-    return neg ? -static_cast<int64_t>(v) : static_cast<int64_t>(v);
+    // Decimal numbers must fit 64 bits; hex ones wrap, so $FFFFFFFFFFFFFFFF
+    // is -1.
+    const bool hex = FText[start - 1] == '$';
+    if (!hex && v > (neg ? uint64_t{1} << 63 : uint64_t{INT64_MAX})) Error(SNumberExpected);
+    return static_cast<int64_t>(neg ? 0 - v : v);
   }
 
   // A number: an integer, or a float with an optional s/c/d suffix.
@@ -585,7 +589,11 @@ class TTextToBinary {
       ++FPos;
       FWriter->WriteBinary(data.data(), static_cast<int32_t>(data.size()));
     } else if (IdentStart(c)) {
-      FWriter->WriteIdent(Ident(true));
+      // Null would be written as the code that closes a list or property
+      // list, so the stream could not be read back: refused.
+      String ident = Ident(true);
+      if (SameIdentifier(ident, "Null")) Error(SInvalidProperty);
+      FWriter->WriteIdent(ident);
     } else {
       Error(SInvalidProperty);
     }

@@ -64,7 +64,8 @@ TEST(DeepInputs, AMillionLevels) {
     tree->SetRoot(As<TPelTreeNode>(node));
     for (int32_t i = 1; i < kDeep; ++i) node = node->NewChild();
     int32_t visits = 0;
-    tree->Infix(tree->GetRoot(), [&](TPelCustomTreeNode* N, intptr_t) { visits += N == node; }, 0);
+    tree->Infix(
+        tree->GetRoot(), [&](TPelCustomTreeNode* N, intptr_t) { visits += N == node; }, 0);
     EXPECT_EQ(visits, 1);
     tree->Clear();
     EXPECT_EQ(tree->GetRoot(), nullptr);
