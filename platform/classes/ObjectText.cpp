@@ -522,7 +522,7 @@ class TTextToBinary {
     FWriter->Stream()->WriteBuffer(raw.data(), static_cast<int32_t>(raw.size()));
   }
 
-  void Value(int depth) {
+  void Value(int depth, bool InList = false) {
     if (depth > kMaxStreamDepth) Error(Format(SStreamTooDeep, {kMaxStreamDepth}));
     char c = PeekChar();
     if (c == '\'' || c == '#') {
@@ -546,7 +546,7 @@ class TTextToBinary {
       FWriter->WriteListBegin();
       while (PeekChar() != ')') {
         if (FPos >= FText.size()) Error(Format(SCharExpected, {String(")")}));
-        Value(depth + 1);
+        Value(depth + 1, true);
       }
       ++FPos;
       FWriter->WriteListEnd();
@@ -589,10 +589,10 @@ class TTextToBinary {
       ++FPos;
       FWriter->WriteBinary(data.data(), static_cast<int32_t>(data.size()));
     } else if (IdentStart(c)) {
-      // Null would be written as the code that closes a list or property
-      // list, so the stream could not be read back: refused.
+      // In a list, Null would be written as the code that closes it, so the
+      // stream could not be read back: refused there.
       String ident = Ident(true);
-      if (SameIdentifier(ident, "Null")) Error(SInvalidProperty);
+      if (InList && SameIdentifier(ident, "Null")) Error(SInvalidProperty);
       FWriter->WriteIdent(ident);
     } else {
       Error(SInvalidProperty);

@@ -192,7 +192,9 @@ TEST(ObjectText, BadInputRaises) {
   EXPECT_EQ(parseError("object A: TX\n  V = {0}\nend\n"), "Invalid binary value on line 2");
   EXPECT_EQ(parseError("object A: TX\n  V = 1\n"), "end expected on line 3");
   EXPECT_EQ(parseError("object A: TX\n  V = <\n  thing end>\nend"), "item expected on line 3");
-  // Null would close the list it stands in; decimals must fit 64 bits.
+  // Null would close the list it stands in (a property may be Null);
+  // decimals must fit 64 bits.
+  EXPECT_EQ(ToText(ToBinary("object A: TX\n  V = Null\nend\n")), "object A: TX\n  V = Null\nend\n");
   EXPECT_EQ(parseError("object A: TX\n  V = (1\n  null 2)\nend"),
             "Invalid property value on line 3");
   EXPECT_EQ(parseError("object A: TX\n  V = 9223372036854775808\nend"),
