@@ -156,7 +156,7 @@ class TBinaryToText {
         break;
       }
       case vaCurrency:
-        OutLn(FormatFloat(static_cast<double>(LE<int64_t>()) / 10000.0) + "c");
+        OutLn(FormatCurrency(LE<int64_t>()) + "c");
         break;
       case vaDate: {
         uint64_t bits = LE<uint64_t>();
@@ -315,6 +315,19 @@ class TBinaryToText {
     return mant + ebuf;
   }
 
+  // The same form, exact: a currency's 19 digits at most need no rounding
+  // (through a double the large ones would not read back the same).
+  static String FormatCurrency(int64_t Raw) {
+    if (Raw == 0) return FormatFloat(0.0);
+    const uint64_t m = Raw < 0 ? 0 - static_cast<uint64_t>(Raw) : static_cast<uint64_t>(Raw);
+    String digits = std::to_string(m);
+    const int exp = static_cast<int>(digits.size()) - 1 - 4;
+    digits.resize(21, '0');
+    char ebuf[16];
+    std::snprintf(ebuf, sizeof ebuf, "E%c%04d", exp < 0 ? '-' : '+', exp < 0 ? -exp : exp);
+    return String(Raw < 0 ? "-" : " ") + digits[0] + "." + digits.substr(1) + ebuf;
+  }
+
  private:
   TStream* FIn;
   TStream* FOut;
@@ -409,6 +422,58 @@ class TTextToBinary {
     return static_cast<int64_t>(neg ? 0 - v : v);
   }
 
+  // The currency written as Text[From, To) (sign, digits, point, exponent),
+  // read exactly in units of 1/10000, rounded half away from zero as
+  // Currency::FromDouble rounds.
+  Currency ExactCurrency(std::size_t From, std::size_t To) {
+    const String t = FText.substr(From, To - From);
+    std::size_t i = 0;
+    const bool neg = i < t.size() && t[i] == '-';
+    if (i < t.size() && (t[i] == '-' || t[i] == '+')) ++i;
+    String digits;
+    int scale = 4;  // the power of ten that turns the digits into units
+    bool point = false;
+    for (; i < t.size() && (std::isdigit(static_cast<uint8_t>(t[i])) || t[i] == '.'); ++i) {
+      if (t[i] == '.') {
+        point = true;
+      } else {
+        digits += t[i];
+        if (point) --scale;
+      }
+    }
+    if (i < t.size() && (t[i] | 32) == 'e') {
+      const long e = std::strtol(t.c_str() + i + 1, nullptr, 10);
+      if (e > 40 || e < -40) Error(SNumberExpected);
+      scale += static_cast<int>(e);
+    }
+    if (scale >= 0) {
+      digits.append(static_cast<std::size_t>(scale), '0');
+    } else {
+      const std::size_t keep = digits.size() > static_cast<std::size_t>(-scale)
+                                   ? digits.size() - static_cast<std::size_t>(-scale)
+                                   : 0;
+      const bool up = keep < digits.size() &&
+                      digits.size() - keep == static_cast<std::size_t>(-scale) &&
+                      digits[keep] >= '5';
+      digits.resize(keep);
+      if (up) {
+        std::size_t k = digits.size();
+        while (k > 0 && digits[k - 1] == '9') digits[--k] = '0';
+        if (k == 0)
+          digits.insert(0, 1, '1');
+        else
+          ++digits[k - 1];
+      }
+    }
+    uint64_t v = 0;
+    for (char c : digits) {
+      if (v > (UINT64_MAX - 9) / 10) Error(SNumberExpected);
+      v = v * 10 + static_cast<uint64_t>(c - '0');
+    }
+    if (v > (neg ? uint64_t{1} << 63 : uint64_t{INT64_MAX})) Error(SNumberExpected);
+    return Currency::FromRaw(static_cast<int64_t>(neg ? 0 - v : v));
+  }
+
   // A number: an integer, or a float with an optional s/c/d suffix.
   void Number() {
     std::size_t save = FPos;
@@ -439,7 +504,7 @@ class TTextToBinary {
       FWriter->WriteSingle(static_cast<float>(d));
     } else if (suffix == 'c') {
       ++FPos;
-      FWriter->WriteCurrency(Currency::FromDouble(d));
+      FWriter->WriteCurrency(ExactCurrency(start, static_cast<std::size_t>(end - FText.c_str())));
     } else if (suffix == 'd') {
       ++FPos;
       FWriter->WriteDate(d);
@@ -522,7 +587,7 @@ class TTextToBinary {
     FWriter->Stream()->WriteBuffer(raw.data(), static_cast<int32_t>(raw.size()));
   }
 
-  void Value(int depth) {
+  void Value(int depth, bool InList = false) {
     if (depth > kMaxStreamDepth) Error(Format(SStreamTooDeep, {kMaxStreamDepth}));
     char c = PeekChar();
     if (c == '\'' || c == '#') {
@@ -546,7 +611,7 @@ class TTextToBinary {
       FWriter->WriteListBegin();
       while (PeekChar() != ')') {
         if (FPos >= FText.size()) Error(Format(SCharExpected, {String(")")}));
-        Value(depth + 1);
+        Value(depth + 1, true);
       }
       ++FPos;
       FWriter->WriteListEnd();
@@ -589,10 +654,10 @@ class TTextToBinary {
       ++FPos;
       FWriter->WriteBinary(data.data(), static_cast<int32_t>(data.size()));
     } else if (IdentStart(c)) {
-      // Null would be written as the code that closes a list or property
-      // list, so the stream could not be read back: refused.
+      // In a list, Null would be written as the code that closes it, so the
+      // stream could not be read back: refused there.
       String ident = Ident(true);
-      if (SameIdentifier(ident, "Null")) Error(SInvalidProperty);
+      if (InList && SameIdentifier(ident, "Null")) Error(SInvalidProperty);
       FWriter->WriteIdent(ident);
     } else {
       Error(SInvalidProperty);

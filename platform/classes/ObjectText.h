@@ -28,8 +28,8 @@
 //
 // ObjectTextToBinary parses that form (and the same with CR LF lines, string
 // pieces joined by '+', hex integers with '$') back to the binary stream.
-// The identifier Null, whose code would close a list, is refused ("Invalid
-// property value"), as is a decimal integer beyond 64 bits ("Number
+// The identifier Null is refused inside a list, where its code would close
+// the list ("Invalid property value"), as is a decimal integer beyond 64 bits ("Number
 // expected"). Bad text raises EParserError "<what> on line <n>"; a bad binary stream
 // raises EReadError as the reader does. Both directions refuse nesting
 // deeper than the reader's kMaxStreamDepth (500) levels with "Stream nested

@@ -158,6 +158,24 @@ TEST(ObjectText, ValuesTheFrameworkPrinterRefusesRoundTripWithSuffixes) {
             "  L = (  )\n"
             "end\n");
   EXPECT_EQ(ToBinary(txt), bin);
+  // Currencies print and read back exactly, even beyond a double's 53 bits.
+  for (int64_t raw : {int64_t{2814749767106644287}, INT64_MIN, int64_t{-25001}, int64_t{5}}) {
+    auto c = Make<TMemoryStream>();
+    auto w = Make<TWriter>(c.get());
+    w->WriteSignature();
+    w->WritePrefix(0, 0);
+    w->WriteStr("TX");
+    w->WriteStr("");
+    w->WritePropName("C");
+    w->WriteCurrency(Currency::FromRaw(raw));
+    w->WriteListEnd();
+    w->WriteListEnd();
+    String cb(static_cast<char*>(c->GetMemory()), static_cast<std::size_t>(c->GetSize()));
+    EXPECT_EQ(ToBinary(ToText(cb)), cb) << raw;
+  }
+  EXPECT_EQ(ToText(ToBinary("object A: TX\n  C = 0.00005c\n  D = -1.23456E2c\nend\n")),
+            "object A: TX\n  C =  1.00000000000000000000E-0004c\n"
+            "  D = -1.23456000000000000000E+0002c\nend\n");
   // Infinities print signed and read back; a float beyond a double's range
   // is one.
   String inf = ToBinary("object A: TX\n  P = +Inf\n  M = -Infs\n  B = 1.5E+800\nend\n");
@@ -190,7 +208,9 @@ TEST(ObjectText, BadInputRaises) {
   EXPECT_EQ(parseError("object A: TX\n  V = {0}\nend\n"), "Invalid binary value on line 2");
   EXPECT_EQ(parseError("object A: TX\n  V = 1\n"), "end expected on line 3");
   EXPECT_EQ(parseError("object A: TX\n  V = <\n  thing end>\nend"), "item expected on line 3");
-  // Null would close the list it stands in; decimals must fit 64 bits.
+  // Null would close the list it stands in (a property may be Null);
+  // decimals must fit 64 bits.
+  EXPECT_EQ(ToText(ToBinary("object A: TX\n  V = Null\nend\n")), "object A: TX\n  V = Null\nend\n");
   EXPECT_EQ(parseError("object A: TX\n  V = (1\n  null 2)\nend"),
             "Invalid property value on line 3");
   EXPECT_EQ(parseError("object A: TX\n  V = 9223372036854775808\nend"),
