@@ -377,6 +377,8 @@ class TTextToBinary {
            (IdentChar(FText[FPos]) || (Dotted && FText[FPos] == '.' && FPos + 1 < FText.size() &&
                                        IdentStart(FText[FPos + 1]))))
       ++FPos;
+    // Every name in the binary form is a short string.
+    if (FPos - start > 255) Error(SLineTooLong);
     return FText.substr(start, FPos - start);
   }
   void Expect(char c) {
@@ -666,7 +668,6 @@ class TTextToBinary {
 
   void Property(int depth) {
     String name = Ident(true);
-    if (name.size() > 255) Error(SLineTooLong);
     FWriter->WriteStr(name);
     Expect('=');
     Value(depth);

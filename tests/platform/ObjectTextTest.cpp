@@ -215,6 +215,15 @@ TEST(ObjectText, BadInputRaises) {
             "Invalid property value on line 3");
   EXPECT_EQ(parseError("object A: TX\n  V = 9223372036854775808\nend"),
             "Number expected on line 2");
+  // Names are short strings in the binary form: a longer one is refused
+  // wherever it stands, not cut.
+  const String longName(256, 'w');
+  for (const String& text : {"object A: " + longName + "\nend", "object " + longName + ": TX\nend",
+                             "object A: TX\n  " + longName + " = 1\nend",
+                             "object A: TX\n  V = [a, " + longName + "]\nend",
+                             "object A: TX\n  V = " + longName + "\nend"})
+    EXPECT_EQ(parseError(text), text.find('\n') > text.find(longName) ? "Line too long on line 1"
+                                                                       : "Line too long on line 2");
   EXPECT_EQ(
       ToText(ToBinary("object A: TX\n  V = -9223372036854775808\n  H = $FFFFFFFFFFFFFFFF\nend\n")),
       "object A: TX\n  V = -9223372036854775808\n  H = -1\nend\n");
