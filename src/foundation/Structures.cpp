@@ -37,70 +37,231 @@ void ForEachDown(TStrings* list, const Filter& filter, const Action& action, int
 
 }  // namespace
 
-TPelStringList::TPelStringList() : FCompare(StringCompareFor(soCaseInsensitiveLocale)) {}
+// --- TPelStringListBase ------------------------------------------------------
 
-TPelStringList::~TPelStringList() = default;
+template <class TItem>
+TPelStringListBase<TItem>::TPelStringListBase()
+    : FCompare(StringCompareFor(soCaseInsensitiveLocale)) {}
 
-// Owned objects are freed here rather than in the destructor so that a
-// descendant's Clear is the one that runs. Nobody is told: the owner and the
-// events are dropped first.
-void TPelStringList::BeforeDestruction() {
-  FOwner = nullptr;
-  FOnChange = nullptr;
-  FOnChanging = nullptr;
-  Clear();
-  TStrings::BeforeDestruction();
-}
-
-void TPelStringList::CheckIndex(int32_t Index) {
+template <class TItem>
+void TPelStringListBase<TItem>::CheckIndex(int32_t Index) {
   if (Index < 0 || Index >= FCount) Error(SListIndexError, Index);
 }
 
-void TPelStringList::Assign(TPersistent* Source) {
-  Updating(this, [&] {
-    auto* platformList = dynamic_cast<TStringList*>(Source);
-    if (FSorted && platformList && platformList->GetSorted()) {
-      // Trust the source's order as it stands, even under another comparison.
-      FSorted = false;
-      TryFinally([&] { TStrings::Assign(Source); }, [&] { FSorted = true; });
-    } else {
-      TStrings::Assign(Source);
-    }
-    if (auto* pelList = dynamic_cast<TPelStringList*>(Source)) {
-      for (int32_t i = 0; i < FCount; ++i) PutData(i, pelList->GetData(i));
-      // Deliberately no re-sort: a sorted list keeps its former order.
-      FStringOpsType = pelList->FStringOpsType;
-      FCompare = pelList->FCompare;
-    }
-  });
+template <class TItem>
+void TPelStringListBase<TItem>::AssignStrings(TPersistent* Source) {
+  auto* platformList = dynamic_cast<TStringList*>(Source);
+  if (FSorted && platformList && platformList->GetSorted()) {
+    FSorted = false;
+    TryFinally([&] { TStrings::Assign(Source); }, [&] { FSorted = true; });
+  } else {
+    TStrings::Assign(Source);
+  }
 }
 
-String TPelStringList::Get(int32_t Index) {
+template <class TItem>
+String TPelStringListBase<TItem>::Get(int32_t Index) {
   CheckIndex(Index);
   return FList[Index].FString;
 }
 
-int32_t TPelStringList::GetCapacity() { return FCapacity; }
-
-int32_t TPelStringList::GetCount() { return FCount; }
-
-TObject* TPelStringList::GetObject(int32_t Index) {
+template <class TItem>
+TObject* TPelStringListBase<TItem>::GetObject(int32_t Index) {
   CheckIndex(Index);
   return FList[Index].FObject;
 }
 
-TObject* TPelStringList::GetData(int32_t Index) {
+template <class TItem>
+auto TPelStringListBase<TItem>::GetData(int32_t Index) -> TData {
   CheckIndex(Index);
   return FList[Index].FData;
 }
 
-void TPelStringList::Put(int32_t Index, const String& S) {
+template <class TItem>
+void TPelStringListBase<TItem>::Put(int32_t Index, const String& S) {
   if (FOwner) FOwner->BeforePut(this, Index, S);
   if (FSorted) Error(SSortedListError, 0);
   CheckIndex(Index);
   Changing();
   FList[Index].FString = S;
   Changed();
+}
+
+template <class TItem>
+void TPelStringListBase<TItem>::SetCapacity(int32_t NewCapacity) {
+  if (NewCapacity < FCount) Error(SListCapacityError, NewCapacity);
+  FList.Reallocate(NewCapacity, FCount);
+  FCapacity = NewCapacity;
+}
+
+// The flag is stored before notifying, so opening an update fires nothing
+// and closing it fires Changed once. Intended.
+template <class TItem>
+void TPelStringListBase<TItem>::SetUpdateState(bool Updating) {
+  FUpdating = Updating;
+  if (Updating)
+    Changing();
+  else
+    Changed();
+}
+
+template <class TItem>
+void TPelStringListBase<TItem>::Changed() {
+  if (FUpdating) return;
+  if (FOwner) FOwner->StringsChanged(this);
+  if (FOnChange) FOnChange(this);
+}
+
+template <class TItem>
+void TPelStringListBase<TItem>::Changing() {
+  if (FUpdating) return;
+  if (FOwner) FOwner->StringsChanging(this);
+  if (FOnChanging) FOnChanging(this);
+}
+
+template <class TItem>
+int32_t TPelStringListBase<TItem>::Add(const String& S) {
+  int32_t Result = FCount;
+  if (FSorted && Find(S, Result)) {
+    if (FDuplicates == dupIgnore) return Result;
+    if (FDuplicates == dupError) Error(SDuplicateString, 0);
+  }
+  InsertItem(Result, S);
+  return Result;
+}
+
+template <class TItem>
+void TPelStringListBase<TItem>::Insert(int32_t Index, const String& S) {
+  if (FSorted) Error(SSortedListError, 0);
+  if (Index < 0 || Index > FCount) Error(SListIndexError, Index);
+  InsertItem(Index, S);
+}
+
+template <class TItem>
+void TPelStringListBase<TItem>::Grow() {
+  int32_t capacity = GetCapacity();
+  SetCapacity(capacity + detail::FrameworkGrowDelta(capacity));
+}
+
+template <class TItem>
+void TPelStringListBase<TItem>::InsertItem(int32_t Index, const String& S) {
+  Changing();
+  if (FCount == GetCapacity()) Grow();
+  // A descendant's SetCapacity may have declined to grow.
+  if (FCount == GetCapacity()) Error(SListCapacityError, FCount);
+  FList.Open(Index, FCount).FString = S;
+  ++FCount;
+  Changed();
+}
+
+template <class TItem>
+void TPelStringListBase<TItem>::Exchange(int32_t Index1, int32_t Index2) {
+  CheckIndex(Index1);
+  CheckIndex(Index2);
+  Changing();
+  ExchangeItems(Index1, Index2);
+  Changed();
+}
+
+template <class TItem>
+void TPelStringListBase<TItem>::ExchangeItems(int32_t Index1, int32_t Index2) {
+  std::swap(FList[Index1], FList[Index2]);
+}
+
+template <class TItem>
+bool TPelStringListBase<TItem>::Find(const String& S, int32_t& Index) {
+  return detail::FrameworkFind(
+      FCount, FDuplicates == dupAccept, [&](int32_t i) { return FCompare(FList[i].FString, S); },
+      Index);
+}
+
+template <class TItem>
+int32_t TPelStringListBase<TItem>::IndexOf(const String& S) {
+  if (FSorted) {
+    int32_t Index;
+    return Find(S, Index) ? Index : -1;
+  }
+  for (int32_t i = 0; i < FCount; ++i)
+    if (FCompare(FList[i].FString, S) == 0) return i;
+  return -1;
+}
+
+template <class TItem>
+int32_t TPelStringListBase<TItem>::IndexOfData(const TData& AData) {
+  for (int32_t i = 0; i < FCount; ++i)
+    if (FList[i].FData == AData) return i;
+  return -1;
+}
+
+template <class TItem>
+void TPelStringListBase<TItem>::QuickSort(int32_t L, int32_t R) {
+  detail::FrameworkQuickSort<String>(
+      L, R, [this](int32_t i) -> const String& { return FList[i].FString; }, FCompare,
+      [this](int32_t i, int32_t j) { ExchangeItems(i, j); });
+}
+
+template <class TItem>
+void TPelStringListBase<TItem>::Sort() {
+  if (FSorted || FCount < 2) return;
+  Changing();
+  QuickSort(0, FCount - 1);
+  Changed();
+}
+
+template <class TItem>
+void TPelStringListBase<TItem>::SetSorted(bool Value) {
+  if (FSorted == Value) return;
+  if (Value) Sort();
+  FSorted = Value;
+}
+
+template <class TItem>
+void TPelStringListBase<TItem>::SetStringOpsType(TStringOpsType Value) {
+  if (FStringOpsType == Value) return;
+  FStringOpsType = Value;
+  FCompare = StringCompareFor(Value);
+  if (FSorted && FCount > 1) {
+    Changing();
+    QuickSort(0, FCount - 1);
+    Changed();
+  }
+}
+
+template <class TItem>
+void TPelStringListBase<TItem>::ForEach(TForEachFilterProc Filter, TForEachObjectProc Action,
+                                        int32_t ATag) {
+  ForEachDown(this, Filter, Action, ATag);
+}
+
+template <class TItem>
+void TPelStringListBase<TItem>::ForEach(const TForEachFilterMethod& Filter,
+                                        const TForEachObjectMethod& Action, int32_t ATag) {
+  ForEachDown(this, Filter, Action, ATag);
+}
+
+template class TPelStringListBase<TPelStringItem>;
+template class TPelStringListBase<TIStringItem>;
+
+// --- TPelStringList ----------------------------------------------------------
+
+// Owned objects are freed here rather than in the destructor so that a
+// descendant's Clear is the one that runs. Nobody is told: the owner and the
+// events are dropped first.
+void TPelStringList::BeforeDestruction() {
+  DropListeners();
+  Clear();
+  TStrings::BeforeDestruction();
+}
+
+void TPelStringList::Assign(TPersistent* Source) {
+  Updating(this, [&] {
+    AssignStrings(Source);
+    if (auto* pelList = dynamic_cast<TPelStringList*>(Source)) {
+      for (int32_t i = 0; i < FCount; ++i) PutData(i, pelList->GetData(i));
+      // Deliberately no re-sort: a sorted list keeps its former order.
+      TakeComparison(*pelList);
+    }
+  });
 }
 
 void TPelStringList::PutObject(int32_t Index, TObject* AObject) {
@@ -120,66 +281,6 @@ void TPelStringList::PutData(int32_t Index, TObject* AData) {
   // Intended, as in PutObject: the old Data is freed even when it is AData.
   if (FFreeData && FList[Index].FData) Free(FList[Index].FData);
   FList[Index].FData = AData;
-  Changed();
-}
-
-void TPelStringList::SetCapacity(int32_t NewCapacity) {
-  if (NewCapacity < FCount) Error(SListCapacityError, NewCapacity);
-  FList.Reallocate(NewCapacity, FCount);
-  FCapacity = NewCapacity;
-}
-
-// The flag is stored before notifying, so opening an update fires nothing
-// and closing it fires Changed once. Intended.
-void TPelStringList::SetUpdateState(bool Updating) {
-  FUpdating = Updating;
-  if (Updating)
-    Changing();
-  else
-    Changed();
-}
-
-void TPelStringList::Changed() {
-  if (FUpdating) return;
-  if (FOwner) FOwner->StringsChanged(this);
-  if (FOnChange) FOnChange(this);
-}
-
-void TPelStringList::Changing() {
-  if (FUpdating) return;
-  if (FOwner) FOwner->StringsChanging(this);
-  if (FOnChanging) FOnChanging(this);
-}
-
-int32_t TPelStringList::Add(const String& S) {
-  int32_t Result = FCount;
-  if (FSorted && Find(S, Result)) {
-    if (FDuplicates == dupIgnore) return Result;
-    if (FDuplicates == dupError) Error(SDuplicateString, 0);
-  }
-  InsertItem(Result, S);
-  return Result;
-}
-
-void TPelStringList::Insert(int32_t Index, const String& S) {
-  if (FSorted) Error(SSortedListError, 0);
-  if (Index < 0 || Index > FCount) Error(SListIndexError, Index);
-  InsertItem(Index, S);
-}
-
-void TPelStringList::Grow() {
-  int32_t capacity = GetCapacity();
-  int32_t delta = detail::FrameworkGrowDelta(capacity);
-  SetCapacity(capacity + delta);
-}
-
-void TPelStringList::InsertItem(int32_t Index, const String& S) {
-  Changing();
-  if (FCount == GetCapacity()) Grow();
-  // A descendant's SetCapacity may have declined to grow.
-  if (FCount == GetCapacity()) Error(SListCapacityError, FCount);
-  FList.Open(Index, FCount).FString = S;
-  ++FCount;
   Changed();
 }
 
@@ -211,79 +312,6 @@ void TPelStringList::Clear() {
   for (int32_t i = 0; i < count; ++i) FList[i] = TPelStringItem{};
   SetCapacity(0);
   Changed();
-}
-
-void TPelStringList::Exchange(int32_t Index1, int32_t Index2) {
-  CheckIndex(Index1);
-  CheckIndex(Index2);
-  Changing();
-  ExchangeItems(Index1, Index2);
-  Changed();
-}
-
-void TPelStringList::ExchangeItems(int32_t Index1, int32_t Index2) {
-  std::swap(FList[Index1], FList[Index2]);
-}
-
-bool TPelStringList::Find(const String& S, int32_t& Index) {
-  return detail::FrameworkFind(
-      FCount, FDuplicates == dupAccept, [&](int32_t i) { return FCompare(FList[i].FString, S); },
-      Index);
-}
-
-int32_t TPelStringList::IndexOf(const String& S) {
-  if (FSorted) {
-    int32_t Index;
-    return Find(S, Index) ? Index : -1;
-  }
-  for (int32_t i = 0; i < FCount; ++i)
-    if (FCompare(FList[i].FString, S) == 0) return i;
-  return -1;
-}
-
-int32_t TPelStringList::IndexOfData(TObject* AData) {
-  for (int32_t i = 0; i < FCount; ++i)
-    if (FList[i].FData == AData) return i;
-  return -1;
-}
-
-void TPelStringList::QuickSort(int32_t L, int32_t R) {
-  detail::FrameworkQuickSort<String>(
-      L, R, [this](int32_t i) -> const String& { return FList[i].FString; }, FCompare,
-      [this](int32_t i, int32_t j) { ExchangeItems(i, j); });
-}
-
-void TPelStringList::Sort() {
-  if (FSorted || FCount < 2) return;
-  Changing();
-  QuickSort(0, FCount - 1);
-  Changed();
-}
-
-void TPelStringList::SetSorted(bool Value) {
-  if (FSorted == Value) return;
-  if (Value) Sort();
-  FSorted = Value;
-}
-
-void TPelStringList::SetStringOpsType(TStringOpsType Value) {
-  if (FStringOpsType == Value) return;
-  FStringOpsType = Value;
-  FCompare = StringCompareFor(Value);
-  if (FSorted && FCount > 1) {
-    Changing();
-    QuickSort(0, FCount - 1);
-    Changed();
-  }
-}
-
-void TPelStringList::ForEach(TForEachFilterProc Filter, TForEachObjectProc Action, int32_t ATag) {
-  ForEachDown(this, Filter, Action, ATag);
-}
-
-void TPelStringList::ForEach(const TForEachFilterMethod& Filter, const TForEachObjectMethod& Action,
-                             int32_t ATag) {
-  ForEachDown(this, Filter, Action, ATag);
 }
 
 // --- TSFCList ----------------------------------------------------------------

@@ -81,43 +81,41 @@ using TForEachFilterProc = bool (*)(TObject* Sender, int32_t Index, const String
 using TForEachObjectProc = void (*)(TObject* Sender, int32_t Index, const String& AString,
                                     TObject* AObject, int32_t ATag);
 
+// The items of the two owned string lists: a string, its Object, and a Data
+// slot that holds an object (TPelStringList) or an interface (TIStringList).
 struct TPelStringItem {
   String FString;
   TObject* FObject = nullptr;
   TObject* FData = nullptr;
 };
+struct TIStringItem {
+  String FString;
+  TObject* FObject = nullptr;
+  IPtr<IInterface> FData;
+};
 
-class TPelStringList : public TStrings {
-  PEL_CLASS(TPelStringList, TStrings)
+// What TPelStringList and TIStringList share: storage, the comparison,
+// sorting and binary search, the owner's hooks and the change events. How
+// the Object and Data slots are owned (PutObject, PutData, Delete, Clear,
+// Assign, destruction) is each list's own.
+template <class TItem>
+class TPelStringListBase : public TStrings {
  public:
-  TPelStringList();
-  ~TPelStringList() override;
-  void BeforeDestruction() override;
-
-  // Copies strings and objects from any string list (sorting on insertion
-  // when this list is sorted, unless Source is a sorted TStringList); from a
-  // TPelStringList also the Data objects and the comparison.
-  void Assign(TPersistent* Source) override;
+  using TData = decltype(TItem::FData);
 
   String Get(int32_t Index) override;
-  int32_t GetCapacity() override;
-  int32_t GetCount() override;
+  int32_t GetCapacity() override { return FCapacity; }
+  int32_t GetCount() override { return FCount; }
   TObject* GetObject(int32_t Index) override;
   // Owner.BeforePut first; raises SSortedListError on a sorted list.
   void Put(int32_t Index, const String& S) override;
-  // Owner.BeforePutObject first; frees the old object when FreeObjects.
-  void PutObject(int32_t Index, TObject* AObject) override;
+  // Raises SListCapacityError below Count and changes nothing.
   void SetCapacity(int32_t NewCapacity) override;
   void SetUpdateState(bool Updating) override;
 
   // Sorted: inserts at the place Find gives (dupIgnore returns the existing
   // index, dupError raises SDuplicateString). Unsorted: appends.
   int32_t Add(const String& S) override;
-  // Owner.BeforeClear first (also when empty); frees owned Data, then owned
-  // Objects, item by item from the first.
-  void Clear() override;
-  // Owner.BeforeDelete first; frees the owned Data, then the owned Object.
-  void Delete(int32_t Index) override;
   void Exchange(int32_t Index1, int32_t Index2) override;
   int32_t IndexOf(const String& S) override;
   // Raises SSortedListError on a sorted list.
@@ -126,9 +124,7 @@ class TPelStringList : public TStrings {
   virtual void Changed();
   virtual void Changing();
 
-  virtual TObject* GetData(int32_t Index);
-  virtual void PutData(int32_t Index, TObject* AData);
-
+  virtual TData GetData(int32_t Index);
   // Binary search with the list's comparison (the list must be sorted).
   // Returns whether S is there; Index is its position (with dupAccept the
   // first of equal strings) or where S would be inserted.
@@ -138,18 +134,18 @@ class TPelStringList : public TStrings {
   virtual void ForEach(TForEachFilterProc Filter, TForEachObjectProc Action, int32_t ATag);
   virtual void ForEach(const TForEachFilterMethod& Filter, const TForEachObjectMethod& Action,
                        int32_t ATag);
-  virtual int32_t IndexOfData(TObject* AData);
+  // The first index whose Data is AData, or -1.
+  virtual int32_t IndexOfData(const TData& AData);
   // Quicksort with the list's comparison; nothing when the list is Sorted.
   virtual void Sort();
 
   bool GetSorted() const { return FSorted; }
   void SetSorted(bool Value);
   TStringOpsType GetStringOpsType() const { return FStringOpsType; }
+  // A sorted list is re-sorted under the new comparison.
   void SetStringOpsType(TStringOpsType Value);
   TDuplicates GetDuplicates() const { return FDuplicates; }
   void SetDuplicates(TDuplicates Value) { FDuplicates = Value; }
-  bool GetFreeData() const { return FFreeData; }
-  void SetFreeData(bool Value) { FFreeData = Value; }
   bool GetFreeObjects() const { return FFreeObjects; }
   void SetFreeObjects(bool Value) { FFreeObjects = Value; }
   const IPtr<IStringsOwner>& GetOwner() const { return FOwner; }
@@ -160,18 +156,32 @@ class TPelStringList : public TStrings {
   void SetOnChanging(TNotifyEvent Value) { FOnChanging = std::move(Value); }
 
  protected:
+  TPelStringListBase();
+  void CheckIndex(int32_t Index);
   void ExchangeItems(int32_t Index1, int32_t Index2);
   void Grow();
   void InsertItem(int32_t Index, const String& S);
   void QuickSort(int32_t L, int32_t R);
-
- private:
-  void CheckIndex(int32_t Index);
+  // Assign's common part: the strings and objects of Source (sorting on
+  // insertion when this list is sorted, unless Source is a sorted
+  // TStringList, whose order is trusted as it stands).
+  void AssignStrings(TPersistent* Source);
+  // Takes the comparison of another list, deliberately without re-sorting.
+  void TakeComparison(const TPelStringListBase& Source) {
+    FStringOpsType = Source.FStringOpsType;
+    FCompare = Source.FCompare;
+  }
+  // Before destruction: nobody is told of what follows.
+  void DropListeners() {
+    FOwner = nullptr;
+    FOnChange = nullptr;
+    FOnChanging = nullptr;
+  }
 
   bool FUpdating = false;
   IPtr<IStringsOwner> FOwner;
   // FCapacity items; deleting at the front is cheap (see ListStorage.h).
-  detail::FrontGapSlots<TPelStringItem> FList;
+  detail::FrontGapSlots<TItem> FList;
   int32_t FCount = 0;
   int32_t FCapacity = 0;
   bool FSorted = false;
@@ -179,9 +189,38 @@ class TPelStringList : public TStrings {
   TNotifyEvent FOnChange;
   TNotifyEvent FOnChanging;
   TStringOpsType FStringOpsType = soCaseInsensitiveLocale;
-  bool FFreeData = false;
   bool FFreeObjects = false;
   TStringCompareFunc FCompare;
+};
+
+extern template class TPelStringListBase<TPelStringItem>;
+extern template class TPelStringListBase<TIStringItem>;
+
+class TPelStringList : public TPelStringListBase<TPelStringItem> {
+  PEL_CLASS(TPelStringList, TStrings)
+ public:
+  TPelStringList() = default;
+  void BeforeDestruction() override;
+
+  // Copies strings and objects from any string list (sorting on insertion
+  // when this list is sorted, unless Source is a sorted TStringList); from a
+  // TPelStringList also the Data objects and the comparison.
+  void Assign(TPersistent* Source) override;
+
+  // Owner.BeforePutObject first; frees the old object when FreeObjects.
+  void PutObject(int32_t Index, TObject* AObject) override;
+  // Owner.BeforeClear first (also when empty); frees owned Data, then owned
+  // Objects, item by item from the first.
+  void Clear() override;
+  // Owner.BeforeDelete first; frees the owned Data, then the owned Object.
+  void Delete(int32_t Index) override;
+  virtual void PutData(int32_t Index, TObject* AData);
+
+  bool GetFreeData() const { return FFreeData; }
+  void SetFreeData(bool Value) { FFreeData = Value; }
+
+ private:
+  bool FFreeData = false;
 };
 
 // ---------------------------------------------------------------------------

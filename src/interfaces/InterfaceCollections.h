@@ -424,94 +424,29 @@ class TIStringHashtableEnumerator : public TIHashtableEnumerator, public TString
 class TIStringList;
 using TIStringListSortCompare = int32_t (*)(TIStringList* List, int32_t Index1, int32_t Index2);
 
-struct TIStringItem {
-  String FString;
-  TObject* FObject = nullptr;
-  IPtr<IInterface> FData;
-};
-
-class TIStringList : public TStrings {
+class TIStringList : public TPelStringListBase<TIStringItem> {
   PEL_CLASS(TIStringList, TStrings)
  public:
-  TIStringList();
+  TIStringList() = default;
   void BeforeDestruction() override;
 
   void Assign(TPersistent* Source) override;
-  String Get(int32_t Index) override;
-  int32_t GetCapacity() override { return FCapacity; }
-  int32_t GetCount() override { return FCount; }
-  TObject* GetObject(int32_t Index) override;
-  // Owner.BeforePut first; raises SSortedListError on a sorted list.
-  void Put(int32_t Index, const String& S) override;
   // Owner.BeforePutObject first; releases Data, frees the old object when
   // FreeObjects.
   void PutObject(int32_t Index, TObject* AObject) override;
-  void SetCapacity(int32_t NewCapacity) override;
-  void SetUpdateState(bool Updating) override;
-  int32_t Add(const String& S) override;
   // Owner.BeforeClear first (also when empty).
   void Clear() override;
   // Owner.BeforeDelete first.
   void Delete(int32_t Index) override;
-  void Exchange(int32_t Index1, int32_t Index2) override;
-  int32_t IndexOf(const String& S) override;
-  void Insert(int32_t Index, const String& S) override;
-  virtual void Changed();
-  virtual void Changing();
 
-  // Data with a new reference.
-  virtual IPtr<IInterface> GetData(int32_t Index);
   // No owner call; the old interface is released.
   virtual void PutData(int32_t Index, const IPtr<IInterface>& AData);
-  virtual bool Find(const String& S, int32_t& Index);
-  virtual void ForEach(TForEachFilterProc Filter, TForEachObjectProc Action, int32_t ATag);
-  virtual void ForEach(const TForEachFilterMethod& Filter, const TForEachObjectMethod& Action,
-                       int32_t ATag);
-  // The first index whose Data is AData (the same interface), or -1.
-  virtual int32_t IndexOfData(const IPtr<IInterface>& AData);
   // Nothing on a sorted list or one of fewer than two strings.
   virtual void CustomSort(TIStringListSortCompare Compare);
-  virtual void Sort();
-
-  bool GetSorted() const { return FSorted; }
-  void SetSorted(bool Value);
-  TStringOpsType GetStringOpsType() const { return FStringOpsType; }
-  // A sorted list is re-sorted under the new comparison.
-  void SetStringOpsType(TStringOpsType Value);
-  TDuplicates GetDuplicates() const { return FDuplicates; }
-  void SetDuplicates(TDuplicates Value) { FDuplicates = Value; }
-  bool GetFreeObjects() const { return FFreeObjects; }
-  void SetFreeObjects(bool Value) { FFreeObjects = Value; }
-  const IPtr<IStringsOwner>& GetOwner() const { return FOwner; }
-  void SetOwner(const IPtr<IStringsOwner>& Value) { FOwner = Value; }
-  const TNotifyEvent& GetOnChange() const { return FOnChange; }
-  void SetOnChange(TNotifyEvent Value) { FOnChange = std::move(Value); }
-  const TNotifyEvent& GetOnChanging() const { return FOnChanging; }
-  void SetOnChanging(TNotifyEvent Value) { FOnChanging = std::move(Value); }
 
  protected:
-  void ExchangeItems(int32_t Index1, int32_t Index2);
-  void Grow();
-  void InsertItem(int32_t Index, const String& S);
-  void QuickSort(int32_t L, int32_t R);
+  using TPelStringListBase::QuickSort;
   void QuickSort(int32_t L, int32_t R, TIStringListSortCompare Compare);
-
- private:
-  void CheckIndex(int32_t Index);
-  TIStringItem& Item(int32_t Index);
-
-  bool FUpdating = false;
-  IPtr<IStringsOwner> FOwner;
-  std::vector<TIStringItem> FList;  // FCapacity items
-  int32_t FCount = 0;
-  int32_t FCapacity = 0;
-  bool FSorted = false;
-  TDuplicates FDuplicates = dupIgnore;
-  TNotifyEvent FOnChange;
-  TNotifyEvent FOnChanging;
-  TStringOpsType FStringOpsType = soCaseInsensitiveLocale;
-  bool FFreeObjects = false;
-  TStringCompareFunc FCompare;
 };
 
 // ---------------------------------------------------------------------------
