@@ -34,6 +34,27 @@ int32_t ParseDuration(const std::string& text, const std::string& file, int line
   return static_cast<int32_t>(value);
 }
 
+// A whole duration, or three "O/M/P" with O <= M <= P.
+Estimate ParseEstimate(const std::string& text, const std::string& file, int line) {
+  Estimate e;
+  std::size_t a = text.find('/');
+  if (a == std::string::npos) {
+    e.O = e.M = e.P = ParseDuration(text, file, line);
+    return e;
+  }
+  std::size_t b = text.find('/', a + 1);
+  if (b == std::string::npos || text.find('/', b + 1) != std::string::npos)
+    Fail(file, line, "estimate '" + text + "' is not OPTIMISTIC/LIKELY/PESSIMISTIC");
+  e.O = ParseDuration(text.substr(0, a), file, line);
+  e.M = ParseDuration(text.substr(a + 1, b - a - 1), file, line);
+  e.P = ParseDuration(text.substr(b + 1), file, line);
+  if (e.O > e.M || e.M > e.P)
+    Fail(file, line,
+         "estimate '" + text + "' is not in order: optimistic <= most likely <= pessimistic");
+  e.ThreePoint = true;
+  return e;
+}
+
 bool ReadLine(std::istream& in, std::string& line) {
   if (!std::getline(in, line)) return false;
   if (!line.empty() && line.back() == '\r') line.pop_back();
@@ -104,7 +125,8 @@ std::vector<TaskLine> ParseTextNetwork(std::istream& in, const std::string& file
            "expected FROM TO DURATION, found " + std::to_string(words.size()) +
                (words.size() == 1 ? " field" : " fields"));
     if (words.size() > 3) Fail(file, n, "unexpected '" + words[3] + "' after the duration");
-    tasks.push_back({words[0], words[1], ParseDuration(words[2], file, n), n});
+    Estimate e = ParseEstimate(words[2], file, n);
+    tasks.push_back({words[0], words[1], e.P, n, e});
   }
   return tasks;
 }
@@ -141,7 +163,8 @@ std::vector<TaskLine> ParseCsvNetwork(std::istream& in, const std::string& file)
           file, n,
           "expected " + std::to_string(needed) + " fields, found " + std::to_string(fields.size()));
     if (fields[from].empty() || fields[to].empty()) Fail(file, n, "missing event name");
-    tasks.push_back({fields[from], fields[to], ParseDuration(fields[duration], file, n), n});
+    Estimate e = ParseEstimate(fields[duration], file, n);
+    tasks.push_back({fields[from], fields[to], e.P, n, e});
   }
   if (!header) Fail(file, std::max(n, 1), "no header line (expected from,to,duration)");
   return tasks;
@@ -259,7 +282,8 @@ std::vector<PlanTask> ParsePlan(std::istream& in, const std::string& file) {
       Fail(file, n, "task '" + t.Id + "' is already defined on line " +
                         std::to_string(tasks[index[t.Id]].Line));
     if (named) t.Name = fields[name];
-    t.Duration = ParseDuration(fields[duration], file, n);
+    t.Est = ParseEstimate(fields[duration], file, n);
+    t.Duration = t.Est.P;
     t.Line = n;
     std::string list = fields[predecessors];
     for (std::size_t at = 0; at <= list.size();) {
