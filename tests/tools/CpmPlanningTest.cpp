@@ -71,9 +71,9 @@ TEST(CpmPlanning, LinkTypesInWorkingDaysAcrossWeekendsAndAHoliday) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.Link);
-    json j = PlanJson(std::string("id,duration,predecessors\nX,10,\nA,4,X\nB,3,") + c.Link +
-                          "\nM,0,A\n",
-                      {"--start", "2026-01-03", "--holidays", holidays});
+    json j =
+        PlanJson(std::string("id,duration,predecessors\nX,10,\nA,4,X\nB,3,") + c.Link + "\nM,0,A\n",
+                 {"--start", "2026-01-03", "--holidays", holidays});
     if (j.is_null()) continue;
     json b = TaskOf(j, "B");
     EXPECT_EQ(b["es_date"], c.Start);
@@ -164,6 +164,11 @@ TEST(CpmPlanning, SeededSimulationIsStableAndNearTheMean) {
   // 95 per cent: (10 - x)^2 / 50 = 0.05 gives 8.42, a part of the ninth day.
   EXPECT_NEAR(two["p95"].get<double>(), 10 - std::sqrt(2.5), 0.15);
   EXPECT_EQ(two["p95_date"], "2026-01-15");
+
+  // A skewed estimate alone: above M = 2, F(x) = 1 - (9 - x)^2 / 56.
+  json skewed = PlanJson("id,duration,predecessors\nS,1/2/9,\n", {"--simulate", "4000"});
+  EXPECT_NEAR(skewed["simulation"]["p50"].get<double>(), 9 - std::sqrt(28.0), 0.15);
+  EXPECT_NEAR(skewed["simulation"]["p95"].get<double>(), 9 - std::sqrt(2.8), 0.15);
 }
 
 TEST(CpmPlanning, WhatIfNamesWhatMoved) {
@@ -196,9 +201,10 @@ TEST(CpmPlanning, WhatIfNamesWhatMoved) {
   }
   Result text = Cpm({"--what-if", "frame_up->wiring_done=+2", "--start", "2026-01-05",
                      std::string(PEL_SOURCE_DIR) + "/examples/house.txt"});
-  EXPECT_NE(text.Out.find("Completion time: 39 -> 40 (+1)\nFinish: 2026-02-26 -> 2026-02-27\n"
-                          "Became critical: frame_up --> wiring_done, wiring_done --> walls_closed"),
-            std::string::npos)
+  EXPECT_NE(
+      text.Out.find("Completion time: 39 -> 40 (+1)\nFinish: 2026-02-26 -> 2026-02-27\n"
+                    "Became critical: frame_up --> wiring_done, wiring_done --> walls_closed"),
+      std::string::npos)
       << text.Out;
 }
 
@@ -210,11 +216,13 @@ TEST(CpmPlanning, BadEstimatesDatesAndChangesAreOneLine) {
   };
   const std::string plan = "id,duration,predecessors\nA,2/4/9,\n";
   const Case cases[] = {
-      {{"--aon"}, "id,duration,predecessors\nA,9/4/2,\n",
+      {{"--aon"},
+       "id,duration,predecessors\nA,9/4/2,\n",
        "-:2: estimate '9/4/2' is not in order: optimistic <= most likely <= pessimistic"},
       {{"--aon"}, "id,duration,predecessors\nA,2/4,\n", "-:2: estimate '2/4' is not OPTIMISTIC"},
       {{}, "a b 1/x/3\n", "-:1: duration 'x' is not a whole number"},
-      {{"--aon", "--start", "2026-01-05", "--holidays", holidays}, plan,
+      {{"--aon", "--start", "2026-01-05", "--holidays", holidays},
+       plan,
        holidays + ":3: '2026-02-30' is not a date written YYYY-MM-DD"},
       {{"--aon", "--start", "5.1.2026"}, plan, "--start: '5.1.2026' is not a date"},
       {{"--aon", "--calendar", "all"}, plan, "--calendar and --holidays need --start"},

@@ -38,22 +38,40 @@ struct EdgeRole {
   int32_t Task = -1;
   int64_t Lag = 0;
   int32_t Minus = -1;
+  int Line = 0;  // of the task or link in the file
 };
 
 // Where a network came from, for naming a cycle: the file line of each edge
 // and, for a plan, the task each event belongs to.
+// The line is looked up only to name a cycle.
+struct EdgeRole;
 struct Origin {
-  std::unordered_map<TPelGraphEdge*, int> Lines;
-  std::unordered_map<TPelGraphNode*, std::string> Owner;
+  bool Plan = false;
+  const std::vector<EdgeRole>* Roles = nullptr;
   // The estimates of the tasks with three points.
   std::unordered_map<TPelGraphEdge*, Estimate> Estimates;
+  // The task a plan's event belongs to: its name before ":start" or
+  // ":finish" (ids hold no ':'); empty for (start), (finish) and the events
+  // of an event network.
+  std::string Owner(TPelGraphNode* n) const {
+    if (!Plan) return "";
+    const String& caption = n->GetCaption();
+    std::size_t colon = caption.rfind(':');
+    return colon == std::string::npos ? "" : caption.substr(0, colon);
+  }
 };
 
 // A plan converted to an event network: per task its edge, per dummy its
 // edge and what it stands for.
 struct PlanNetwork {
+  // A dummy for task Task: from the project start (Link -1), to the project
+  // finish (-2) or the task's Link-th predecessor.
+  struct Dummy {
+    TAOETask* Edge;
+    int32_t Task, Link;
+  };
   std::vector<TAOETask*> Tasks;
-  std::vector<std::pair<TAOETask*, std::string>> Dummies;
+  std::vector<Dummy> Dummies;
 };
 
 // The input as read: a saved network, the tasks of an event network, or a plan.
@@ -102,7 +120,7 @@ bool EndsWith(const std::string& s, const std::string& tail) {
 // The network of a text or CSV file: events in order of first mention,
 // tasks in file order.
 void BuildNetwork(TActivityNetwork* net, const std::vector<TaskLine>& tasks,
-                  const std::string& file, Origin& origin, std::vector<EdgeRole>& roles) {
+                  const std::string& file, std::vector<EdgeRole>& roles) {
   net->SetDirected(true);
   std::unordered_map<std::string, TPelGraphNode*> events;
   auto event = [&](const std::string& name) {
@@ -119,67 +137,74 @@ void BuildNetwork(TActivityNetwork* net, const std::vector<TaskLine>& tasks,
     TPelGraphNode* from = event(t.From);
     TPelGraphEdge* edge = from->AddEdge(event(t.To));
     As<TWeightedEdge>(edge)->SetWeight(t.Duration);
-    origin.Lines[edge] = t.Line;
-    roles.push_back({As<TAOETask>(edge), static_cast<int32_t>(roles.size())});
+    roles.push_back({As<TAOETask>(edge), static_cast<int32_t>(roles.size()), 0, -1, t.Line});
   }
 }
 
 // A plan as an event network. Each task is an edge from its start event to
-// its finish event; the project start event leads to every task's start and
-// every task's finish leads to the project finish event, by zero dummies, so
-// no task starts before the project does, however large a lead. A link is a
-// dummy into the successor's start event: from the predecessor's finish (FS,
-// FF) or start (SS, SF), its duration the lag (FS, SS) or the lag less the
-// successor's duration (FF, SF), so a task always runs its whole duration
-// without a break. Dummies may so have negative durations.
+// its finish event. A link is a dummy into the successor's start event: from
+// the predecessor's finish (FS, FF) or start (SS, SF), its duration the lag
+// (FS, SS) or the lag less the successor's duration (FF, SF), so a task
+// always runs its whole duration without a break. Dummies may so have
+// negative durations. Zero dummies lead from the project start event to the
+// tasks without predecessors and to the project finish event from the tasks
+// whose finish no FS or FF link of lag 0 or more carries on to a successor's
+// finish (the others' finishes are bound by their successors' already, and
+// a node of a million edges would cost the graph dearly). No event is earlier
+// than the project start: the network starts every event at time 0, so no
+// task starts before the project does, however large a lead.
 PlanNetwork BuildPlan(TActivityNetwork* net, const std::vector<PlanTask>& tasks,
-                      const std::string& file, Origin& origin, std::vector<EdgeRole>& roles) {
+                      const std::string& file, std::vector<EdgeRole>& roles) {
   net->SetDirected(true);
   PlanNetwork plan;
-  std::unordered_map<std::string, std::size_t> index;
   std::vector<TPelGraphNode*> starts, finishes;
+  std::vector<bool> carriedOn(tasks.size());
   TPelGraphNode* first = net->CreateNode(ProjectStart);
   TPelGraphNode* last = net->CreateNode(ProjectFinish);
-  auto edge = [&](TPelGraphNode* from, TPelGraphNode* to, int32_t weight, int line) {
+  auto edge = [&](TPelGraphNode* from, TPelGraphNode* to, int32_t weight) {
     auto* task = As<TAOETask>(from->AddEdge(to));
     task->SetWeight(weight);
-    origin.Lines[task] = line;
     return task;
   };
-  int64_t total = 0;
+  starts.reserve(tasks.size());
+  finishes.reserve(tasks.size());
   for (const PlanTask& t : tasks) {
-    index[t.Id] = starts.size();
     starts.push_back(net->CreateNode(t.Id + ":start"));
     finishes.push_back(net->CreateNode(t.Id + ":finish"));
-    origin.Owner[starts.back()] = origin.Owner[finishes.back()] = t.Id;
-    plan.Tasks.push_back(edge(starts.back(), finishes.back(), t.Duration, t.Line));
-    roles.push_back({plan.Tasks.back(), static_cast<int32_t>(starts.size() - 1)});
-    plan.Dummies.emplace_back(edge(first, starts.back(), 0, t.Line), "project start");
-    roles.push_back({plan.Dummies.back().first});
-    plan.Dummies.emplace_back(edge(finishes.back(), last, 0, t.Line), "project finish");
-    roles.push_back({plan.Dummies.back().first});
+    plan.Tasks.push_back(edge(starts.back(), finishes.back(), t.Duration));
+    roles.push_back({plan.Tasks.back(), static_cast<int32_t>(starts.size() - 1), 0, -1, t.Line});
   }
+  int64_t total = 0;
   for (std::size_t i = 0; i < tasks.size(); ++i) {
     const PlanTask& t = tasks[i];
     total += t.Duration;
-    for (const PlanLink& l : t.Predecessors) {
-      std::size_t p = index.at(l.Id);
+    if (t.Predecessors.empty()) {
+      plan.Dummies.push_back({edge(first, starts[i], 0), static_cast<int32_t>(i), -1});
+      roles.push_back({plan.Dummies.back().Edge, -1, 0, -1, t.Line});
+    }
+    for (std::size_t k = 0; k < t.Predecessors.size(); ++k) {
+      const PlanLink& l = t.Predecessors[k];
+      std::size_t p = l.Task;
       bool fromFinish = l.Type == LinkType::FS || l.Type == LinkType::FF;
       bool toFinish = l.Type == LinkType::FF || l.Type == LinkType::SF;
+      if (fromFinish && l.Lag >= 0) carriedOn[p] = true;
       int64_t weight = int64_t{l.Lag} - (toFinish ? t.Duration : 0);
       total += weight < 0 ? -weight : weight;
       if (total > std::numeric_limits<int32_t>::max())
         throw CpmError(file + ":" + std::to_string(t.Line) +
                        ": the durations and lags add up to more than 2147483647");
-      plan.Dummies.emplace_back(
-          edge(fromFinish ? finishes[p] : starts[p], starts[i], static_cast<int32_t>(weight), t.Line),
-          l.Id + " " + LinkText(l.Type, l.Lag) + " " + t.Id);
-      roles.push_back({plan.Dummies.back().first, -1, l.Lag,
-                       toFinish ? static_cast<int32_t>(i) : -1});
+      plan.Dummies.push_back({edge(fromFinish ? finishes[p] : starts[p], starts[i],
+                                   static_cast<int32_t>(weight)),
+                              static_cast<int32_t>(i), static_cast<int32_t>(k)});
+      roles.push_back({plan.Dummies.back().Edge, -1, l.Lag,
+                       toFinish ? static_cast<int32_t>(i) : -1, t.Line});
     }
   }
-  if (total > std::numeric_limits<int32_t>::max())
-    throw CpmError(file + ": the durations and lags add up to more than 2147483647");
+  for (std::size_t i = 0; i < tasks.size(); ++i)
+    if (!carriedOn[i]) {
+      plan.Dummies.push_back({edge(finishes[i], last, 0), static_cast<int32_t>(i), -2});
+      roles.push_back({plan.Dummies.back().Edge, -1, 0, -1, tasks[i].Line});
+    }
   return plan;
 }
 
@@ -249,12 +274,14 @@ std::vector<int64_t> MeanSteps(const std::vector<Estimate>& estimates, int32_t s
 // Builds the network of an input (a saved one is already in n), its
 // durations in steps of 1/scale.
 void Build(Network& n, const Input& input, int32_t scale, const std::string& file) {
+  n.From.Roles = &n.Roles;
   if (input.Saved) return;
   if (input.IsPlan) {
-    n.Plan = BuildPlan(n.Net.get(), input.Plan, file, n.From, n.Roles);
+    n.From.Plan = true;
+    n.Plan = BuildPlan(n.Net.get(), input.Plan, file, n.Roles);
     n.TaskEdges = n.Plan->Tasks;
   } else {
-    BuildNetwork(n.Net.get(), input.Lines, file, n.From, n.Roles);
+    BuildNetwork(n.Net.get(), input.Lines, file, n.Roles);
     for (const EdgeRole& r : n.Roles) n.TaskEdges.push_back(r.Edge);
   }
   std::vector<Estimate> estimates = input.Estimates();
@@ -318,8 +345,8 @@ std::string DescribeCycle(TActivityNetwork* net, const Origin& origin) {
   std::vector<TPelGraphEdge*> cycle = FindCycle(net);
   if (cycle.empty()) return "";
   auto label = [&](TPelGraphNode* n) {
-    auto it = origin.Owner.find(n);
-    return it == origin.Owner.end() ? n->GetCaption() : it->second;
+    std::string owner = origin.Owner(n);
+    return owner.empty() ? n->GetCaption() : owner;
   };
   std::vector<std::string> names;
   for (TPelGraphEdge* e : cycle) names.push_back(label(e->GetFromNode()));
@@ -332,8 +359,10 @@ std::string DescribeCycle(TActivityNetwork* net, const Origin& origin) {
   for (const auto& n : kept) text += n + " -> ";
   text += kept.front();
   std::vector<int> lines;
-  for (TPelGraphEdge* e : cycle)
-    if (auto it = origin.Lines.find(e); it != origin.Lines.end()) lines.push_back(it->second);
+  std::unordered_set<TPelGraphEdge*> inCycle(cycle.begin(), cycle.end());
+  if (origin.Roles)
+    for (const EdgeRole& r : *origin.Roles)
+      if (inCycle.count(r.Edge)) lines.push_back(r.Line);
   std::sort(lines.begin(), lines.end());
   lines.erase(std::unique(lines.begin(), lines.end()), lines.end());
   for (std::size_t i = 0; i < lines.size(); ++i)
@@ -345,10 +374,12 @@ int32_t Earliest(TPelGraphNode* n) { return As<TAOEEvent>(n)->GetEarliestEventTi
 
 // The times of one edge; its free float is how far it can slip before its
 // end event moves.
-TaskTimes EdgeTimes(TAOETask* t) {
+TaskTimes EdgeTimes(TAOETask* t, bool events = true) {
   TaskTimes k;
-  k.From = t->GetFromNode()->GetCaption();
-  k.To = t->GetToNode()->GetCaption();
+  if (events) {
+    k.From = t->GetFromNode()->GetCaption();
+    k.To = t->GetToNode()->GetCaption();
+  }
   k.Duration = t->GetWeight();
   k.EarliestStart = t->GetEarliestStartTime();
   k.LatestStart = t->GetLatestStartTime();
@@ -391,33 +422,44 @@ PertFigures Pert(TStrings* order, const Origin& origin) {
   // The tasks of the chain (a plan's, not its dummies), first to last.
   for (TPelGraphNode* at = last; best[at].Via; at = best[at].Via->GetFromNode()) {
     TAOETask* t = best[at].Via;
-    auto from = origin.Owner.find(t->GetFromNode()), to = origin.Owner.find(t->GetToNode());
-    if (origin.Owner.empty())
+    std::string from = origin.Owner(t->GetFromNode());
+    if (!origin.Plan)
       p.Path.push_back(t->GetFromNode()->GetCaption() + " --> " + t->GetToNode()->GetCaption());
-    else if (from != origin.Owner.end() && to != origin.Owner.end() && from->second == to->second)
-      p.Path.push_back(from->second);
+    else if (!from.empty() && from == origin.Owner(t->GetToNode()))
+      p.Path.push_back(from);
   }
   std::reverse(p.Path.begin(), p.Path.end());
   return p;
 }
 
-Schedule Compute(TActivityNetwork* net, TAOEEvent* start, TAOEEvent* finish,
-                 const std::string& file, const Origin& origin) {
-  Schedule s;
-  int32_t time = 0;
-  Owned<TStrings> order;
+// Computes the network's times; the events in topological order.
+Owned<TStrings> Times(TActivityNetwork* net, TAOEEvent* start, TAOEEvent* finish,
+                      const std::string& file, const Origin& origin, int32_t& time) {
   try {
-    order.reset(net->GetEarliestCompletionTime(start, finish, nullptr, time));
+    Owned<TStrings> order(net->GetEarliestCompletionTime(start, finish, nullptr, time));
+    if (!order->GetCount()) time = 0;
+    return order;
   } catch (const EGraphException& e) {
     throw CpmError(file + ": " + e.Message() + ": " + DescribeCycle(net, origin));
   }
-  s.CompletionTime = order->GetCount() ? time : 0;
-  std::unordered_set<TObject*> shown;
+}
+
+std::vector<EventTimes> EventList(TStrings* order) {
+  std::vector<EventTimes> events;
   for (int32_t i = 0; i < order->GetCount(); ++i) {
     auto* e = As<TAOEEvent>(order->GetObject(i));
-    shown.insert(e);
-    s.Events.push_back({e->GetCaption(), e->GetEarliestEventTime(), e->GetLatestEventTime()});
+    events.push_back({e->GetCaption(), e->GetEarliestEventTime(), e->GetLatestEventTime()});
   }
+  return events;
+}
+
+Schedule Compute(TActivityNetwork* net, TAOEEvent* start, TAOEEvent* finish,
+                 const std::string& file, const Origin& origin) {
+  Schedule s;
+  Owned<TStrings> order = Times(net, start, finish, file, origin, s.CompletionTime);
+  s.Events = EventList(order.get());
+  std::unordered_set<TObject*> shown;
+  for (int32_t i = 0; i < order->GetCount(); ++i) shown.insert(order->GetObject(i));
   for (int32_t i = 0; i < order->GetCount(); ++i) {
     auto* e = As<TAOEEvent>(order->GetObject(i));
     for (int32_t k = 0; k < e->GetEdgeCount(); ++k) {
@@ -430,6 +472,7 @@ Schedule Compute(TActivityNetwork* net, TAOEEvent* start, TAOEEvent* finish,
   }
   if (!origin.Estimates.empty()) s.Pert = Pert(order.get(), origin);
   // The network names its critical tasks; only those shown are listed.
+  int32_t time = 0;
   Owned<TStrings> critical(net->GetCriticalActivities(start, finish, nullptr, time));
   for (int32_t i = 0; i < critical->GetCount(); ++i) {
     auto* t = As<TAOETask>(critical->GetObject(i));
@@ -444,22 +487,21 @@ Schedule Compute(TActivityNetwork* net, TAOEEvent* start, TAOEEvent* finish,
 Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan,
                      const std::vector<PlanTask>& tasks, bool showDummies,
                      const std::string& file, const Origin& origin) {
-  Schedule all = Compute(net, nullptr, nullptr, file, origin);
   Schedule s;
   s.Plan = true;
-  s.CompletionTime = all.CompletionTime;
-  s.Pert = all.Pert;
-  if (showDummies) s.Events = std::move(all.Events);
-  std::unordered_map<std::string, std::size_t> index;
+  Owned<TStrings> order = Times(net, nullptr, nullptr, file, origin, s.CompletionTime);
+  if (!origin.Estimates.empty()) s.Pert = Pert(order.get(), origin);
+  if (showDummies) s.Events = EventList(order.get());
+  order.reset();
+  s.Tasks.reserve(tasks.size());
   for (std::size_t i = 0; i < tasks.size(); ++i) {
     const PlanTask& p = tasks[i];
     TAOETask* edge = plan.Tasks[i];
-    index[p.Id] = i;
-    TaskTimes k = EdgeTimes(edge);
+    TaskTimes k = EdgeTimes(edge, false);
     k.Id = p.Id;
     k.Name = p.Name;
     k.Est = p.Est;
-    int64_t free = std::numeric_limits<int32_t>::max();
+    int64_t free = int64_t{s.CompletionTime} - Earliest(edge->GetToNode());
     for (TPelGraphNode* n : {edge->GetFromNode(), edge->GetToNode()})
       for (int32_t j = 0; j < n->GetEdgeCount(); ++j) {
         auto* d = As<TAOETask>(n->GetEdge(j));
@@ -471,14 +513,25 @@ Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan,
     if (k.Critical) s.Critical.push_back(p.Id);
     s.Tasks.push_back(std::move(k));
   }
+  std::size_t links = 0;
+  for (const PlanTask& t : tasks) links += t.Predecessors.size();
+  s.Links.reserve(links);
   for (std::size_t i = 0; i < tasks.size(); ++i)
     for (const PlanLink& l : tasks[i].Predecessors)
       s.Links.push_back({l.Id, tasks[i].Id, LinkText(l.Type, l.Lag),
-                         s.Tasks[index[l.Id]].Critical && s.Tasks[i].Critical});
+                         s.Tasks[l.Task].Critical && s.Tasks[i].Critical});
   if (showDummies)
-    for (const auto& [edge, what] : plan.Dummies) {
-      TaskTimes k = EdgeTimes(edge);
-      k.Name = what;
+    for (const auto& d : plan.Dummies) {
+      TaskTimes k = EdgeTimes(d.Edge);
+      const PlanTask& t = tasks[d.Task];
+      if (d.Link == -1) {
+        k.Name = "project start";
+      } else if (d.Link == -2) {
+        k.Name = "project finish";
+      } else {
+        const PlanLink& l = t.Predecessors[d.Link];
+        k.Name = l.Id + " " + LinkText(l.Type, l.Lag) + " " + t.Id;
+      }
       s.Tasks.push_back(std::move(k));
     }
   return s;

@@ -70,6 +70,19 @@ std::string Trim(const std::string& s) {
 
 // Splits one CSV record; fields may be quoted, with "" for a quote inside.
 std::vector<std::string> SplitCsv(const std::string& line, const std::string& file, int n) {
+  if (line.find('"') == std::string::npos) {
+    // No quotes: the fields lie between the commas (most lines of a large plan).
+    std::vector<std::string> fields;
+    for (std::size_t at = 0;;) {
+      std::size_t end = std::min(line.find(',', at), line.size());
+      std::size_t b = at, e = end;
+      while (b < e && (line[b] == ' ' || line[b] == '\t')) ++b;
+      while (e > b && (line[e - 1] == ' ' || line[e - 1] == '\t')) --e;
+      fields.emplace_back(line, b, e - b);
+      if (end == line.size()) return fields;
+      at = end + 1;
+    }
+  }
   std::vector<std::string> fields(1);
   bool quoted = false, wasQuoted = false;
   for (std::size_t i = 0; i < line.size(); ++i) {
@@ -297,10 +310,13 @@ std::vector<PlanTask> ParsePlan(std::istream& in, const std::string& file) {
     tasks.push_back(std::move(t));
   }
   if (!header) Fail(file, std::max(n, 1), "no header line (expected id,name,duration,predecessors)");
-  for (const PlanTask& t : tasks)
-    for (const PlanLink& l : t.Predecessors)
-      if (!index.count(l.Id))
+  for (PlanTask& t : tasks)
+    for (PlanLink& l : t.Predecessors) {
+      auto it = index.find(l.Id);
+      if (it == index.end())
         Fail(file, t.Line, "predecessor '" + l.Id + "' is not a task of the plan");
+      l.Task = it->second;
+    }
   return tasks;
 }
 

@@ -218,6 +218,88 @@ std::string RenderText(const Schedule& s) {
 
 namespace {
 
+// Writes JSON as nlohmann's dump(2) lays it out, item by item. Strings that
+// are not UTF-8 get U+FFFD for their bad bytes, as dump's replace handler
+// does.
+class JsonWriter {
+ public:
+  JsonWriter& Key(const char* key) {
+    Item();
+    FText += '"';
+    FText += key;
+    FText += "\": ";
+    FKeyed = true;
+    return *this;
+  }
+  void Begin(char bracket) {
+    Item();
+    FText += bracket;
+    FEmpty.push_back(true);
+  }
+  void End(char bracket) {
+    bool empty = FEmpty.back();
+    FEmpty.pop_back();
+    if (!empty) NewLine();
+    FText += bracket;
+  }
+  void Int(int64_t n) {
+    Item();
+    FText += std::to_string(n);
+  }
+  void Bool(bool b) {
+    Item();
+    FText += b ? "true" : "false";
+  }
+  void String(const std::string& text) {
+    Item();
+    bool plain = std::all_of(text.begin(), text.end(), [](char c) {
+      return static_cast<unsigned char>(c) >= 0x20 && static_cast<unsigned char>(c) < 0x80 &&
+             c != '"' && c != '\\';
+    });
+    if (plain) {
+      FText += '"';
+      FText += text;
+      FText += '"';
+    } else {
+      FText += nlohmann::ordered_json(text).dump(-1, ' ', false,
+                                                 nlohmann::ordered_json::error_handler_t::replace);
+    }
+  }
+  // A small value, laid out at the current depth.
+  void Value(const nlohmann::ordered_json& value) {
+    Item();
+    std::string text =
+        value.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+    const std::string indent(2 * FEmpty.size(), ' ');
+    for (char c : text) {
+      FText += c;
+      if (c == '\n') FText += indent;
+    }
+  }
+  const std::string& Text() const { return FText; }
+
+ private:
+  // Before a value: a comma after the previous item, a new line and the
+  // indentation, unless the value follows its key.
+  void Item() {
+    if (FKeyed) {
+      FKeyed = false;
+      return;
+    }
+    if (FEmpty.empty()) return;
+    if (!FEmpty.back()) FText += ',';
+    FEmpty.back() = false;
+    NewLine();
+  }
+  void NewLine() {
+    FText += '\n';
+    FText.append(2 * FEmpty.size(), ' ');
+  }
+  std::string FText;
+  std::vector<bool> FEmpty;  // per open bracket: nothing in it yet
+  bool FKeyed = false;
+};
+
 nlohmann::ordered_json SimulationJson(const Schedule& s) {
   const SimulationFigures& f = *s.Simulation;
   nlohmann::ordered_json j;
@@ -258,72 +340,93 @@ std::string RenderJson(const Schedule& s) {
     if (s.Simulation) j["simulation"] = SimulationJson(s);
     return j.dump(2, ' ', false, replace) + "\n";
   }
+  // A plan may hold a million tasks: the report is written as it goes, in
+  // the layout of nlohmann's dump(2), not built as one JSON value.
+  JsonWriter w;
   const bool dates = s.Calendar != nullptr;
-  j["completion_time"] = TimeJson(s, s.CompletionTime);
+  w.Begin('{');
+  w.Key("completion_time").Value(TimeJson(s, s.CompletionTime));
   if (dates) {
-    j["calendar"] = s.Calendar->Weekdays() ? "weekdays" : "all";
-    j["start_date"] = StartDate(s, 0);
-    j["finish_date"] = CompletionDate(s, s.CompletionTime);
+    w.Key("calendar").String(s.Calendar->Weekdays() ? "weekdays" : "all");
+    w.Key("start_date").String(StartDate(s, 0));
+    w.Key("finish_date").String(CompletionDate(s, s.CompletionTime));
   }
+  auto time = [&](const char* key, int64_t steps) {
+    if (s.Scale == 1)
+      w.Key(key).Int(steps);
+    else
+      w.Key(key).Value(TimeJson(s, steps));
+  };
   if (!s.Plan || !s.Events.empty()) {
-    j["events"] = nlohmann::ordered_json::array();
+    w.Key("events").Begin('[');
     for (const auto& e : s.Events) {
-      nlohmann::ordered_json k{{"name", e.Name},
-                               {"earliest", TimeJson(s, e.Earliest)},
-                               {"latest", TimeJson(s, e.Latest)}};
+      w.Begin('{');
+      w.Key("name").String(e.Name);
+      time("earliest", e.Earliest);
+      time("latest", e.Latest);
       if (dates) {
-        k["earliest_date"] = StartDate(s, e.Earliest);
-        k["latest_date"] = StartDate(s, e.Latest);
+        w.Key("earliest_date").String(StartDate(s, e.Earliest));
+        w.Key("latest_date").String(StartDate(s, e.Latest));
       }
-      j["events"].push_back(std::move(k));
+      w.End('}');
     }
+    w.End(']');
   }
-  j["tasks"] = nlohmann::ordered_json::array();
+  w.Key("tasks").Begin('[');
   for (const auto& t : s.Tasks) {
-    nlohmann::ordered_json k;
+    w.Begin('{');
     if (s.Plan && !t.Id.empty()) {
-      k["id"] = t.Id;
-      k["name"] = t.Name;
+      w.Key("id").String(t.Id);
+      w.Key("name").String(t.Name);
     } else {
-      k["from"] = t.From;
-      k["to"] = t.To;
-      if (s.Plan) k["dummy"] = t.Name;
+      w.Key("from").String(t.From);
+      w.Key("to").String(t.To);
+      if (s.Plan) w.Key("dummy").String(t.Name);
     }
-    k["duration"] = TimeJson(s, t.Duration);
+    time("duration", t.Duration);
     if (t.Est.ThreePoint)
-      k["estimate"] = {{"optimistic", t.Est.O},
-                       {"most_likely", t.Est.M},
-                       {"pessimistic", t.Est.P},
-                       {"mean", std::round(t.Est.Mean() * 10000) / 10000},
-                       {"variance", std::round(t.Est.Variance() * 10000) / 10000}};
-    k["earliest_start"] = TimeJson(s, t.EarliestStart);
-    if (s.Plan) k["earliest_finish"] = TimeJson(s, int64_t{t.EarliestStart} + t.Duration);
-    k["latest_start"] = TimeJson(s, t.LatestStart);
-    if (s.Plan) k["latest_finish"] = TimeJson(s, int64_t{t.LatestStart} + t.Duration);
+      w.Key("estimate").Value({{"optimistic", t.Est.O},
+                               {"most_likely", t.Est.M},
+                               {"pessimistic", t.Est.P},
+                               {"mean", std::round(t.Est.Mean() * 10000) / 10000},
+                               {"variance", std::round(t.Est.Variance() * 10000) / 10000}});
+    time("earliest_start", t.EarliestStart);
+    if (s.Plan) time("earliest_finish", int64_t{t.EarliestStart} + t.Duration);
+    time("latest_start", t.LatestStart);
+    if (s.Plan) time("latest_finish", int64_t{t.LatestStart} + t.Duration);
     if (dates) {
-      k["es_date"] = StartDate(s, t.EarliestStart);
-      k["ef_date"] = FinishDate(s, t.EarliestStart, t.Duration);
-      k["ls_date"] = StartDate(s, t.LatestStart);
-      k["lf_date"] = FinishDate(s, t.LatestStart, t.Duration);
+      w.Key("es_date").String(StartDate(s, t.EarliestStart));
+      w.Key("ef_date").String(FinishDate(s, t.EarliestStart, t.Duration));
+      w.Key("ls_date").String(StartDate(s, t.LatestStart));
+      w.Key("lf_date").String(FinishDate(s, t.LatestStart, t.Duration));
     }
-    k["total_float"] = TimeJson(s, t.Slack);
-    k["free_float"] = TimeJson(s, t.FreeFloat);
-    k["critical"] = t.Critical;
-    j["tasks"].push_back(std::move(k));
+    time("total_float", t.Slack);
+    time("free_float", t.FreeFloat);
+    w.Key("critical").Bool(t.Critical);
+    w.End('}');
   }
+  w.End(']');
   if (s.Plan) {
-    j["links"] = nlohmann::ordered_json::array();
-    for (const auto& l : s.Links)
-      j["links"].push_back({{"from", l.From}, {"to", l.To}, {"type", l.Kind}});
+    w.Key("links").Begin('[');
+    for (const auto& l : s.Links) {
+      w.Begin('{');
+      w.Key("from").String(l.From);
+      w.Key("to").String(l.To);
+      w.Key("type").String(l.Kind);
+      w.End('}');
+    }
+    w.End(']');
   }
-  j["critical"] = s.Critical;
+  w.Key("critical").Begin('[');
+  for (const auto& c : s.Critical) w.String(c);
+  w.End(']');
   if (s.Pert)
-    j["pert"] = {{"mean", TimeJson(s, static_cast<int64_t>(s.Pert->Mean))},
-                 {"std_dev", std::round(s.Pert->StdDev * 10000) / 10000},
-                 {"path", s.Pert->Path}};
-  if (s.Simulation) j["simulation"] = SimulationJson(s);
-  // Names are bytes as read; anything that is not UTF-8 is replaced.
-  return j.dump(2, ' ', false, replace) + "\n";
+    w.Key("pert").Value({{"mean", TimeJson(s, static_cast<int64_t>(s.Pert->Mean))},
+                         {"std_dev", std::round(s.Pert->StdDev * 10000) / 10000},
+                         {"path", s.Pert->Path}});
+  if (s.Simulation) w.Key("simulation").Value(SimulationJson(s));
+  w.End('}');
+  return w.Text() + "\n";
 }
 
 std::string RenderDot(const Schedule& s) {

@@ -54,6 +54,7 @@ struct PlanLink {
   std::string Id;
   LinkType Type = LinkType::FS;
   int32_t Lag = 0;
+  std::size_t Task = 0;  // the predecessor's place in the plan
 };
 
 struct PlanTask {
