@@ -46,11 +46,6 @@ std::vector<sys_days> ParseHolidays(std::istream& in, const std::string& file) {
   return days;
 }
 
-namespace {
-// Working days further than this from the start are refused (some 38,000
-// years of weekdays): a schedule that long is a mistake.
-constexpr int64_t Farthest = 10'000'000;
-}  // namespace
 
 WorkCalendar::WorkCalendar(sys_days start, bool weekdays, const std::vector<sys_days>& holidays)
     : FWeekdays(weekdays), FHolidays(holidays.begin(), holidays.end()) {

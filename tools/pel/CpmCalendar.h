@@ -34,6 +34,9 @@ class WorkCalendar {
                const std::vector<std::chrono::sys_days>& holidays);
 
   bool Working(std::chrono::sys_days day) const;
+  // Whether Day(t) has an answer: t within ten million working days of the
+  // start (an event no task leads on from has the latest time 2147483647).
+  static bool Covers(int64_t t) { return t <= Farthest && t >= -Farthest; }
   // Working day t (0 is the project's first day); t may be negative.
   std::chrono::sys_days Day(int64_t t) const;
   // The date a task of the given duration starting at time start begins and
@@ -47,6 +50,7 @@ class WorkCalendar {
   bool Weekdays() const { return FWeekdays; }
 
  private:
+  static constexpr int64_t Farthest = 10'000'000;
   bool FWeekdays;
   std::set<std::chrono::sys_days> FHolidays;
   std::chrono::sys_days FFirst;

@@ -811,14 +811,18 @@ int RunCpm(const std::vector<std::string>& args, std::istream& in, std::ostream&
     }
     if (!o.Gantt.empty()) gantt = RenderGanttSvg(s);
     if (o.Simulate) s.Simulation = Simulate(n, input, o.Simulate, o.Seed, o.File);
-    std::string report = o.Json ? RenderJson(s) : o.Dot ? RenderDot(s) : RenderText(s);
+    // JSON is written last, straight to out: nothing can fail once it starts.
+    std::string report = o.Json ? "" : o.Dot ? RenderDot(s) : RenderText(s);
     for (auto [path, text] : {std::pair{&o.Save, &saved}, std::pair{&o.Gantt, &gantt}}) {
       if (!path->empty() && !WriteFileAtomically(*path, *text)) {
         err << "pel cpm: cannot write '" << *path << "': " << std::strerror(errno) << "\n";
         return 2;
       }
     }
-    out << report;
+    if (o.Json)
+      RenderJson(s, out);
+    else
+      out << report;
     out.flush();
     return out ? 0 : 2;
   } catch (const CpmError& e) {

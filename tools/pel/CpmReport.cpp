@@ -105,11 +105,13 @@ nlohmann::ordered_json TimeJson(const Schedule& s, int64_t steps) {
   return std::round(double(steps) / s.Scale * 10000) / 10000;
 }
 
+// Dates, or "-" for a time no calendar reaches.
 std::string StartDate(const Schedule& s, int64_t start) {
-  return IsoDate(s.Calendar->StartDate(start));
+  return WorkCalendar::Covers(start) ? IsoDate(s.Calendar->StartDate(start)) : "-";
 }
 std::string FinishDate(const Schedule& s, int64_t start, int64_t duration) {
-  return IsoDate(s.Calendar->FinishDate(start, duration));
+  return WorkCalendar::Covers(start + duration) ? IsoDate(s.Calendar->FinishDate(start, duration))
+                                                : "-";
 }
 // The day the project ends: the evening of its last working day.
 std::string CompletionDate(const Schedule& s, double units) {
@@ -223,6 +225,8 @@ namespace {
 // does.
 class JsonWriter {
  public:
+  // With a sink the text goes there in pieces of about a megabyte.
+  explicit JsonWriter(std::ostream* sink = nullptr) : FSink(sink) {}
   JsonWriter& Key(const char* key) {
     Item();
     FText += '"';
@@ -245,6 +249,15 @@ class JsonWriter {
   void Int(int64_t n) {
     Item();
     FText += std::to_string(n);
+  }
+  // A date, or null for "-".
+  void Date(const std::string& date) {
+    if (date == "-") {
+      Item();
+      FText += "null";
+    } else {
+      String(date);
+    }
   }
   void Bool(bool b) {
     Item();
@@ -282,6 +295,10 @@ class JsonWriter {
   // Before a value: a comma after the previous item, a new line and the
   // indentation, unless the value follows its key.
   void Item() {
+    if (FSink && FText.size() > (1 << 20)) {
+      FSink->write(FText.data(), static_cast<std::streamsize>(FText.size()));
+      FText.clear();
+    }
     if (FKeyed) {
       FKeyed = false;
       return;
@@ -295,6 +312,7 @@ class JsonWriter {
     FText += '\n';
     FText.append(2 * FEmpty.size(), ' ');
   }
+  std::ostream* FSink;
   std::string FText;
   std::vector<bool> FEmpty;  // per open bracket: nothing in it yet
   bool FKeyed = false;
@@ -322,6 +340,12 @@ nlohmann::ordered_json SimulationJson(const Schedule& s) {
 }  // namespace
 
 std::string RenderJson(const Schedule& s) {
+  std::ostringstream out;
+  RenderJson(s, out);
+  return out.str();
+}
+
+void RenderJson(const Schedule& s, std::ostream& out) {
   constexpr auto replace = nlohmann::ordered_json::error_handler_t::replace;
   nlohmann::ordered_json j;
   if (s.WhatIf) {
@@ -338,11 +362,12 @@ std::string RenderJson(const Schedule& s) {
     k["left_critical"] = w.Left;
     j["what_if"] = std::move(k);
     if (s.Simulation) j["simulation"] = SimulationJson(s);
-    return j.dump(2, ' ', false, replace) + "\n";
+    out << j.dump(2, ' ', false, replace) << "\n";
+    return;
   }
   // A plan may hold a million tasks: the report is written as it goes, in
   // the layout of nlohmann's dump(2), not built as one JSON value.
-  JsonWriter w;
+  JsonWriter w(&out);
   const bool dates = s.Calendar != nullptr;
   w.Begin('{');
   w.Key("completion_time").Value(TimeJson(s, s.CompletionTime));
@@ -365,8 +390,8 @@ std::string RenderJson(const Schedule& s) {
       time("earliest", e.Earliest);
       time("latest", e.Latest);
       if (dates) {
-        w.Key("earliest_date").String(StartDate(s, e.Earliest));
-        w.Key("latest_date").String(StartDate(s, e.Latest));
+        w.Key("earliest_date").Date(StartDate(s, e.Earliest));
+        w.Key("latest_date").Date(StartDate(s, e.Latest));
       }
       w.End('}');
     }
@@ -395,10 +420,10 @@ std::string RenderJson(const Schedule& s) {
     time("latest_start", t.LatestStart);
     if (s.Plan) time("latest_finish", int64_t{t.LatestStart} + t.Duration);
     if (dates) {
-      w.Key("es_date").String(StartDate(s, t.EarliestStart));
-      w.Key("ef_date").String(FinishDate(s, t.EarliestStart, t.Duration));
-      w.Key("ls_date").String(StartDate(s, t.LatestStart));
-      w.Key("lf_date").String(FinishDate(s, t.LatestStart, t.Duration));
+      w.Key("es_date").Date(StartDate(s, t.EarliestStart));
+      w.Key("ef_date").Date(FinishDate(s, t.EarliestStart, t.Duration));
+      w.Key("ls_date").Date(StartDate(s, t.LatestStart));
+      w.Key("lf_date").Date(FinishDate(s, t.LatestStart, t.Duration));
     }
     time("total_float", t.Slack);
     time("free_float", t.FreeFloat);
@@ -426,7 +451,7 @@ std::string RenderJson(const Schedule& s) {
                          {"path", s.Pert->Path}});
   if (s.Simulation) w.Key("simulation").Value(SimulationJson(s));
   w.End('}');
-  return w.Text() + "\n";
+  out << w.Text() << "\n";
 }
 
 std::string RenderDot(const Schedule& s) {

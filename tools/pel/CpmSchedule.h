@@ -122,7 +122,7 @@ struct SimulationFigures {
 // What changed durations did: the completion time (in steps) before and
 // after, and the tasks that entered or left the critical set.
 struct WhatIfFigures {
-  std::vector<std::string> Changes;  // "frame+3", "roof=7"
+  std::vector<std::string> Changes;  // as given: "frame=+3", "roof=7"
   int32_t Before = 0, After = 0;
   std::vector<std::string> Entered, Left;
 };
@@ -144,6 +144,9 @@ struct Schedule {
 
 std::string RenderText(const Schedule& s);
 std::string RenderJson(const Schedule& s);
+// The same, written to out as it goes (a plan of a million tasks makes half a
+// gigabyte of it).
+void RenderJson(const Schedule& s, std::ostream& out);
 std::string RenderDot(const Schedule& s);
 std::string RenderGanttSvg(const Schedule& s);
 
