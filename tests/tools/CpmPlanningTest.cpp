@@ -243,3 +243,24 @@ TEST(CpmPlanning, BadEstimatesDatesAndChangesAreOneLine) {
     EXPECT_EQ(std::count(r.Err.begin(), r.Err.end(), '\n'), 1);
   }
 }
+
+// The JSON report is written piece by piece; it must read back and lay out
+// as one dump of the whole value would, quotes, bad UTF-8 and empty lists
+// included.
+TEST(CpmPlanning, JsonWrittenAsItGoesIsTheDumpOfItsValue) {
+  const std::string house = std::string(PEL_SOURCE_DIR) + "/examples/house-pert.csv";
+  const std::vector<std::vector<std::string>> runs{
+      {"--json", "--start", "2026-03-30", "--simulate", "50", house},
+      {"--json", "--aon", "--show-dummies", "-"},
+      {"--json", "-"},
+  };
+  const std::string inputs[] = {"", "id,name,duration,predecessors\nA,\"say \"\"hi\"\"\",1,\n",
+                                "a \xff\xfe 1\n"};
+  for (std::size_t i = 0; i < runs.size(); ++i) {
+    Result r = Cpm(runs[i], inputs[i]);
+    ASSERT_EQ(r.Status, 0) << r.Err;
+    EXPECT_EQ(nlohmann::ordered_json::parse(r.Out).dump(2) + "\n", r.Out);
+  }
+  std::string empty = Cpm({"--json", "-"}, "# nothing\n").Out;
+  EXPECT_NE(empty.find("\"tasks\": [],\n  \"critical\": []\n}"), std::string::npos) << empty;
+}
