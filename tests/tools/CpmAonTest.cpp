@@ -2,6 +2,7 @@
 
 #include <fstream>
 #include <map>
+#include <random>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
@@ -144,4 +145,78 @@ TEST(CpmAon, BadPlansAndCyclesNameTheirLines) {
     EXPECT_NE(r.Err.find(c.Message), std::string::npos) << r.Err;
   }
   EXPECT_EQ(Cpm({"--aon", "--from", "A:start", "-"}, "id,duration,predecessors\nA,1,\n").Status, 2);
+}
+
+// Random plans of every link type, leads included, against the plain
+// definitions worked out task by task (predecessors come first in these
+// plans): the conversion binds a task's finish to the project finish only
+// where no successor does, and that must not change a single time.
+TEST(CpmAon, RandomPlansAgreeWithTheDefinitions) {
+  std::mt19937 random(5);
+  const char* types[] = {"FS", "SS", "FF", "SF"};
+  for (int plan = 0; plan < 20; ++plan) {
+    const int n = 40;
+    std::vector<long> d(n), es(n), lf(n), lse(n);
+    struct Link {
+      int From, To, Type;
+      long Lag;
+    };
+    std::vector<Link> links;
+    std::string csv = "id,duration,predecessors\n";
+    for (int j = 0; j < n; ++j) {
+      d[j] = random() % 6;
+      std::string preds;
+      for (int k = 0; j > 0 && k < static_cast<int>(random() % 4); ++k) {
+        Link l{static_cast<int>(random() % j), j, static_cast<int>(random() % 4),
+               static_cast<long>(random() % 7) - 3};
+        links.push_back(l);
+        preds += (preds.empty() ? "" : ";") + ("T" + std::to_string(l.From)) + " " +
+                 types[l.Type] + (l.Lag >= 0 ? "+" : "") + std::to_string(l.Lag);
+      }
+      csv += "T" + std::to_string(j) + "," + std::to_string(d[j]) + "," + preds + "\n";
+    }
+    // Forward: FS and SS bind the start, FF and SF the finish; never before 0.
+    for (int j = 0; j < n; ++j) {
+      es[j] = 0;
+      for (const Link& l : links)
+        if (l.To == j) {
+          long from = l.Type == 0 || l.Type == 2 ? es[l.From] + d[l.From] : es[l.From];
+          es[j] = std::max(es[j], from + l.Lag - (l.Type >= 2 ? d[j] : 0));
+        }
+    }
+    long total = 0;
+    for (int j = 0; j < n; ++j) total = std::max(total, es[j] + d[j]);
+    // Backward: the latest finish, and the latest time of the start event
+    // (which SS and SF links out of it bound too). Every link ends at its
+    // successor's start event, so FF and SF links bind by its latest start
+    // plus its duration.
+    for (int i = n - 1; i >= 0; --i) {
+      lf[i] = total;
+      for (const Link& l : links)
+        if (l.From == i && (l.Type == 0 || l.Type == 2))
+          lf[i] = std::min(lf[i], lse[l.To] + (l.Type == 2 ? d[l.To] : 0) - l.Lag);
+      lse[i] = lf[i] - d[i];
+      for (const Link& l : links)
+        if (l.From == i && (l.Type == 1 || l.Type == 3))
+          lse[i] = std::min(lse[i], lse[l.To] + (l.Type == 3 ? d[l.To] : 0) - l.Lag);
+    }
+    auto t = Plan(csv);
+    ASSERT_FALSE(t.empty()) << csv;
+    EXPECT_EQ(t["*"]["completion_time"], total);
+    for (int i = 0; i < n; ++i) {
+      const json& k = t["T" + std::to_string(i)];
+      long free = total - es[i] - d[i];
+      for (const Link& l : links)
+        if (l.From == i) {
+          long to = l.Type >= 2 ? es[l.To] + d[l.To] : es[l.To];
+          long from = l.Type == 0 || l.Type == 2 ? es[i] + d[i] : es[i];
+          free = std::min(free, to - l.Lag - from);
+        }
+      SCOPED_TRACE("plan " + std::to_string(plan) + ", T" + std::to_string(i) + "\n" + csv);
+      EXPECT_EQ(k["earliest_start"], es[i]);
+      EXPECT_EQ(k["latest_finish"], lf[i]);
+      EXPECT_EQ(k["total_float"], lf[i] - d[i] - es[i]);
+      EXPECT_EQ(k["free_float"], free);
+    }
+  }
 }

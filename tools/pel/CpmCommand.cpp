@@ -1,6 +1,9 @@
 #include "pel/CpmCommand.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <charconv>
+#include <cmath>
 #include <cstring>
 #include <fstream>
 #include <limits>
@@ -11,6 +14,7 @@
 
 #include "graphs/ActivityNetwork.h"
 #include "pel/Cli.h"
+#include "pel/CpmCalendar.h"
 #include "pel/CpmSchedule.h"
 #include "platform/Classes.h"
 
@@ -19,22 +23,87 @@ namespace pel::cli {
 namespace {
 
 struct CpmOptions {
-  std::string File, From, To, Save, Gantt;
+  std::string File, From, To, Save, Gantt, Start, Calendar, Holidays;
   bool Json = false, Dot = false, Aon = false, ShowDummies = false;
+  int64_t Simulate = 0;
+  uint64_t Seed = 1;
+  std::vector<std::string> WhatIf;
+};
+
+// What an edge stands for, so that its duration follows the tasks': Lag
+// steps (of one time unit each, scaled) plus the duration of task Task, less
+// that of task Minus (each when not -1).
+struct EdgeRole {
+  TAOETask* Edge = nullptr;
+  int32_t Task = -1;
+  int64_t Lag = 0;
+  int32_t Minus = -1;
+  int Line = 0;  // of the task or link in the file
 };
 
 // Where a network came from, for naming a cycle: the file line of each edge
 // and, for a plan, the task each event belongs to.
+// The line is looked up only to name a cycle.
+struct EdgeRole;
 struct Origin {
-  std::unordered_map<TPelGraphEdge*, int> Lines;
-  std::unordered_map<TPelGraphNode*, std::string> Owner;
+  bool Plan = false;
+  const std::vector<EdgeRole>* Roles = nullptr;
+  // The estimates of the tasks with three points.
+  std::unordered_map<TPelGraphEdge*, Estimate> Estimates;
+  // The task a plan's event belongs to: its name before ":start" or
+  // ":finish" (ids hold no ':'); empty for (start), (finish) and the events
+  // of an event network.
+  std::string Owner(TPelGraphNode* n) const {
+    if (!Plan) return "";
+    const String& caption = n->GetCaption();
+    std::size_t colon = caption.rfind(':');
+    return colon == std::string::npos ? "" : caption.substr(0, colon);
+  }
 };
 
 // A plan converted to an event network: per task its edge, per dummy its
 // edge and what it stands for.
 struct PlanNetwork {
+  // A dummy for task Task: from the project start (Link -1), to the project
+  // finish (-2) or the task's Link-th predecessor.
+  struct Dummy {
+    TAOETask* Edge;
+    int32_t Task, Link;
+  };
   std::vector<TAOETask*> Tasks;
-  std::vector<std::pair<TAOETask*, std::string>> Dummies;
+  std::vector<Dummy> Dummies;
+};
+
+// The input as read: a saved network, the tasks of an event network, or a plan.
+struct Input {
+  bool Saved = false, IsPlan = false;
+  std::vector<TaskLine> Lines;
+  std::vector<PlanTask> Plan;
+  std::vector<Estimate> Estimates() const {
+    std::vector<Estimate> e;
+    if (IsPlan)
+      for (const auto& t : Plan) e.push_back(t.Est);
+    else
+      for (const auto& t : Lines) e.push_back(t.Est);
+    return e;
+  }
+  std::vector<std::string> Names() const {
+    std::vector<std::string> n;
+    if (IsPlan)
+      for (const auto& t : Plan) n.push_back(t.Id);
+    else
+      for (const auto& t : Lines) n.push_back(t.From + " --> " + t.To);
+    return n;
+  }
+};
+
+// An input's network with what its edges stand for (none for a saved one).
+struct Network {
+  Owned<TActivityNetwork> Net = Make<TActivityNetwork>(nullptr);
+  Origin From;
+  std::optional<PlanNetwork> Plan;
+  std::vector<EdgeRole> Roles;
+  std::vector<TAOETask*> TaskEdges;  // per task of the input
 };
 
 // The names of a plan's events. Task ids hold no ':' or parenthesis, so
@@ -51,7 +120,7 @@ bool EndsWith(const std::string& s, const std::string& tail) {
 // The network of a text or CSV file: events in order of first mention,
 // tasks in file order.
 void BuildNetwork(TActivityNetwork* net, const std::vector<TaskLine>& tasks,
-                  const std::string& file, Origin& origin) {
+                  const std::string& file, std::vector<EdgeRole>& roles) {
   net->SetDirected(true);
   std::unordered_map<std::string, TPelGraphNode*> events;
   auto event = [&](const std::string& name) {
@@ -68,76 +137,89 @@ void BuildNetwork(TActivityNetwork* net, const std::vector<TaskLine>& tasks,
     TPelGraphNode* from = event(t.From);
     TPelGraphEdge* edge = from->AddEdge(event(t.To));
     As<TWeightedEdge>(edge)->SetWeight(t.Duration);
-    origin.Lines[edge] = t.Line;
+    roles.push_back({As<TAOETask>(edge), static_cast<int32_t>(roles.size()), 0, -1, t.Line});
   }
 }
 
 // A plan as an event network. Each task is an edge from its start event to
-// its finish event; the project start event leads to every task's start and
-// every task's finish leads to the project finish event, by zero dummies, so
-// no task starts before the project does, however large a lead. A link is a
-// dummy into the successor's start event: from the predecessor's finish (FS,
-// FF) or start (SS, SF), its duration the lag (FS, SS) or the lag less the
-// successor's duration (FF, SF), so a task always runs its whole duration
-// without a break. Dummies may so have negative durations.
+// its finish event. A link is a dummy into the successor's start event: from
+// the predecessor's finish (FS, FF) or start (SS, SF), its duration the lag
+// (FS, SS) or the lag less the successor's duration (FF, SF), so a task
+// always runs its whole duration without a break. Dummies may so have
+// negative durations. Zero dummies lead from the project start event to the
+// tasks without predecessors and to the project finish event from the tasks
+// whose finish no FS or FF link of lag 0 or more carries on to a successor's
+// finish (the others' finishes are bound by their successors' already, and
+// a node of a million edges would cost the graph dearly). No event is earlier
+// than the project start: the network starts every event at time 0, so no
+// task starts before the project does, however large a lead.
 PlanNetwork BuildPlan(TActivityNetwork* net, const std::vector<PlanTask>& tasks,
-                      const std::string& file, Origin& origin) {
+                      const std::string& file, std::vector<EdgeRole>& roles) {
   net->SetDirected(true);
   PlanNetwork plan;
-  std::unordered_map<std::string, std::size_t> index;
   std::vector<TPelGraphNode*> starts, finishes;
+  std::vector<bool> carriedOn(tasks.size());
   TPelGraphNode* first = net->CreateNode(ProjectStart);
   TPelGraphNode* last = net->CreateNode(ProjectFinish);
-  auto edge = [&](TPelGraphNode* from, TPelGraphNode* to, int32_t weight, int line) {
+  auto edge = [&](TPelGraphNode* from, TPelGraphNode* to, int32_t weight) {
     auto* task = As<TAOETask>(from->AddEdge(to));
     task->SetWeight(weight);
-    origin.Lines[task] = line;
     return task;
   };
-  int64_t total = 0;
+  starts.reserve(tasks.size());
+  finishes.reserve(tasks.size());
   for (const PlanTask& t : tasks) {
-    index[t.Id] = starts.size();
     starts.push_back(net->CreateNode(t.Id + ":start"));
     finishes.push_back(net->CreateNode(t.Id + ":finish"));
-    origin.Owner[starts.back()] = origin.Owner[finishes.back()] = t.Id;
-    plan.Tasks.push_back(edge(starts.back(), finishes.back(), t.Duration, t.Line));
-    plan.Dummies.emplace_back(edge(first, starts.back(), 0, t.Line), "project start");
-    plan.Dummies.emplace_back(edge(finishes.back(), last, 0, t.Line), "project finish");
+    plan.Tasks.push_back(edge(starts.back(), finishes.back(), t.Duration));
+    roles.push_back({plan.Tasks.back(), static_cast<int32_t>(starts.size() - 1), 0, -1, t.Line});
   }
+  int64_t total = 0;
   for (std::size_t i = 0; i < tasks.size(); ++i) {
     const PlanTask& t = tasks[i];
     total += t.Duration;
-    for (const PlanLink& l : t.Predecessors) {
-      std::size_t p = index.at(l.Id);
+    if (t.Predecessors.empty()) {
+      plan.Dummies.push_back({edge(first, starts[i], 0), static_cast<int32_t>(i), -1});
+      roles.push_back({plan.Dummies.back().Edge, -1, 0, -1, t.Line});
+    }
+    for (std::size_t k = 0; k < t.Predecessors.size(); ++k) {
+      const PlanLink& l = t.Predecessors[k];
+      std::size_t p = l.Task;
       bool fromFinish = l.Type == LinkType::FS || l.Type == LinkType::FF;
       bool toFinish = l.Type == LinkType::FF || l.Type == LinkType::SF;
+      if (fromFinish && l.Lag >= 0) carriedOn[p] = true;
       int64_t weight = int64_t{l.Lag} - (toFinish ? t.Duration : 0);
       total += weight < 0 ? -weight : weight;
       if (total > std::numeric_limits<int32_t>::max())
         throw CpmError(file + ":" + std::to_string(t.Line) +
                        ": the durations and lags add up to more than 2147483647");
-      plan.Dummies.emplace_back(
-          edge(fromFinish ? finishes[p] : starts[p], starts[i], static_cast<int32_t>(weight), t.Line),
-          l.Id + " " + LinkText(l.Type, l.Lag) + " " + t.Id);
+      plan.Dummies.push_back({edge(fromFinish ? finishes[p] : starts[p], starts[i],
+                                   static_cast<int32_t>(weight)),
+                              static_cast<int32_t>(i), static_cast<int32_t>(k)});
+      roles.push_back({plan.Dummies.back().Edge, -1, l.Lag,
+                       toFinish ? static_cast<int32_t>(i) : -1, t.Line});
     }
   }
-  if (total > std::numeric_limits<int32_t>::max())
-    throw CpmError(file + ": the durations and lags add up to more than 2147483647");
+  for (std::size_t i = 0; i < tasks.size(); ++i)
+    if (!carriedOn[i]) {
+      plan.Dummies.push_back({edge(finishes[i], last, 0), static_cast<int32_t>(i), -2});
+      roles.push_back({plan.Dummies.back().Edge, -1, 0, -1, tasks[i].Line});
+    }
   return plan;
 }
 
-// Loads an event network; a plan is parsed into plan and converted.
-void LoadNetwork(TActivityNetwork* net, const std::string& data, const CpmOptions& o,
-                 Origin& origin, std::optional<PlanNetwork>& plan, std::vector<PlanTask>& tasks) {
+// Reads the input: a plan, a saved network (loaded into net) or the tasks of
+// an event network.
+Input ReadInput(TActivityNetwork* net, const std::string& data, const CpmOptions& o) {
   const std::string& file = o.File;
+  Input input;
+  std::istringstream in(data);
   if (o.Aon || (EndsWith(file, ".csv") && HasPlanHeader(data))) {
-    std::istringstream in(data);
-    tasks = ParsePlan(in, file);
-    plan = BuildPlan(net, tasks, file, origin);
-    return;
-  }
-  if (data.compare(0, 4, "TPF0") == 0) {
+    input.IsPlan = true;
+    input.Plan = ParsePlan(in, file);
+  } else if (data.compare(0, 4, "TPF0") == 0) {
     // A network saved by --save: the component stream.
+    input.Saved = true;
     auto stream = Make<TStringStream>(data);
     stream->ReadComponent(net);
     int64_t total = 0;
@@ -152,11 +234,60 @@ void LoadNetwork(TActivityNetwork* net, const std::string& data, const CpmOption
     if (total > std::numeric_limits<int32_t>::max())
       throw CpmError(file + ": the durations add up to more than 2147483647");
     if (!net->GetDirected()) throw CpmError(file + ": the network is not directed");
-    return;
+  } else {
+    input.Lines = EndsWith(file, ".csv") ? ParseCsvNetwork(in, file) : ParseTextNetwork(in, file);
   }
-  std::istringstream in(data);
-  BuildNetwork(net, EndsWith(file, ".csv") ? ParseCsvNetwork(in, file) : ParseTextNetwork(in, file),
-               file, origin);
+  return input;
+}
+
+// Sets every edge's duration in steps of 1/scale time unit from the tasks'
+// durations in steps.
+void SetWeights(Network& n, const std::vector<int64_t>& steps, int32_t scale,
+                const std::string& file) {
+  int64_t total = 0;
+  for (const EdgeRole& r : n.Roles) {
+    int64_t w = r.Lag * scale + (r.Task >= 0 ? steps[r.Task] : 0) - (r.Minus >= 0 ? steps[r.Minus] : 0);
+    total += w < 0 ? -w : w;
+    if (total > std::numeric_limits<int32_t>::max())
+      throw CpmError(file + ": the durations and lags add up to more than " +
+                     std::to_string(std::numeric_limits<int32_t>::max() / scale) +
+                     (scale == 1 ? "" : " (counted in steps of 1/" + std::to_string(scale) + ")"));
+    r.Edge->SetWeight(static_cast<int32_t>(w));
+  }
+}
+
+// The tasks' durations in steps: a three-point estimate by its mean, which is
+// whole in sixths and otherwise rounded up.
+std::vector<int64_t> MeanSteps(const std::vector<Estimate>& estimates, int32_t scale) {
+  std::vector<int64_t> steps;
+  for (const Estimate& e : estimates) {
+    if (!e.ThreePoint) {
+      steps.push_back(int64_t{e.M} * scale);
+      continue;
+    }
+    int64_t sixths = int64_t{e.O} + 4 * int64_t{e.M} + e.P;
+    steps.push_back(scale % 6 == 0 ? sixths * (scale / 6) : (sixths + 5) / 6 * scale);
+  }
+  return steps;
+}
+
+// Builds the network of an input (a saved one is already in n), its
+// durations in steps of 1/scale.
+void Build(Network& n, const Input& input, int32_t scale, const std::string& file) {
+  n.From.Roles = &n.Roles;
+  if (input.Saved) return;
+  if (input.IsPlan) {
+    n.From.Plan = true;
+    n.Plan = BuildPlan(n.Net.get(), input.Plan, file, n.Roles);
+    n.TaskEdges = n.Plan->Tasks;
+  } else {
+    BuildNetwork(n.Net.get(), input.Lines, file, n.Roles);
+    for (const EdgeRole& r : n.Roles) n.TaskEdges.push_back(r.Edge);
+  }
+  std::vector<Estimate> estimates = input.Estimates();
+  for (std::size_t i = 0; i < estimates.size(); ++i)
+    if (estimates[i].ThreePoint) n.From.Estimates[n.TaskEdges[i]] = estimates[i];
+  SetWeights(n, MeanSteps(estimates, scale), scale, file);
 }
 
 TAOEEvent* EventNamed(TActivityNetwork* net, const std::string& name, const char* option) {
@@ -214,8 +345,8 @@ std::string DescribeCycle(TActivityNetwork* net, const Origin& origin) {
   std::vector<TPelGraphEdge*> cycle = FindCycle(net);
   if (cycle.empty()) return "";
   auto label = [&](TPelGraphNode* n) {
-    auto it = origin.Owner.find(n);
-    return it == origin.Owner.end() ? n->GetCaption() : it->second;
+    std::string owner = origin.Owner(n);
+    return owner.empty() ? n->GetCaption() : owner;
   };
   std::vector<std::string> names;
   for (TPelGraphEdge* e : cycle) names.push_back(label(e->GetFromNode()));
@@ -228,8 +359,10 @@ std::string DescribeCycle(TActivityNetwork* net, const Origin& origin) {
   for (const auto& n : kept) text += n + " -> ";
   text += kept.front();
   std::vector<int> lines;
-  for (TPelGraphEdge* e : cycle)
-    if (auto it = origin.Lines.find(e); it != origin.Lines.end()) lines.push_back(it->second);
+  std::unordered_set<TPelGraphEdge*> inCycle(cycle.begin(), cycle.end());
+  if (origin.Roles)
+    for (const EdgeRole& r : *origin.Roles)
+      if (inCycle.count(r.Edge)) lines.push_back(r.Line);
   std::sort(lines.begin(), lines.end());
   lines.erase(std::unique(lines.begin(), lines.end()), lines.end());
   for (std::size_t i = 0; i < lines.size(); ++i)
@@ -241,10 +374,12 @@ int32_t Earliest(TPelGraphNode* n) { return As<TAOEEvent>(n)->GetEarliestEventTi
 
 // The times of one edge; its free float is how far it can slip before its
 // end event moves.
-TaskTimes EdgeTimes(TAOETask* t) {
+TaskTimes EdgeTimes(TAOETask* t, bool events = true) {
   TaskTimes k;
-  k.From = t->GetFromNode()->GetCaption();
-  k.To = t->GetToNode()->GetCaption();
+  if (events) {
+    k.From = t->GetFromNode()->GetCaption();
+    k.To = t->GetToNode()->GetCaption();
+  }
   k.Duration = t->GetWeight();
   k.EarliestStart = t->GetEarliestStartTime();
   k.LatestStart = t->GetLatestStartTime();
@@ -254,32 +389,90 @@ TaskTimes EdgeTimes(TAOETask* t) {
   return k;
 }
 
-Schedule Compute(TActivityNetwork* net, TAOEEvent* start, TAOEEvent* finish,
-                 const std::string& file, const Origin& origin) {
-  Schedule s;
-  int32_t time = 0;
-  Owned<TStrings> order;
+// The PERT figures of a computed network (events in topological order): of
+// the chains of critical tasks from the first event to the last, the one
+// whose estimates add up to the largest variance.
+PertFigures Pert(TStrings* order, const Origin& origin) {
+  PertFigures p;
+  const int32_t count = order->GetCount();
+  if (!count) return p;
+  struct Best {
+    double Variance = -1;  // not reached by critical tasks
+    TAOETask* Via = nullptr;
+  };
+  std::unordered_map<TPelGraphNode*, Best> best;
+  auto* first = As<TAOEEvent>(order->GetObject(0));
+  auto* last = As<TAOEEvent>(order->GetObject(count - 1));
+  best[first].Variance = 0;
+  for (int32_t i = 0; i < count; ++i) {
+    auto* e = As<TAOEEvent>(order->GetObject(i));
+    const Best here = best[e];
+    if (here.Variance < 0) continue;
+    for (int32_t k = 0; k < e->GetEdgeCount(); ++k) {
+      auto* t = As<TAOETask>(e->GetEdge(k));
+      if (t->GetCriticality() != 0) continue;
+      auto it = origin.Estimates.find(t);
+      double v = here.Variance + (it == origin.Estimates.end() ? 0 : it->second.Variance());
+      Best& next = best[t->GetToNode()];
+      if (v > next.Variance) next = {v, t};
+    }
+  }
+  p.Mean = last->GetEarliestEventTime() - first->GetEarliestEventTime();
+  p.StdDev = std::sqrt(std::max(0.0, best[last].Variance));
+  // The tasks of the chain (a plan's, not its dummies), first to last.
+  for (TPelGraphNode* at = last; best[at].Via; at = best[at].Via->GetFromNode()) {
+    TAOETask* t = best[at].Via;
+    std::string from = origin.Owner(t->GetFromNode());
+    if (!origin.Plan)
+      p.Path.push_back(t->GetFromNode()->GetCaption() + " --> " + t->GetToNode()->GetCaption());
+    else if (!from.empty() && from == origin.Owner(t->GetToNode()))
+      p.Path.push_back(from);
+  }
+  std::reverse(p.Path.begin(), p.Path.end());
+  return p;
+}
+
+// Computes the network's times; the events in topological order.
+Owned<TStrings> Times(TActivityNetwork* net, TAOEEvent* start, TAOEEvent* finish,
+                      const std::string& file, const Origin& origin, int32_t& time) {
   try {
-    order.reset(net->GetEarliestCompletionTime(start, finish, nullptr, time));
+    Owned<TStrings> order(net->GetEarliestCompletionTime(start, finish, nullptr, time));
+    if (!order->GetCount()) time = 0;
+    return order;
   } catch (const EGraphException& e) {
     throw CpmError(file + ": " + e.Message() + ": " + DescribeCycle(net, origin));
   }
-  s.CompletionTime = order->GetCount() ? time : 0;
-  std::unordered_set<TObject*> shown;
+}
+
+std::vector<EventTimes> EventList(TStrings* order) {
+  std::vector<EventTimes> events;
   for (int32_t i = 0; i < order->GetCount(); ++i) {
     auto* e = As<TAOEEvent>(order->GetObject(i));
-    shown.insert(e);
-    s.Events.push_back({e->GetCaption(), e->GetEarliestEventTime(), e->GetLatestEventTime()});
+    events.push_back({e->GetCaption(), e->GetEarliestEventTime(), e->GetLatestEventTime()});
   }
+  return events;
+}
+
+Schedule Compute(TActivityNetwork* net, TAOEEvent* start, TAOEEvent* finish,
+                 const std::string& file, const Origin& origin) {
+  Schedule s;
+  Owned<TStrings> order = Times(net, start, finish, file, origin, s.CompletionTime);
+  s.Events = EventList(order.get());
+  std::unordered_set<TObject*> shown;
+  for (int32_t i = 0; i < order->GetCount(); ++i) shown.insert(order->GetObject(i));
   for (int32_t i = 0; i < order->GetCount(); ++i) {
     auto* e = As<TAOEEvent>(order->GetObject(i));
     for (int32_t k = 0; k < e->GetEdgeCount(); ++k) {
       auto* t = As<TAOETask>(e->GetEdge(k));
       if (!shown.count(t->GetToNode())) continue;
       s.Tasks.push_back(EdgeTimes(t));
+      if (auto it = origin.Estimates.find(t); it != origin.Estimates.end())
+        s.Tasks.back().Est = it->second;
     }
   }
+  if (!origin.Estimates.empty()) s.Pert = Pert(order.get(), origin);
   // The network names its critical tasks; only those shown are listed.
+  int32_t time = 0;
   Owned<TStrings> critical(net->GetCriticalActivities(start, finish, nullptr, time));
   for (int32_t i = 0; i < critical->GetCount(); ++i) {
     auto* t = As<TAOETask>(critical->GetObject(i));
@@ -294,20 +487,21 @@ Schedule Compute(TActivityNetwork* net, TAOEEvent* start, TAOEEvent* finish,
 Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan,
                      const std::vector<PlanTask>& tasks, bool showDummies,
                      const std::string& file, const Origin& origin) {
-  Schedule all = Compute(net, nullptr, nullptr, file, origin);
   Schedule s;
   s.Plan = true;
-  s.CompletionTime = all.CompletionTime;
-  if (showDummies) s.Events = std::move(all.Events);
-  std::unordered_map<std::string, std::size_t> index;
+  Owned<TStrings> order = Times(net, nullptr, nullptr, file, origin, s.CompletionTime);
+  if (!origin.Estimates.empty()) s.Pert = Pert(order.get(), origin);
+  if (showDummies) s.Events = EventList(order.get());
+  order.reset();
+  s.Tasks.reserve(tasks.size());
   for (std::size_t i = 0; i < tasks.size(); ++i) {
     const PlanTask& p = tasks[i];
     TAOETask* edge = plan.Tasks[i];
-    index[p.Id] = i;
-    TaskTimes k = EdgeTimes(edge);
+    TaskTimes k = EdgeTimes(edge, false);
     k.Id = p.Id;
     k.Name = p.Name;
-    int64_t free = std::numeric_limits<int32_t>::max();
+    k.Est = p.Est;
+    int64_t free = int64_t{s.CompletionTime} - Earliest(edge->GetToNode());
     for (TPelGraphNode* n : {edge->GetFromNode(), edge->GetToNode()})
       for (int32_t j = 0; j < n->GetEdgeCount(); ++j) {
         auto* d = As<TAOETask>(n->GetEdge(j));
@@ -319,17 +513,179 @@ Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan,
     if (k.Critical) s.Critical.push_back(p.Id);
     s.Tasks.push_back(std::move(k));
   }
+  std::size_t links = 0;
+  for (const PlanTask& t : tasks) links += t.Predecessors.size();
+  s.Links.reserve(links);
   for (std::size_t i = 0; i < tasks.size(); ++i)
     for (const PlanLink& l : tasks[i].Predecessors)
       s.Links.push_back({l.Id, tasks[i].Id, LinkText(l.Type, l.Lag),
-                         s.Tasks[index[l.Id]].Critical && s.Tasks[i].Critical});
+                         s.Tasks[l.Task].Critical && s.Tasks[i].Critical});
   if (showDummies)
-    for (const auto& [edge, what] : plan.Dummies) {
-      TaskTimes k = EdgeTimes(edge);
-      k.Name = what;
+    for (const auto& d : plan.Dummies) {
+      TaskTimes k = EdgeTimes(d.Edge);
+      const PlanTask& t = tasks[d.Task];
+      if (d.Link == -1) {
+        k.Name = "project start";
+      } else if (d.Link == -2) {
+        k.Name = "project finish";
+      } else {
+        const PlanLink& l = t.Predecessors[d.Link];
+        k.Name = l.Id + " " + LinkText(l.Type, l.Lag) + " " + t.Id;
+      }
       s.Tasks.push_back(std::move(k));
     }
   return s;
+}
+
+// The schedule of a built network: a plan's task by task, an event
+// network's between --from and --to.
+Schedule Run(Network& n, const Input& input, const CpmOptions& o) {
+  if (n.Plan) {
+    if (!o.From.empty() || !o.To.empty())
+      throw CpmError("--from and --to apply to event networks, not to a plan of tasks");
+    return ComputePlan(n.Net.get(), *n.Plan, input.Plan, o.ShowDummies, o.File, n.From);
+  }
+  TAOEEvent* start = EventNamed(n.Net.get(), o.From, "--from");
+  TAOEEvent* finish = EventNamed(n.Net.get(), o.To, "--to");
+  return Compute(n.Net.get(), start, finish, o.File, n.From);
+}
+
+// splitmix64 (Steele, Lea and Flood, 2014): the state advances by a fixed
+// odd constant and each value is the state mixed by shifts and
+// multiplications, all on unsigned 64-bit integers, so a seed gives the
+// same values on every machine.
+class SplitMix64 {
+ public:
+  explicit SplitMix64(uint64_t seed) : FState(seed) {}
+  uint64_t Next() {
+    uint64_t z = (FState += 0x9E3779B97F4A7C15u);
+    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
+    z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
+    return z ^ (z >> 31);
+  }
+  // Uniform in [0, 1): the top 53 bits as a fraction.
+  double Uniform() { return static_cast<double>(Next() >> 11) * 0x1.0p-53; }
+
+ private:
+  uint64_t FState;
+};
+
+// A draw from the triangular distribution of O, M and P by the inverse of
+// its distribution function: u below F(M) = (M-O)/(P-O) gives
+// O + sqrt(u (P-O)(M-O)), above it P - sqrt((1-u)(P-O)(P-M)). Only basic
+// arithmetic and sqrt, which IEEE 754 rounds exactly, so the draw too is the
+// same everywhere.
+double Triangular(const Estimate& e, double u) {
+  const double o = e.O, m = e.M, p = e.P;
+  if (p == o) return o;
+  if (u * (p - o) < m - o) return o + std::sqrt(u * (p - o) * (m - o));
+  return p - std::sqrt((1 - u) * (p - o) * (p - m));
+}
+
+// Monte Carlo samples are counted in thousandths of a time unit.
+constexpr int32_t SampleScale = 1000;
+
+// Runs the network with drawn durations: each sample draws every
+// three-point task's duration in task order, rounds it to a thousandth,
+// and recomputes the whole network with TActivityNetwork.
+SimulationFigures Simulate(Network& n, const Input& input, int64_t runs, uint64_t seed,
+                           const std::string& file) {
+  SimulationFigures f;
+  f.Runs = runs;
+  f.Seed = seed;
+  const std::vector<Estimate> estimates = input.Estimates();
+  const std::vector<std::string> names = input.Names();
+  SplitMix64 random(seed);
+  std::vector<int32_t> completion;
+  std::vector<int64_t> critical(estimates.size());
+  std::vector<int64_t> steps(estimates.size());
+  for (int64_t run = 0; run < runs; ++run) {
+    for (std::size_t i = 0; i < estimates.size(); ++i)
+      steps[i] = estimates[i].ThreePoint
+                     ? static_cast<int64_t>(
+                           std::floor(Triangular(estimates[i], random.Uniform()) * SampleScale + 0.5))
+                     : int64_t{estimates[i].M} * SampleScale;
+    SetWeights(n, steps, SampleScale, file);
+    int32_t time = 0;
+    Owned<TStrings> order(n.Net->GetEarliestCompletionTime(nullptr, nullptr, nullptr, time));
+    completion.push_back(order->GetCount() ? time : 0);
+    for (std::size_t i = 0; i < n.TaskEdges.size(); ++i)
+      if (n.TaskEdges[i]->GetCriticality() == 0) ++critical[i];
+  }
+  std::sort(completion.begin(), completion.end());
+  // Nearest rank: the smallest time reached by at least k per cent.
+  auto percentile = [&](int64_t k) {
+    return double(completion[static_cast<std::size_t>((k * runs + 99) / 100 - 1)]) / SampleScale;
+  };
+  f.P50 = percentile(50);
+  f.P80 = percentile(80);
+  f.P95 = percentile(95);
+  for (std::size_t i = 0; i < names.size(); ++i) f.Critical.emplace_back(names[i], critical[i]);
+  return f;
+}
+
+// Applies "TASK=+3", "TASK=-2" or "TASK=7" to the tasks of an input. A task
+// of a plan is named by its id, one of an event network FROM->TO. A change
+// moves all three points of an estimate; an absolute duration replaces it.
+void ApplyWhatIf(Input& input, const std::string& change) {
+  auto bad = [&](const std::string& why) { throw CpmError("--what-if " + change + ": " + why); };
+  std::size_t eq = change.rfind('=');
+  if (eq == std::string::npos || eq == 0) bad("expected TASK=+N, TASK=-N or TASK=N");
+  std::string name = change.substr(0, eq), value = change.substr(eq + 1);
+  int sign = value.empty() ? 0 : value[0] == '+' ? 1 : value[0] == '-' ? -1 : 0;
+  std::string digits = sign ? value.substr(1) : value;
+  int64_t amount = 0;
+  auto [end, ec] = std::from_chars(digits.data(), digits.data() + digits.size(), amount);
+  if (digits.empty() || ec != std::errc() || end != digits.data() + digits.size() ||
+      amount > std::numeric_limits<int32_t>::max())
+    bad("'" + value + "' is not a whole number of time units");
+  std::vector<std::pair<Estimate*, int32_t*>> found;
+  if (input.IsPlan) {
+    for (auto& t : input.Plan)
+      if (t.Id == name) found.emplace_back(&t.Est, &t.Duration);
+  } else {
+    std::size_t arrow = name.find("->");
+    if (arrow == std::string::npos) bad("name a task of an event network FROM->TO");
+    std::string from = name.substr(0, arrow), to = name.substr(arrow + 2);
+    while (!from.empty() && (from.back() == '-' || from.back() == ' ')) from.pop_back();
+    while (!to.empty() && to.front() == ' ') to.erase(0, 1);
+    for (auto& t : input.Lines)
+      if (t.From == from && t.To == to) found.emplace_back(&t.Est, &t.Duration);
+  }
+  if (found.empty()) bad("no task named '" + name + "'");
+  if (found.size() > 1) bad(std::to_string(found.size()) + " tasks are named '" + name + "'");
+  Estimate& e = *found[0].first;
+  int64_t o = sign ? e.O + sign * amount : amount, m = sign ? e.M + sign * amount : amount,
+          p = sign ? e.P + sign * amount : amount;
+  if (o < 0) bad("the duration would be negative");
+  if (p > std::numeric_limits<int32_t>::max()) bad("the duration would be too large");
+  e.O = static_cast<int32_t>(o);
+  e.M = static_cast<int32_t>(m);
+  e.P = static_cast<int32_t>(p);
+  if (!sign) e.ThreePoint = false;
+  *found[0].second = e.P;
+}
+
+// What moved between two schedules of one input.
+WhatIfFigures Compare(const Schedule& before, const Schedule& after,
+                      const std::vector<std::string>& changes) {
+  WhatIfFigures w;
+  w.Changes = changes;
+  w.Before = before.CompletionTime;
+  w.After = after.CompletionTime;
+  std::unordered_set<std::string> was(before.Critical.begin(), before.Critical.end()),
+      is(after.Critical.begin(), after.Critical.end());
+  for (const auto& t : after.Critical)
+    if (!was.count(t)) w.Entered.push_back(t);
+  for (const auto& t : before.Critical)
+    if (!is.count(t)) w.Left.push_back(t);
+  return w;
+}
+
+std::string ReadAll(std::istream& in) {
+  std::ostringstream buffer;
+  buffer << in.rdbuf();
+  return buffer.str();
 }
 
 }  // namespace
@@ -352,7 +708,18 @@ int RunCpm(const std::vector<std::string>& args, std::istream& in, std::ostream&
       "events ID:start and ID:finish, each link a dummy (of negative duration for a\n"
       "lead), and dummies from (start) and to (finish).\n"
       "Total float: how far a task can slip without delaying the project; free float:\n"
-      "without delaying any successor.",
+      "without delaying any successor.\n"
+      "A duration O/M/P (optimistic/most likely/pessimistic) is a three-point estimate:\n"
+      "the schedule uses its PERT mean (O+4M+P)/6, and the report gives the project's\n"
+      "mean and standard deviation along the critical path. --simulate N draws each such\n"
+      "duration N times from the triangular distribution of O, M and P (seeded with\n"
+      "--seed; the same seed gives the same figures everywhere) and reports the 50th,\n"
+      "80th and 95th percentile completion times and each task's criticality index.\n"
+      "With --start, times are whole working days: a task starting at t begins on the\n"
+      "morning of working day t (0 is the first working day on or after the start date)\n"
+      "and one of duration d > 0 ends on the evening of working day t+d-1; a task of no\n"
+      "duration ends on the day it starts. A three-point mean is then rounded up to a\n"
+      "whole day.",
       "pel cpm"};
   auto* json = app.add_flag("--json", o.Json, "print the schedule as JSON");
   app.add_flag("--dot", o.Dot, "print the network as Graphviz text, critical path marked")
@@ -364,57 +731,98 @@ int RunCpm(const std::vector<std::string>& args, std::istream& in, std::ostream&
   app.add_flag("--aon", o.Aon, "read FILE as a plan of tasks (activity on node)");
   app.add_flag("--show-dummies", o.ShowDummies,
                "with a plan, show its events and dummy tasks too");
+  app.add_option("--start", o.Start,
+                 "the project's first day, YYYY-MM-DD: times are working days and shown as dates");
+  app.add_option("--calendar", o.Calendar,
+                 "with --start: weekdays (the default) skips Saturdays and Sundays, all does not")
+      ->check(CLI::IsMember({"weekdays", "all"}));
+  app.add_option("--holidays", o.Holidays,
+                 "with --start: a file of days off, one YYYY-MM-DD a line ('#' comments)");
+  app.add_option("--simulate", o.Simulate,
+                 "run N Monte Carlo samples of the three-point estimates")
+      ->check(CLI::Range(int64_t{1}, int64_t{10'000'000}));
+  app.add_option("--seed", o.Seed, "the seed of --simulate (default 1)");
+  app.add_option("--what-if", o.WhatIf,
+                 "TASK=+N, TASK=-N or TASK=N: recompute with the task's duration changed and "
+                 "show what moved (repeatable; a network's task is FROM->TO)")
+      ->allow_extra_args(false);
   app.add_option("FILE", o.File, "the network")->required();
   if (auto status = ParseArgs(app, args, out, err)) return *status;
 
   std::string data;
   if (o.File == "-") {
-    std::ostringstream buffer;
-    buffer << in.rdbuf();
-    data = buffer.str();
+    data = ReadAll(in);
   } else {
     std::ifstream file(o.File, std::ios::binary);
     if (!file) {
       err << "pel cpm: cannot read '" << o.File << "': " << std::strerror(errno) << "\n";
       return 2;
     }
-    std::ostringstream buffer;
-    buffer << file.rdbuf();
-    data = buffer.str();
+    data = ReadAll(file);
   }
 
   try {
-    Owned<TActivityNetwork> net = Make<TActivityNetwork>(nullptr);
-    Origin origin;
-    std::optional<PlanNetwork> plan;
-    std::vector<PlanTask> tasks;
-    LoadNetwork(net.get(), data, o, origin, plan, tasks);
-    Schedule s;
-    if (plan) {
-      if (!o.From.empty() || !o.To.empty())
-        throw CpmError("--from and --to apply to event networks, not to a plan of tasks");
-      s = ComputePlan(net.get(), *plan, tasks, o.ShowDummies, o.File, origin);
-    } else {
-      TAOEEvent* start = EventNamed(net.get(), o.From, "--from");
-      TAOEEvent* finish = EventNamed(net.get(), o.To, "--to");
-      s = Compute(net.get(), start, finish, o.File, origin);
+    std::optional<WorkCalendar> calendar;
+    if (o.Start.empty() && (!o.Calendar.empty() || !o.Holidays.empty()))
+      throw CpmError("--calendar and --holidays need --start");
+    if (!o.Start.empty()) {
+      auto start = ParseIsoDate(o.Start);
+      if (!start) throw CpmError("--start: '" + o.Start + "' is not a date written YYYY-MM-DD");
+      std::vector<std::chrono::sys_days> holidays;
+      if (!o.Holidays.empty()) {
+        std::ifstream file(o.Holidays, std::ios::binary);
+        if (!file)
+          throw CpmError("cannot read '" + o.Holidays + "': " + std::strerror(errno));
+        holidays = ParseHolidays(file, o.Holidays);
+      }
+      calendar.emplace(*start, o.Calendar != "all", holidays);
     }
 
-    std::string report = o.Json ? RenderJson(s) : o.Dot ? RenderDot(s) : RenderText(s);
+    Network n;
+    Input input = ReadInput(n.Net.get(), data, o);
+    if (input.Saved && (o.Simulate || !o.WhatIf.empty()))
+      throw CpmError("--simulate and --what-if need a network written as text or CSV");
+    if (o.Simulate && (!o.From.empty() || !o.To.empty()))
+      throw CpmError("--simulate runs the whole network, without --from and --to");
+    std::vector<Estimate> estimates = input.Estimates();
+    bool threePoint = std::any_of(estimates.begin(), estimates.end(),
+                                  [](const Estimate& e) { return e.ThreePoint; });
+    // Means are kept exactly, in sixths; with a calendar they are rounded up
+    // to whole days.
+    const int32_t scale = threePoint && !calendar ? 6 : 1;
+    std::optional<Schedule> before;
+    if (!o.WhatIf.empty()) {
+      Network old;
+      Build(old, input, scale, o.File);
+      before = Run(old, input, o);
+      for (const auto& change : o.WhatIf) ApplyWhatIf(input, change);
+    }
+    Build(n, input, scale, o.File);
+    Schedule s = Run(n, input, o);
+    s.Scale = scale;
+    s.Calendar = calendar ? &*calendar : nullptr;
+    if (before) s.WhatIf = Compare(*before, s, o.WhatIf);
+
     std::string saved, gantt;
     if (!o.Save.empty()) {
       auto stream = Make<TStringStream>();
-      stream->WriteComponent(net.get());
+      stream->WriteComponent(n.Net.get());
       saved = stream->GetDataString();
     }
     if (!o.Gantt.empty()) gantt = RenderGanttSvg(s);
+    if (o.Simulate) s.Simulation = Simulate(n, input, o.Simulate, o.Seed, o.File);
+    // JSON is written last, straight to out: nothing can fail once it starts.
+    std::string report = o.Json ? "" : o.Dot ? RenderDot(s) : RenderText(s);
     for (auto [path, text] : {std::pair{&o.Save, &saved}, std::pair{&o.Gantt, &gantt}}) {
       if (!path->empty() && !WriteFileAtomically(*path, *text)) {
         err << "pel cpm: cannot write '" << *path << "': " << std::strerror(errno) << "\n";
         return 2;
       }
     }
-    out << report;
+    if (o.Json)
+      RenderJson(s, out);
+    else
+      out << report;
     out.flush();
     return out ? 0 : 2;
   } catch (const CpmError& e) {

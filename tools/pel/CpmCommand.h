@@ -8,12 +8,16 @@
 namespace pel::cli {
 
 // Usage: cpm [--json | --dot] [--aon] [--show-dummies] [--from EVENT]
-//            [--to EVENT] [--save FILE] [--gantt FILE.svg] FILE
+//            [--to EVENT] [--save FILE] [--gantt FILE.svg]
+//            [--start DATE [--calendar weekdays|all] [--holidays FILE]]
+//            [--simulate N [--seed S]] [--what-if TASK=+N|-N|N ...] FILE
 // FILE is a text network (one task a line: FROM TO DURATION), a CSV file
 // with the header from,to,duration, a plan of tasks (--aon, or CSV with the
 // columns id and predecessors: id,name,duration,predecessors) or a network
 // saved with --save. A plan is converted to an event network and reported
-// task by task. Nothing
+// task by task. A duration may be three points O/M/P (PERT); --start turns
+// times into working days and dates; --simulate draws seeded Monte Carlo
+// samples; --what-if reports what changed durations move. Nothing
 // is written (to out or to a file) unless the whole job succeeds; on bad input
 // one line goes to err and the status is 2.
 int RunCpm(const std::vector<std::string>& args, std::istream& in, std::ostream& out,

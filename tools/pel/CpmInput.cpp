@@ -34,6 +34,27 @@ int32_t ParseDuration(const std::string& text, const std::string& file, int line
   return static_cast<int32_t>(value);
 }
 
+// A whole duration, or three "O/M/P" with O <= M <= P.
+Estimate ParseEstimate(const std::string& text, const std::string& file, int line) {
+  Estimate e;
+  std::size_t a = text.find('/');
+  if (a == std::string::npos) {
+    e.O = e.M = e.P = ParseDuration(text, file, line);
+    return e;
+  }
+  std::size_t b = text.find('/', a + 1);
+  if (b == std::string::npos || text.find('/', b + 1) != std::string::npos)
+    Fail(file, line, "estimate '" + text + "' is not OPTIMISTIC/LIKELY/PESSIMISTIC");
+  e.O = ParseDuration(text.substr(0, a), file, line);
+  e.M = ParseDuration(text.substr(a + 1, b - a - 1), file, line);
+  e.P = ParseDuration(text.substr(b + 1), file, line);
+  if (e.O > e.M || e.M > e.P)
+    Fail(file, line,
+         "estimate '" + text + "' is not in order: optimistic <= most likely <= pessimistic");
+  e.ThreePoint = true;
+  return e;
+}
+
 bool ReadLine(std::istream& in, std::string& line) {
   if (!std::getline(in, line)) return false;
   if (!line.empty() && line.back() == '\r') line.pop_back();
@@ -49,6 +70,19 @@ std::string Trim(const std::string& s) {
 
 // Splits one CSV record; fields may be quoted, with "" for a quote inside.
 std::vector<std::string> SplitCsv(const std::string& line, const std::string& file, int n) {
+  if (line.find('"') == std::string::npos) {
+    // No quotes: the fields lie between the commas (most lines of a large plan).
+    std::vector<std::string> fields;
+    for (std::size_t at = 0;;) {
+      std::size_t end = std::min(line.find(',', at), line.size());
+      std::size_t b = at, e = end;
+      while (b < e && (line[b] == ' ' || line[b] == '\t')) ++b;
+      while (e > b && (line[e - 1] == ' ' || line[e - 1] == '\t')) --e;
+      fields.emplace_back(line, b, e - b);
+      if (end == line.size()) return fields;
+      at = end + 1;
+    }
+  }
   std::vector<std::string> fields(1);
   bool quoted = false, wasQuoted = false;
   for (std::size_t i = 0; i < line.size(); ++i) {
@@ -104,7 +138,8 @@ std::vector<TaskLine> ParseTextNetwork(std::istream& in, const std::string& file
            "expected FROM TO DURATION, found " + std::to_string(words.size()) +
                (words.size() == 1 ? " field" : " fields"));
     if (words.size() > 3) Fail(file, n, "unexpected '" + words[3] + "' after the duration");
-    tasks.push_back({words[0], words[1], ParseDuration(words[2], file, n), n});
+    Estimate e = ParseEstimate(words[2], file, n);
+    tasks.push_back({words[0], words[1], e.P, n, e});
   }
   return tasks;
 }
@@ -141,7 +176,8 @@ std::vector<TaskLine> ParseCsvNetwork(std::istream& in, const std::string& file)
           file, n,
           "expected " + std::to_string(needed) + " fields, found " + std::to_string(fields.size()));
     if (fields[from].empty() || fields[to].empty()) Fail(file, n, "missing event name");
-    tasks.push_back({fields[from], fields[to], ParseDuration(fields[duration], file, n), n});
+    Estimate e = ParseEstimate(fields[duration], file, n);
+    tasks.push_back({fields[from], fields[to], e.P, n, e});
   }
   if (!header) Fail(file, std::max(n, 1), "no header line (expected from,to,duration)");
   return tasks;
@@ -259,7 +295,8 @@ std::vector<PlanTask> ParsePlan(std::istream& in, const std::string& file) {
       Fail(file, n, "task '" + t.Id + "' is already defined on line " +
                         std::to_string(tasks[index[t.Id]].Line));
     if (named) t.Name = fields[name];
-    t.Duration = ParseDuration(fields[duration], file, n);
+    t.Est = ParseEstimate(fields[duration], file, n);
+    t.Duration = t.Est.P;
     t.Line = n;
     std::string list = fields[predecessors];
     for (std::size_t at = 0; at <= list.size();) {
@@ -273,10 +310,13 @@ std::vector<PlanTask> ParsePlan(std::istream& in, const std::string& file) {
     tasks.push_back(std::move(t));
   }
   if (!header) Fail(file, std::max(n, 1), "no header line (expected id,name,duration,predecessors)");
-  for (const PlanTask& t : tasks)
-    for (const PlanLink& l : t.Predecessors)
-      if (!index.count(l.Id))
+  for (PlanTask& t : tasks)
+    for (PlanLink& l : t.Predecessors) {
+      auto it = index.find(l.Id);
+      if (it == index.end())
         Fail(file, t.Line, "predecessor '" + l.Id + "' is not a task of the plan");
+      l.Task = it->second;
+    }
   return tasks;
 }
 

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "pel/CpmCalendar.h"
 #include "pel/CpmSchedule.h"
 
 namespace pel::cli {
@@ -86,81 +87,377 @@ int32_t TickStep(int32_t span) {
   return static_cast<int32_t>(10 * power);
 }
 
-}  // namespace
-
-std::string RenderText(const Schedule& s) {
-  std::string text = "Completion time: " + std::to_string(s.CompletionTime) + "\n\n";
-  if (!s.Events.empty()) {
-    std::vector<std::vector<std::string>> events{{"Event", "Earliest", "Latest"}};
-    for (const auto& e : s.Events)
-      events.push_back({e.Name, std::to_string(e.Earliest), std::to_string(e.Latest)});
-    text += Table(events, "lrr") + "\n";
-  }
-  std::vector<std::vector<std::string>> tasks;
-  if (s.Plan) {
-    tasks.push_back({"Task", "Name", "Duration", "Earliest start", "Earliest finish",
-                     "Latest start", "Latest finish", "Total float", "Free float", ""});
-    for (const auto& t : s.Tasks)
-      tasks.push_back({TaskName(t), t.Name, Str(t.Duration), Str(t.EarliestStart),
-                       Str(t.EarliestStart + t.Duration), Str(t.LatestStart),
-                       Str(t.LatestStart + t.Duration), Str(t.Slack), Str(t.FreeFloat),
-                       t.Critical ? "critical" : ""});
-    text += Table(tasks, "llrrrrrrrl") + "\nCritical tasks:\n";
-  } else {
-    tasks.push_back(
-        {"Task", "Duration", "Earliest start", "Latest start", "Total float", "Free float", ""});
-    for (const auto& t : s.Tasks)
-      tasks.push_back({TaskName(t), Str(t.Duration), Str(t.EarliestStart), Str(t.LatestStart),
-                       Str(t.Slack), Str(t.FreeFloat), t.Critical ? "critical" : ""});
-    text += Table(tasks, "lrrrrrl") + "\nCritical tasks:\n";
-  }
-  for (const auto& name : s.Critical) text += "  " + name + "\n";
+std::string Fixed(double x, int decimals) {
+  char text[64];
+  std::snprintf(text, sizeof text, "%.*f", decimals, x);
   return text;
 }
 
-std::string RenderJson(const Schedule& s) {
-  nlohmann::ordered_json j;
-  j["completion_time"] = s.CompletionTime;
-  if (!s.Plan || !s.Events.empty()) {
-    j["events"] = nlohmann::ordered_json::array();
-    for (const auto& e : s.Events)
-      j["events"].push_back({{"name", e.Name}, {"earliest", e.Earliest}, {"latest", e.Latest}});
+// A time in steps, in units: whole, or with two decimals when the schedule
+// counts in fractions.
+std::string Time(const Schedule& s, int64_t steps) {
+  return s.Scale == 1 ? std::to_string(steps) : Fixed(double(steps) / s.Scale, 2);
+}
+
+// The same for JSON: a whole number, or the units to four decimals.
+nlohmann::ordered_json TimeJson(const Schedule& s, int64_t steps) {
+  if (s.Scale == 1) return steps;
+  return std::round(double(steps) / s.Scale * 10000) / 10000;
+}
+
+// Dates, or "-" for a time no calendar reaches.
+std::string StartDate(const Schedule& s, int64_t start) {
+  return WorkCalendar::Covers(start) ? IsoDate(s.Calendar->StartDate(start)) : "-";
+}
+std::string FinishDate(const Schedule& s, int64_t start, int64_t duration) {
+  return WorkCalendar::Covers(start + duration) ? IsoDate(s.Calendar->FinishDate(start, duration))
+                                                : "-";
+}
+// The day the project ends: the evening of its last working day.
+std::string CompletionDate(const Schedule& s, double units) {
+  return FinishDate(s, 0, static_cast<int64_t>(std::ceil(units - 1e-9)));
+}
+
+std::string EstimateText(const Estimate& e) {
+  return e.ThreePoint ? Str(e.O) + "/" + Str(e.M) + "/" + Str(e.P) : "";
+}
+
+// The PERT, simulation and what-if parts of the text report.
+std::string PertText(const Schedule& s) {
+  if (!s.Pert) return "";
+  std::string text = "\nPERT: mean completion " + Time(s, static_cast<int64_t>(s.Pert->Mean)) +
+                     ", standard deviation " + Fixed(s.Pert->StdDev, 2) + " along";
+  for (std::size_t i = 0; i < s.Pert->Path.size(); ++i)
+    text += (i ? ", " : " ") + s.Pert->Path[i];
+  return text + "\n";
+}
+
+std::string SimulationText(const Schedule& s) {
+  if (!s.Simulation) return "";
+  const SimulationFigures& f = *s.Simulation;
+  std::string text = "\nMonte Carlo: " + std::to_string(f.Runs) + " samples, seed " +
+                     std::to_string(f.Seed) + ", triangular durations\n";
+  std::vector<std::vector<std::string>> rows{{"Completion", "Time"}};
+  if (s.Calendar) rows[0].push_back("Finish");
+  for (auto [name, value] : {std::pair{"P50", f.P50}, {"P80", f.P80}, {"P95", f.P95}}) {
+    rows.push_back({name, Fixed(value, 2)});
+    if (s.Calendar) rows.back().push_back(CompletionDate(s, value));
   }
-  j["tasks"] = nlohmann::ordered_json::array();
+  text += Table(rows, "lrl") + "\n";
+  std::vector<std::vector<std::string>> tasks{{"Task", "Criticality index"}};
+  for (const auto& [name, count] : f.Critical)
+    tasks.push_back({name, Fixed(100.0 * double(count) / double(f.Runs), 1) + "%"});
+  return text + Table(tasks, "lr");
+}
+
+std::string WhatIfText(const Schedule& s) {
+  const WhatIfFigures& w = *s.WhatIf;
+  std::string text = "What if:";
+  for (std::size_t i = 0; i < w.Changes.size(); ++i) text += (i ? ", " : " ") + w.Changes[i];
+  int64_t moved = int64_t{w.After} - w.Before;
+  text += "\nCompletion time: " + Time(s, w.Before) + " -> " + Time(s, w.After) + " (" +
+          (moved >= 0 ? "+" : "") + Time(s, moved) + ")\n";
+  if (s.Calendar)
+    text += "Finish: " + CompletionDate(s, w.Before) + " -> " + CompletionDate(s, w.After) + "\n";
+  auto list = [](const std::vector<std::string>& names) {
+    std::string l;
+    for (const auto& n : names) l += (l.empty() ? " " : ", ") + n;
+    return l.empty() ? " none" : l;
+  };
+  return text + "Became critical:" + list(w.Entered) + "\nNo longer critical:" + list(w.Left) +
+         "\n";
+}
+
+}  // namespace
+
+std::string RenderText(const Schedule& s) {
+  if (s.WhatIf) return WhatIfText(s) + SimulationText(s);
+  const bool dates = s.Calendar != nullptr;
+  std::string text = "Completion time: " + Time(s, s.CompletionTime);
+  if (dates)
+    text += " working days, " + StartDate(s, 0) + " to " + CompletionDate(s, s.CompletionTime);
+  text += "\n\n";
+  // With a calendar the times are shown as dates: starts in the morning,
+  // finishes in the evening.
+  auto start = [&](int64_t t) { return dates ? StartDate(s, t) : Time(s, t); };
+  auto finish = [&](int64_t t, int64_t d) { return dates ? FinishDate(s, t, d) : Time(s, t + d); };
+  if (!s.Events.empty()) {
+    std::vector<std::vector<std::string>> events{{"Event", "Earliest", "Latest"}};
+    for (const auto& e : s.Events) events.push_back({e.Name, start(e.Earliest), start(e.Latest)});
+    text += Table(events, "lrr") + "\n";
+  }
+  bool estimates = std::any_of(s.Tasks.begin(), s.Tasks.end(),
+                               [](const TaskTimes& t) { return t.Est.ThreePoint; });
+  std::vector<std::vector<std::string>> tasks;
+  std::string align;
+  tasks.push_back({"Task"});
+  if (s.Plan) tasks[0].push_back("Name");
+  if (estimates) tasks[0].push_back("Estimate");
+  for (std::string h : {"Duration", "Earliest start", "Earliest finish", "Latest start",
+                        "Latest finish", "Total float", "Free float", ""})
+    if (s.Plan || h.find("finish") == std::string::npos) tasks[0].push_back(h);
+  align = std::string(s.Plan ? "ll" : "l") + (estimates ? "r" : "") +
+          (s.Plan ? "rrrrrrrl" : "rrrrrl");
   for (const auto& t : s.Tasks) {
-    nlohmann::ordered_json k;
-    if (s.Plan && !t.Id.empty()) {
-      k["id"] = t.Id;
-      k["name"] = t.Name;
+    std::vector<std::string> row{TaskName(t)};
+    if (s.Plan) row.push_back(t.Name);
+    if (estimates) row.push_back(EstimateText(t.Est));
+    row.push_back(Time(s, t.Duration));
+    row.push_back(start(t.EarliestStart));
+    if (s.Plan) row.push_back(finish(t.EarliestStart, t.Duration));
+    row.push_back(start(t.LatestStart));
+    if (s.Plan) row.push_back(finish(t.LatestStart, t.Duration));
+    for (auto x : {Time(s, t.Slack), Time(s, t.FreeFloat),
+                   std::string(t.Critical ? "critical" : "")})
+      row.push_back(x);
+    tasks.push_back(std::move(row));
+  }
+  text += Table(tasks, align) + "\n";
+  text += "Critical tasks:\n";
+  for (const auto& name : s.Critical) text += "  " + name + "\n";
+  return text + PertText(s) + SimulationText(s);
+}
+
+namespace {
+
+// Writes JSON as nlohmann's dump(2) lays it out, item by item. Strings that
+// are not UTF-8 get U+FFFD for their bad bytes, as dump's replace handler
+// does.
+class JsonWriter {
+ public:
+  // With a sink the text goes there in pieces of about a megabyte.
+  explicit JsonWriter(std::ostream* sink = nullptr) : FSink(sink) {}
+  JsonWriter& Key(const char* key) {
+    Item();
+    FText += '"';
+    FText += key;
+    FText += "\": ";
+    FKeyed = true;
+    return *this;
+  }
+  void Begin(char bracket) {
+    Item();
+    FText += bracket;
+    FEmpty.push_back(true);
+  }
+  void End(char bracket) {
+    bool empty = FEmpty.back();
+    FEmpty.pop_back();
+    if (!empty) NewLine();
+    FText += bracket;
+  }
+  void Int(int64_t n) {
+    Item();
+    FText += std::to_string(n);
+  }
+  // A date, or null for "-".
+  void Date(const std::string& date) {
+    if (date == "-") {
+      Item();
+      FText += "null";
     } else {
-      k["from"] = t.From;
-      k["to"] = t.To;
-      if (s.Plan) k["dummy"] = t.Name;
+      String(date);
     }
-    k["duration"] = t.Duration;
-    k["earliest_start"] = t.EarliestStart;
-    if (s.Plan) k["earliest_finish"] = t.EarliestStart + t.Duration;
-    k["latest_start"] = t.LatestStart;
-    if (s.Plan) k["latest_finish"] = t.LatestStart + t.Duration;
-    k["total_float"] = t.Slack;
-    k["free_float"] = t.FreeFloat;
-    k["critical"] = t.Critical;
-    j["tasks"].push_back(std::move(k));
   }
+  void Bool(bool b) {
+    Item();
+    FText += b ? "true" : "false";
+  }
+  void String(const std::string& text) {
+    Item();
+    bool plain = std::all_of(text.begin(), text.end(), [](char c) {
+      return static_cast<unsigned char>(c) >= 0x20 && static_cast<unsigned char>(c) < 0x80 &&
+             c != '"' && c != '\\';
+    });
+    if (plain) {
+      FText += '"';
+      FText += text;
+      FText += '"';
+    } else {
+      FText += nlohmann::ordered_json(text).dump(-1, ' ', false,
+                                                 nlohmann::ordered_json::error_handler_t::replace);
+    }
+  }
+  // A small value, laid out at the current depth.
+  void Value(const nlohmann::ordered_json& value) {
+    Item();
+    std::string text =
+        value.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+    const std::string indent(2 * FEmpty.size(), ' ');
+    for (char c : text) {
+      FText += c;
+      if (c == '\n') FText += indent;
+    }
+  }
+  const std::string& Text() const { return FText; }
+
+ private:
+  // Before a value: a comma after the previous item, a new line and the
+  // indentation, unless the value follows its key.
+  void Item() {
+    if (FSink && FText.size() > (1 << 20)) {
+      FSink->write(FText.data(), static_cast<std::streamsize>(FText.size()));
+      FText.clear();
+    }
+    if (FKeyed) {
+      FKeyed = false;
+      return;
+    }
+    if (FEmpty.empty()) return;
+    if (!FEmpty.back()) FText += ',';
+    FEmpty.back() = false;
+    NewLine();
+  }
+  void NewLine() {
+    FText += '\n';
+    FText.append(2 * FEmpty.size(), ' ');
+  }
+  std::ostream* FSink;
+  std::string FText;
+  std::vector<bool> FEmpty;  // per open bracket: nothing in it yet
+  bool FKeyed = false;
+};
+
+nlohmann::ordered_json SimulationJson(const Schedule& s) {
+  const SimulationFigures& f = *s.Simulation;
+  nlohmann::ordered_json j;
+  j["runs"] = f.Runs;
+  j["seed"] = f.Seed;
+  j["draw"] = "triangular";
+  for (auto [name, value] : {std::pair{"p50", f.P50}, {"p80", f.P80}, {"p95", f.P95}}) {
+    j[name] = value;
+    if (s.Calendar) j[std::string(name) + "_date"] = CompletionDate(s, value);
+  }
+  j["criticality"] = nlohmann::ordered_json::array();
+  for (const auto& [name, count] : f.Critical)
+    j["criticality"].push_back(
+        {{"task", name},
+         {"critical_runs", count},
+         {"index", std::round(double(count) / double(f.Runs) * 10000) / 10000}});
+  return j;
+}
+
+}  // namespace
+
+std::string RenderJson(const Schedule& s) {
+  std::ostringstream out;
+  RenderJson(s, out);
+  return out.str();
+}
+
+void RenderJson(const Schedule& s, std::ostream& out) {
+  constexpr auto replace = nlohmann::ordered_json::error_handler_t::replace;
+  nlohmann::ordered_json j;
+  if (s.WhatIf) {
+    const WhatIfFigures& w = *s.WhatIf;
+    nlohmann::ordered_json k;
+    k["changes"] = w.Changes;
+    k["completion_time_before"] = TimeJson(s, w.Before);
+    k["completion_time_after"] = TimeJson(s, w.After);
+    if (s.Calendar) {
+      k["finish_date_before"] = CompletionDate(s, double(w.Before));
+      k["finish_date_after"] = CompletionDate(s, double(w.After));
+    }
+    k["entered_critical"] = w.Entered;
+    k["left_critical"] = w.Left;
+    j["what_if"] = std::move(k);
+    if (s.Simulation) j["simulation"] = SimulationJson(s);
+    out << j.dump(2, ' ', false, replace) << "\n";
+    return;
+  }
+  // A plan may hold a million tasks: the report is written as it goes, in
+  // the layout of nlohmann's dump(2), not built as one JSON value.
+  JsonWriter w(&out);
+  const bool dates = s.Calendar != nullptr;
+  w.Begin('{');
+  w.Key("completion_time").Value(TimeJson(s, s.CompletionTime));
+  if (dates) {
+    w.Key("calendar").String(s.Calendar->Weekdays() ? "weekdays" : "all");
+    w.Key("start_date").String(StartDate(s, 0));
+    w.Key("finish_date").String(CompletionDate(s, s.CompletionTime));
+  }
+  auto time = [&](const char* key, int64_t steps) {
+    if (s.Scale == 1)
+      w.Key(key).Int(steps);
+    else
+      w.Key(key).Value(TimeJson(s, steps));
+  };
+  if (!s.Plan || !s.Events.empty()) {
+    w.Key("events").Begin('[');
+    for (const auto& e : s.Events) {
+      w.Begin('{');
+      w.Key("name").String(e.Name);
+      time("earliest", e.Earliest);
+      time("latest", e.Latest);
+      if (dates) {
+        w.Key("earliest_date").Date(StartDate(s, e.Earliest));
+        w.Key("latest_date").Date(StartDate(s, e.Latest));
+      }
+      w.End('}');
+    }
+    w.End(']');
+  }
+  w.Key("tasks").Begin('[');
+  for (const auto& t : s.Tasks) {
+    w.Begin('{');
+    if (s.Plan && !t.Id.empty()) {
+      w.Key("id").String(t.Id);
+      w.Key("name").String(t.Name);
+    } else {
+      w.Key("from").String(t.From);
+      w.Key("to").String(t.To);
+      if (s.Plan) w.Key("dummy").String(t.Name);
+    }
+    time("duration", t.Duration);
+    if (t.Est.ThreePoint)
+      w.Key("estimate").Value({{"optimistic", t.Est.O},
+                               {"most_likely", t.Est.M},
+                               {"pessimistic", t.Est.P},
+                               {"mean", std::round(t.Est.Mean() * 10000) / 10000},
+                               {"variance", std::round(t.Est.Variance() * 10000) / 10000}});
+    time("earliest_start", t.EarliestStart);
+    if (s.Plan) time("earliest_finish", int64_t{t.EarliestStart} + t.Duration);
+    time("latest_start", t.LatestStart);
+    if (s.Plan) time("latest_finish", int64_t{t.LatestStart} + t.Duration);
+    if (dates) {
+      w.Key("es_date").Date(StartDate(s, t.EarliestStart));
+      w.Key("ef_date").Date(FinishDate(s, t.EarliestStart, t.Duration));
+      w.Key("ls_date").Date(StartDate(s, t.LatestStart));
+      w.Key("lf_date").Date(FinishDate(s, t.LatestStart, t.Duration));
+    }
+    time("total_float", t.Slack);
+    time("free_float", t.FreeFloat);
+    w.Key("critical").Bool(t.Critical);
+    w.End('}');
+  }
+  w.End(']');
   if (s.Plan) {
-    j["links"] = nlohmann::ordered_json::array();
-    for (const auto& l : s.Links)
-      j["links"].push_back({{"from", l.From}, {"to", l.To}, {"type", l.Kind}});
+    w.Key("links").Begin('[');
+    for (const auto& l : s.Links) {
+      w.Begin('{');
+      w.Key("from").String(l.From);
+      w.Key("to").String(l.To);
+      w.Key("type").String(l.Kind);
+      w.End('}');
+    }
+    w.End(']');
   }
-  j["critical"] = s.Critical;
-  // Names are bytes as read; anything that is not UTF-8 is replaced.
-  return j.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+  w.Key("critical").Begin('[');
+  for (const auto& c : s.Critical) w.String(c);
+  w.End(']');
+  if (s.Pert)
+    w.Key("pert").Value({{"mean", TimeJson(s, static_cast<int64_t>(s.Pert->Mean))},
+                         {"std_dev", std::round(s.Pert->StdDev * 10000) / 10000},
+                         {"path", s.Pert->Path}});
+  if (s.Simulation) w.Key("simulation").Value(SimulationJson(s));
+  w.End('}');
+  out << w.Text() << "\n";
 }
 
 std::string RenderDot(const Schedule& s) {
   std::ostringstream dot;
-  auto floats = [](const TaskTimes& t) {
-    return t.Slack || t.FreeFloat ? " (float " + Str(t.Slack) + ", free " + Str(t.FreeFloat) + ")"
+  auto floats = [&](const TaskTimes& t) {
+    return t.Slack || t.FreeFloat ? " (float " + Time(s, t.Slack) + ", free " + Time(s, t.FreeFloat) + ")"
                                   : std::string();
   };
   dot << "digraph project {\n  rankdir=LR;\n  node [shape=ellipse, fontname=\"Helvetica\"];\n"
@@ -169,8 +466,8 @@ std::string RenderDot(const Schedule& s) {
     // A plan is drawn as it was written: the tasks are the nodes.
     for (const auto& t : s.Tasks) {
       std::string label = DotQuote(t.Id + (t.Name.empty() ? "" : ": " + t.Name));
-      label.insert(label.size() - 1, "\\n" + Str(t.EarliestStart) + " to " +
-                                         Str(t.EarliestStart + t.Duration) + floats(t));
+      label.insert(label.size() - 1, "\\n" + Time(s, t.EarliestStart) + " to " +
+                                         Time(s, int64_t{t.EarliestStart} + t.Duration) + floats(t));
       dot << "  " << DotQuote(t.Id) << " [shape=box, label=" << label;
       if (t.Critical) dot << ", color=\"#d62728\", penwidth=2";
       dot << "];\n";
@@ -187,14 +484,14 @@ std::string RenderDot(const Schedule& s) {
     // Graphviz reads \n inside a quoted label as a line break.
     std::string label = DotQuote(e.Name);
     label.insert(label.size() - 1,
-                 "\\n" + std::to_string(e.Earliest) + " / " + std::to_string(e.Latest));
+                 "\\n" + Time(s, e.Earliest) + " / " + Time(s, e.Latest));
     dot << "  " << DotQuote(e.Name) << " [label=" << label;
     if (e.Earliest == e.Latest) dot << ", color=\"#d62728\", penwidth=2";
     dot << "];\n";
   }
   for (const auto& t : s.Tasks) {
     dot << "  " << DotQuote(t.From) << " -> " << DotQuote(t.To) << " [label="
-        << DotQuote(Str(t.Duration) + floats(t));
+        << DotQuote(Time(s, t.Duration) + floats(t));
     if (t.Critical) dot << ", color=\"#d62728\", fontcolor=\"#d62728\", penwidth=2.5";
     dot << "];\n";
   }
@@ -243,7 +540,10 @@ std::string RenderGanttSvg(const Schedule& all) {
       << "<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n"
       << "<text x=\"16\" y=\"26\" font-size=\"16\" font-weight=\"bold\">Project schedule: "
          "completion time "
-      << s.CompletionTime
+      << Time(s, s.CompletionTime)
+      << (s.Calendar ? " working days, " + StartDate(s, 0) + " to " +
+                           CompletionDate(s, s.CompletionTime)
+                     : std::string())
       << "</text>\n"
       // Legend.
       << "<rect x=\"16\" y=\"40\" width=\"14\" height=\"10\" fill=\"#d62728\"/>"
@@ -255,13 +555,37 @@ std::string RenderGanttSvg(const Schedule& all) {
          "stroke=\"#1f77b4\" stroke-dasharray=\"3,2\"/><text x=\"226\" y=\"49\">total float, "
          "the free float shaded</text>\n";
 
-  // Grid and time scale.
-  const int32_t step = TickStep(span);
-  for (int32_t t = 0; t <= span; t += step) {
+  // Grid and time scale: with a calendar a line a week at its first working
+  // day, labelled with the week's Monday; otherwise about ten round times.
+  auto gridLine = [&](int64_t t, const std::string& label) {
     svg << "<line x1=\"" << X(t) << "\" y1=\"" << top << "\" x2=\"" << X(t) << "\" y2=\"" << axisY
-        << "\" stroke=\"#e5e5e5\"/>\n<text x=\"" << X(t) << "\" y=\"" << top - 6
-        << "\" text-anchor=\"middle\" fill=\"#555\">" << t << "</text>\n";
-    if (span - t < step && t != span) t = span - step;  // always label the end
+        << "\" stroke=\"#e5e5e5\"/>\n";
+    if (!label.empty())
+      svg << "<text x=\"" << X(t) << "\" y=\"" << top - 6 << "\" text-anchor=\"middle\" fill=\"#555\">"
+          << label << "</text>\n";
+  };
+  if (s.Calendar) {
+    using namespace std::chrono;
+    sys_days first = s.Calendar->Day(0);
+    sys_days monday = first - (weekday{first} - Monday);
+    sys_days last = s.Calendar->Day(span);
+    // Labels some 90 pixels apart at least.
+    const int64_t weeks = (last - monday).count() / 7 + 1;
+    const int64_t every = std::max<int64_t>(1, (weeks * 90 + static_cast<int64_t>(chartWidth) - 1) /
+                                                   static_cast<int64_t>(chartWidth));
+    int64_t previous = -1;
+    for (int64_t w = 0; monday + days{7 * w} <= last; ++w) {
+      int64_t t = std::max<int64_t>(0, s.Calendar->TimeOf(monday + days{7 * w}));
+      if (t == previous || t > span) continue;  // a week of holidays
+      previous = t;
+      gridLine(t, w % every ? "" : IsoDate(monday + days{7 * w}));
+    }
+  } else {
+    const int32_t step = TickStep(span / s.Scale) * s.Scale;
+    for (int32_t t = 0; t <= span; t += step) {
+      gridLine(t, Time(s, t));
+      if (span - t < step && t != span) t = span - step;  // always label the end
+    }
   }
 
   // One row per task: the bar at its earliest start, its slack after it.
@@ -273,9 +597,12 @@ std::string RenderGanttSvg(const Schedule& all) {
         << "\" text-anchor=\"end\">" << XmlEscape(TaskName(t)) << "</text>\n";
     svg << "<rect x=\"" << X(t.EarliestStart) << "\" y=\"" << barY << "\" width=\""
         << std::max(1.0, scale * t.Duration) << "\" height=\"" << barHeight << "\" fill=\""
-        << colour << "\"><title>" << XmlEscape(TaskName(t)) << ": " << t.EarliestStart << " to "
-        << t.EarliestStart + t.Duration << ", total float " << t.Slack << ", free float "
-        << t.FreeFloat << "</title></rect>\n";
+        << colour << "\"><title>" << XmlEscape(TaskName(t)) << ": "
+        << (s.Calendar ? StartDate(s, t.EarliestStart) : Time(s, t.EarliestStart)) << " to "
+        << (s.Calendar ? FinishDate(s, t.EarliestStart, t.Duration)
+                       : Time(s, int64_t{t.EarliestStart} + t.Duration))
+        << ", total float " << Time(s, t.Slack) << ", free float " << Time(s, t.FreeFloat)
+        << "</title></rect>\n";
     if (t.Slack > 0)
       svg << "<rect x=\"" << X(t.EarliestStart + t.Duration) << "\" y=\"" << barY << "\" width=\""
           << scale * t.Slack << "\" height=\"" << barHeight << "\" fill=\"" << colour

@@ -3,17 +3,32 @@
 
 #include <cstdint>
 #include <iosfwd>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace pel::cli {
 
+class WorkCalendar;
+
+// A duration as written: a whole number, or three whole numbers "2/4/9",
+// optimistic, most likely and pessimistic (O <= M <= P). Three points give
+// the PERT mean (O + 4M + P) / 6 and variance ((P - O) / 6)^2.
+struct Estimate {
+  int32_t O = 0, M = 0, P = 0;
+  bool ThreePoint = false;
+  double Mean() const { return ThreePoint ? (O + 4.0 * M + P) / 6 : M; }
+  double Variance() const { return ThreePoint ? (P - O) * (P - O) / 36.0 : 0; }
+};
+
 // A task as read from a text or CSV network, with the line it came from.
+// Duration is the whole duration, or the pessimistic one of three points.
 struct TaskLine {
   std::string From, To;
   int32_t Duration = 0;
   int Line = 0;
+  Estimate Est;
 };
 
 // Bad input: the message already names the file and, where there is one, the
@@ -39,11 +54,13 @@ struct PlanLink {
   std::string Id;
   LinkType Type = LinkType::FS;
   int32_t Lag = 0;
+  std::size_t Task = 0;  // the predecessor's place in the plan
 };
 
 struct PlanTask {
   std::string Id, Name;
-  int32_t Duration = 0;
+  int32_t Duration = 0;  // as a TaskLine's
+  Estimate Est;
   std::vector<PlanLink> Predecessors;
   int Line = 0;
 };
@@ -64,6 +81,8 @@ struct EventTimes {
   int32_t Earliest = 0, Latest = 0;
 };
 
+// Times are counted in steps: Schedule::Scale steps make one time unit.
+
 // A task of an event network, a task of a plan (Id set; From and To are its
 // start and finish events) or a dummy of a converted plan (Id empty).
 // Slack is the total float: how far the task can slip without delaying the
@@ -73,6 +92,7 @@ struct TaskTimes {
   int32_t Duration = 0, EarliestStart = 0, LatestStart = 0, Slack = 0, FreeFloat = 0;
   bool Critical = false;
   std::string Id, Name;
+  Estimate Est;  // a task's (not a dummy's)
 };
 
 // A link of a plan, as the plan's Graphviz picture draws it.
@@ -81,18 +101,52 @@ struct LinkTimes {
   bool Critical = false;
 };
 
+// The project's PERT figures: the mean completion time and its standard
+// deviation along the critical path (of the critical paths, the one of the
+// largest variance).
+struct PertFigures {
+  double Mean = 0, StdDev = 0;
+  std::vector<std::string> Path;
+};
+
+// A Monte Carlo run: completion times (in units) reached by 50, 80 and 95 per
+// cent of the samples, and per task (a plan's tasks, a network's in file
+// order) the number of samples in which it was critical.
+struct SimulationFigures {
+  int64_t Runs = 0;
+  uint64_t Seed = 0;
+  double P50 = 0, P80 = 0, P95 = 0;
+  std::vector<std::pair<std::string, int64_t>> Critical;
+};
+
+// What changed durations did: the completion time (in steps) before and
+// after, and the tasks that entered or left the critical set.
+struct WhatIfFigures {
+  std::vector<std::string> Changes;  // as given: "frame=+3", "roof=7"
+  int32_t Before = 0, After = 0;
+  std::vector<std::string> Entered, Left;
+};
+
 struct Schedule {
   bool Plan = false;  // read as tasks: the reports name tasks, not events
+  int32_t Scale = 1;  // steps a time unit
+  const WorkCalendar* Calendar = nullptr;  // times are working days from its start
   int32_t CompletionTime = 0;
   std::vector<EventTimes> Events;     // topological order; a plan's only with its dummies
   std::vector<TaskTimes> Tasks;       // by their start event's place in that order;
                                       // a plan's in file order, then its dummies
   std::vector<LinkTimes> Links;       // a plan's
   std::vector<std::string> Critical;  // "A --> B", as the network names them; a plan's ids
+  std::optional<PertFigures> Pert;      // with three-point estimates
+  std::optional<SimulationFigures> Simulation;
+  std::optional<WhatIfFigures> WhatIf;  // the report then shows only what moved
 };
 
 std::string RenderText(const Schedule& s);
 std::string RenderJson(const Schedule& s);
+// The same, written to out as it goes (a plan of a million tasks makes half a
+// gigabyte of it).
+void RenderJson(const Schedule& s, std::ostream& out);
 std::string RenderDot(const Schedule& s);
 std::string RenderGanttSvg(const Schedule& s);
 
