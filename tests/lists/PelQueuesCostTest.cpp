@@ -7,6 +7,7 @@
 #include <climits>
 #include <cstdint>
 #include <limits>
+#include <map>
 #include <random>
 #include <string>
 #include <vector>
@@ -132,6 +133,42 @@ TEST(PelPriorityQueueCost, SameAsThePlainWalkUnderRandomOperations) {
         M.E.clear();
       }
       ASSERT_EQ(Entries(*Q), M.E) << phase << ":" << step;
+    }
+  }
+}
+
+// The order index alone, against a map, through block splits and removals.
+TEST(PelPriorityQueueCost, OrderIndexAgreesWithAMap) {
+  using detail::TPriorityRuns;
+  auto node = [](intptr_t n) { return reinterpret_cast<TSQNode*>(n * 16); };
+  std::mt19937 rng(7);
+  TPriorityRuns R;
+  std::map<int32_t, TPriorityRuns::TRun> M;
+  for (int step = 0; step < 40000; ++step) {
+    int32_t p = static_cast<int32_t>(rng() % 3000);
+    if (rng() % 3 != 0 || M.empty()) {  // grow to about two thousand
+      auto [run, added] = R.Add(p, {node(step), node(step)});
+      ASSERT_EQ(added, M.count(p) == 0);
+      run->Last = node(-step);  // the run handed back is the one stored
+      M.insert({p, {node(step), node(step)}}).first->second.Last = node(-step);
+    } else {
+      auto it = M.lower_bound(p);
+      if (it == M.end()) it = M.begin();
+      R.Remove(it->first);
+      M.erase(it);
+    }
+    auto found = M.find(p);
+    TPriorityRuns::TRun* run = R.Find(p);
+    ASSERT_EQ(run != nullptr, found != M.end());
+    if (run) {
+      ASSERT_EQ(run->Last, found->second.Last);
+    }
+    auto next = M.lower_bound(p);
+    if (next != M.begin() && next != M.end()) {
+      TPriorityRuns::TRun *before, *at;
+      R.Around(p, before, at);
+      ASSERT_EQ(at->First, next->second.First);
+      ASSERT_EQ(before->Last, std::prev(next)->second.Last);
     }
   }
 }
