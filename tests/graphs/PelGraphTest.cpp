@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <map>
 #include <random>
 #include <set>
 #include <vector>
@@ -54,26 +53,20 @@ void Join(TPelGraphNode* From, TPelGraphNode* To, TGraphWeight Weight) {
   As<TWeightedEdge>(From->AddEdge(To))->SetWeight(Weight);
 }
 
-// Plain Dijkstra over the same edges, for comparison.
-std::map<String, TGraphWeight> Distances(TPelGraph* G, TPelGraphNode* Start) {
-  std::map<TPelGraphNode*, int64_t> dist;
-  for (int32_t i = 0; i < G->GetNodeCount(); ++i) dist[G->GetNode(i)] = InfiniteWeight;
-  dist[Start] = 0;
-  std::set<TPelGraphNode*> done;
-  while (done.size() < dist.size()) {
-    TPelGraphNode* best = nullptr;
-    for (auto& [node, d] : dist)
-      if (!done.count(node) && (!best || d < dist[best])) best = node;
-    done.insert(best);
-    if (dist[best] == InfiniteWeight) continue;
-    for (int32_t i = 0; i < best->GetEdgeCount(); ++i) {
-      auto* edge = As<TWeightedEdge>(best->GetEdge(i));
-      TPelGraphNode* other = edge->GetToNode() == best ? edge->GetFromNode() : edge->GetToNode();
-      dist[other] = std::min(dist[other], dist[best] + edge->GetWeight());
+// Each node as "caption class weight in-degree: from>to=weight ...".
+std::string Describe(TPelGraph* G) {
+  std::string r;
+  for (int32_t i = 0; i < G->GetNodeCount(); ++i) {
+    auto* n = As<TWeightedNode>(G->GetNode(i));
+    r += n->GetCaption() + " " + n->ClassName() + " " + IntToStr(n->GetWeight()) + " " +
+         IntToStr(n->GetInDegree()) + ":";
+    for (int32_t j = 0; j < n->GetEdgeCount(); ++j) {
+      auto* e = As<TWeightedEdge>(n->GetEdge(j));
+      r += " " + e->GetFromNode()->GetCaption() + ">" + e->GetToNode()->GetCaption() + "=" +
+           IntToStr(e->GetWeight());
     }
+    r += "\n";
   }
-  std::map<String, TGraphWeight> r;
-  for (auto& [node, d] : dist) r[node->GetCaption()] = static_cast<TGraphWeight>(d);
   return r;
 }
 
@@ -304,23 +297,7 @@ TEST(PelGraph, NodesAndEdgesStreamThroughTheComponent) {
     Saved(g.get())->ReadComponent(back.get());
     EXPECT_EQ(back->GetDirected(), directed);
     EXPECT_EQ(GetStrProp(back.get(), "OnNodeChange"), "CityChanged");
-    ASSERT_EQ(back->GetNodeCount(), 3);
-    for (int32_t i = 0; i < 3; ++i) {
-      auto* orig = As<TWeightedNode>(g->GetNode(i));
-      auto* copy = As<TWeightedNode>(back->GetNode(i));
-      EXPECT_EQ(copy->GetCaption(), orig->GetCaption());
-      EXPECT_EQ(copy->ClassType(), orig->ClassType());
-      EXPECT_EQ(copy->GetWeight(), orig->GetWeight());
-      EXPECT_EQ(copy->GetInDegree(), orig->GetInDegree());
-      ASSERT_EQ(copy->GetEdgeCount(), orig->GetEdgeCount());
-      for (int32_t j = 0; j < copy->GetEdgeCount(); ++j) {
-        auto* e = As<TWeightedEdge>(copy->GetEdge(j));
-        auto* o = As<TWeightedEdge>(orig->GetEdge(j));
-        EXPECT_EQ(e->GetFromNode()->GetCaption(), o->GetFromNode()->GetCaption());
-        EXPECT_EQ(e->GetToNode()->GetCaption(), o->GetToNode()->GetCaption());
-        EXPECT_EQ(e->GetWeight(), o->GetWeight());
-      }
-    }
+    EXPECT_EQ(Describe(back.get()), Describe(g.get()));
   }
 }
 
@@ -397,7 +374,7 @@ TEST(PelGraph, OrderListCapacityIsThatOfAppendingOneByOne) {
   }
 }
 
-TEST(PelGraph, ShortestPathsMatchDijkstra) {
+TEST(PelGraph, ShortestPaths) {
   // The worked graph: S-A 4, S-B 1, B-A 2, A-C 1, B-C 5, C-D 3; E apart.
   for (bool directed : {true, false}) {
     auto g = Make<TPelGraph>(nullptr);
@@ -415,12 +392,14 @@ TEST(PelGraph, ShortestPathsMatchDijkstra) {
     Join(b, c, 5);
     Join(d, c, 3);
     g->EnumerateShortestPaths(s);
-    std::map<String, TGraphWeight> expected = Distances(g.get(), s);
-    for (TWeightedNode* n : {s, a, b, c, d, e}) {
-      EXPECT_EQ(n->GetWeight(), expected[n->GetCaption()]) << n->GetCaption() << directed;
+    // Directed, D cannot be reached: its edge leads into C.
+    const TGraphWeight dWeight = directed ? InfiniteWeight : 7;
+    const std::pair<TWeightedNode*, TGraphWeight> expected[] = {
+        {s, 0}, {a, 3}, {b, 1}, {c, 4}, {d, dWeight}, {e, InfiniteWeight}};
+    for (auto [n, w] : expected) {
+      EXPECT_EQ(n->GetWeight(), w) << n->GetCaption() << directed;
       EXPECT_TRUE(n->GetVisited());
     }
-    EXPECT_EQ(e->GetWeight(), InfiniteWeight);
     EXPECT_EQ(Captions(c->GetShortestPath()), (std::vector<String>{"S", "B", "A", "C"}));
     EXPECT_EQ(c->GetShortestPath()->GetObject(2), a);
     // The lightest edge's far end; for an edge B ends, its FromNode.

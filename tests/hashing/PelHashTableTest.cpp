@@ -97,11 +97,6 @@ int32_t TextFolding(int32_t K, int32_t Size) {
 class TOwnerLog : public TInterfacedObject, public IHashTableOwner {
   PEL_CLASS(TOwnerLog, TInterfacedObject)
  public:
-  HRESULT QueryInterface(const TGUID& IID, void** Obj) override {
-    return TInterfacedObject::QueryInterface(IID, Obj);
-  }
-  int32_t AddRef() override { return TInterfacedObject::AddRef(); }
-  int32_t Release() override { return TInterfacedObject::Release(); }
   bool GetInterface(const TGUID& IID, void** Obj) override {
     return GetInterfaceOf<TOwnerLog, IHashTableOwner>(this, IID, Obj);
   }

@@ -247,9 +247,9 @@ TEST(PelLinkedList, SetNodeReplacesButLeavesTailAndCursor) {
   EXPECT_EQ(TCountedNode::Alive, 0);
 }
 
-TEST(PelLinkedList, ItemsFindAndIndexOf) {
+TEST(PelLinkedList, ItemsSearchNotificationsAndDestruction) {
   Items it;
-  Owned<TProbeList> list = Make<TProbeList>();
+  TProbeList* list = New<TProbeList>();
   TChangeCounter changes;
   TSQNode* a = list->Add(&it.a);
   TSQNode* b = list->Add(&it.b);
@@ -261,55 +261,38 @@ TEST(PelLinkedList, ItemsFindAndIndexOf) {
   EXPECT_EQ(list->FindItem(&it.d), a);
   EXPECT_EQ(list->FindItem(&it.a), nullptr);
   list->SetItem(0, &it.a);
-
   EXPECT_EQ(list->IndexOfItem(&it.b), 1);
   // The cursor stays where the search stopped: just past b.
   EXPECT_EQ(list->Cursor(), b->GetNext());
   EXPECT_EQ(list->GetNext()->GetItem(), &it.c);
   EXPECT_EQ(list->IndexOfItem(&it.d), -1);
   EXPECT_TRUE(list->GetEndOfList());
-}
 
-TEST(PelLinkedList, NotificationsAndUpdateBrackets) {
-  Items it;
-  Owned<TProbeList> list = Make<TProbeList>();
-  TChangeCounter changes;
-  list->SetOnChange(changes.Handler());
-  list->Clear();  // notifies also when empty
-  EXPECT_EQ(changes.Count, 1);
-  TSQNode* a = list->Add(&it.a);
-  list->Add(&it.b);
+  // Clear notifies also when empty; updates nest, and an unmatched
+  // EndUpdate notifies as well.
   list->Delete(a);
-  EXPECT_EQ(changes.Count, 4);
-
+  list->Clear();
+  list->Clear();
+  EXPECT_EQ(changes.Count, 3);
   list->BeginUpdate();
   list->BeginUpdate();
   list->Add(&it.c);
-  list->Add(&it.d);
   list->Clear();
   list->EndUpdate();
-  EXPECT_EQ(changes.Count, 4);
+  EXPECT_EQ(changes.Count, 3);
   list->EndUpdate();
-  EXPECT_EQ(changes.Count, 5);
-  // An unmatched EndUpdate notifies as well.
   list->EndUpdate();
+  list->Add(&it.a);
   EXPECT_EQ(changes.Count, 6);
-}
 
-TEST(PelLinkedList, DestructionClearsThroughTheOverrideAndNeverFreesItems) {
+  // Destruction clears through the override with OnChange dropped first,
+  // freeing the nodes but never the items.
   TProbeList::Clears = 0;
-  {
-    Items it;
-    TProbeList* list = New<TProbeList>();
-    TChangeCounter changes;
-    for (TObject* item : {&it.a, &it.b, &it.c}) list->Add(item);
-    list->SetOnChange(changes.Handler());
-    Free(list);
-    EXPECT_EQ(TProbeList::Clears, 1);
-    EXPECT_EQ(changes.Count, 0);  // OnChange is dropped first
-    EXPECT_EQ(TCountedNode::Alive, 0);
-    EXPECT_EQ(TCountedItem::Alive, 4);
-  }
+  Free(list);
+  EXPECT_EQ(TProbeList::Clears, 1);
+  EXPECT_EQ(changes.Count, 6);
+  EXPECT_EQ(TCountedNode::Alive, 0);
+  EXPECT_EQ(TCountedItem::Alive, 4);
 }
 
 TEST(PelLinkedList, AssignFromListsAndPlatformLists) {
