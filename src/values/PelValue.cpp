@@ -15,6 +15,15 @@ uintptr_t FromFloat(float Value) {
   return bits;
 }
 
+// A number read from text or a variant, narrowed to the single this unit
+// keeps. Beyond the single's range it would become infinite: refused, as a
+// text beyond the double's range is refused by StrToFloat.
+float ToSingle(double Value) {
+  const auto f = static_cast<float>(Value);
+  if (std::isinf(f) && !std::isinf(Value)) throw EConvertError(SErrorConvertingValue);
+  return f;
+}
+
 uintptr_t FromPointer(const void* Value) { return reinterpret_cast<uintptr_t>(Value); }
 
 bool IsTextKind(uint8_t Kind) {
@@ -181,9 +190,9 @@ float TPelCustomValue::GetAsFloat() const {
     case vtString:
     case vtPChar:
     case vtAnsiString:
-      return static_cast<float>(StrToFloat(GetAsString()));
+      return ToSingle(StrToFloat(GetAsString()));
     case vtVariant:
-      return static_cast<float>(VarToReal(*reinterpret_cast<const Variant*>(FPayload)));
+      return ToSingle(VarToReal(*reinterpret_cast<const Variant*>(FPayload)));
     default:
       ConvertError();
   }

@@ -10,7 +10,10 @@
 //
 // "Float" is single precision throughout: GetAsFloat returns and SetAsFloat
 // takes a float, and a currency amount is kept as such a float, so it loses
-// precision beyond about seven significant digits. This is intended.
+// precision beyond about seven significant digits. This is intended. A text
+// or variant whose number lies beyond the single's range raises
+// EConvertError "Error converting value" when read as a float (and so as an
+// integer, currency, ...) rather than reading as infinity.
 //
 // The payload cell is pointer-sized. Reading it as an integer takes its low
 // 32 bits; an integer is stored sign-extended, so reading it back as a

@@ -62,13 +62,50 @@ TEST(DeepInputs, AMillionLevels) {
     auto tree = Make<TPelTree>();
     TPelCustomTreeNode* node = tree->NewNode();
     tree->SetRoot(As<TPelTreeNode>(node));
-    for (int32_t i = 1; i < kDeep; ++i) node = node->NewChild();
+    node->SetData(Tag(1));
+    for (intptr_t i = 2; i <= kDeep; ++i) {
+      node = node->NewChild();
+      node->SetData(Tag(i));
+    }
     int32_t visits = 0;
     tree->Infix(
         tree->GetRoot(), [&](TPelCustomTreeNode* N, intptr_t) { visits += N == node; }, 0);
     EXPECT_EQ(visits, 1);
+    for (TTraversalOrder order : {toPreOrder, toInOrder, toPostOrder})
+      EXPECT_EQ(tree->FindItemNode(tree->GetRoot(), Tag(kDeep), order), node);
+    auto copy = Make<TPelTree>();
+    copy->SetRoot(As<TPelTreeNode>(copy->NewNode()));
+    copy->GetRoot()->Assign(tree->GetRoot());
+    EXPECT_EQ(copy->FindItemNode(copy->GetRoot(), Tag(kDeep), toPostOrder)->GetData(), Tag(kDeep));
     tree->Clear();
     EXPECT_EQ(tree->GetRoot(), nullptr);
+  }
+  // A height-balanced tree grown by hand into one long chain: insertion at
+  // its bottom, lookups and a walk in priority order go down a million
+  // levels.
+  {
+    auto tree = Make<TPelHeightBalancedTree>();
+    TPelHeightBalancedTreeNode* node = tree->NewNode(kDeep);
+    tree->SetRoot(node);
+    for (int32_t p = kDeep - 1; p >= 1; --p) {
+      TPelHeightBalancedTreeNode* next = tree->NewNode(p);
+      node->SetHBLeft(next);
+      node = next;
+    }
+    TPelHeightBalancedTreeNode* added = tree->Add(Tag(7), 0);
+    TPelHeightBalancedTreeNode* parent = nullptr;
+    EXPECT_EQ(tree->FindNode(parent, 0, Tag(7)), added);
+    tree->Delete(Tag(7), 0);
+    int32_t expected = 0;
+    bool inOrder = true;
+    tree->Traverse(
+        tree->GetRoot(),
+        [&](TPelCustomTreeNode* N, intptr_t) {
+          inOrder = inOrder && As<TPelHeightBalancedTreeNode>(N)->GetPriority() == expected++;
+        },
+        toInOrder, 0);
+    EXPECT_TRUE(inOrder);
+    EXPECT_EQ(expected, kDeep + 1);
   }
 
   // Depth-first search down a path of a million nodes.

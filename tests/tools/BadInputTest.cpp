@@ -7,6 +7,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "pel/CalcCommand.h"
 #include "pel/CpmCommand.h"
 #include "pel/DumpCommand.h"
 #include "pel/GrepCommand.h"
@@ -37,6 +38,8 @@ std::string Fails(const std::string& Command, Args A, const std::string& Input) 
   } else if (Command == "cpm") {
     A.push_back("-");
     status = pel::cli::RunCpm(A, in, out, err);
+  } else if (Command == "calc") {
+    status = pel::cli::RunCalc(A, in, out, err);
   } else if (Command == "grep") {
     status = pel::cli::RunGrep(A, in, out, err);
   } else {
@@ -108,6 +111,24 @@ TEST(BadInput, EveryCommandFailsInOneLineWithStatusTwo) {
   Fails("grep", {std::string(1000000, '(')}, "a\n");
   Fails("grep", {"[a-"}, "a\n");
   Fails("grep", {"a|*"}, "a\n");
+
+  // Expressions: binary bytes, a number beyond any double, groups a million
+  // deep left open, a million operators short of an operand. Nesting that
+  // closes evaluates.
+  EXPECT_NE(Fails("calc", {}, std::string("1 +\0\xff 2", 7)).find("unknown token"),
+            std::string::npos);
+  EXPECT_NE(Fails("calc", {}, std::string(1000, '9')).find("out of range"), std::string::npos);
+  const std::string open(1000000, '(');
+  EXPECT_NE(Fails("calc", {}, open + "1").find("Missing close parenthesis"), std::string::npos);
+  std::string sums;
+  for (int i = 0; i < 1000000; ++i) sums += "1+";
+  EXPECT_NE(Fails("calc", {}, sums).find("operand missing"), std::string::npos);
+  Fails("calc", {"--postfix"}, sums + ")");
+  std::istringstream nested(open + "2" + std::string(1000000, ')') + "^" + open + "3" +
+                            std::string(1000000, ')'));
+  std::ostringstream value;
+  EXPECT_EQ(pel::cli::RunCalc({}, nested, value, err), 0);
+  EXPECT_EQ(value.str(), "8\n");
 
   // Files that are not there; options that are not valid.
   Fails("grep", {"a", "/nonexistent/file"}, "");

@@ -47,8 +47,31 @@ TEST(CalcCommand, ReportsEachFailingLineAndGoesOn) {
             "pel calc: an operator is missing between two operands in '1 2'\n"
             "pel calc: unmatched ')' in '4)'\n");
   EXPECT_EQ(Calc({"1 +"}).Err, "pel calc: operand missing for '+' in '1 +'\n");
-  EXPECT_EQ(Calc({"()"}).Err, "pel calc: nothing to evaluate in '()'\n");
+  EXPECT_EQ(Calc({"()"}).Err, "pel calc: empty parentheses in '()'\n");
   EXPECT_EQ(Calc({"10 ^ 400"}).Status, 2);
+  // Lines conversion alone would take: a group after an operand, an empty
+  // group, an operator inside a group that needs its left operand outside;
+  // a number beyond the double's range. --postfix refuses the malformed
+  // ones too.
+  const std::pair<const char*, const char*> malformed[] = {
+      {"2 (3)", "an operator is missing between two operands"},
+      {"(1)(2)", "an operator is missing between two operands"},
+      {"2 + ()", "empty parentheses"},
+      {"1 (+ 2)", "an operator is missing between two operands"},
+      {"(1 +) 2", "operand missing before ')'"},
+      {"* 2", "operand missing before '*'"},
+      {"2 * / 3", "operand missing before '/'"},
+  };
+  for (const auto& [expr, message] : malformed) {
+    const std::string expected = "pel calc: " + std::string(message) + " in '" + expr + "'\n";
+    EXPECT_EQ(Calc({}, expr).Err, expected);
+    EXPECT_EQ(Calc({"--postfix"}, expr).Err, expected);
+  }
+  EXPECT_EQ(Calc({"--postfix", "1 +"}).Status, 2);
+  const std::string huge = "1" + std::string(400, '0');
+  EXPECT_EQ(Calc({}, huge + " * 0").Err, "pel calc: the number " + huge + " is out of range in '" +
+                                             huge + " * 0'\n");
+  EXPECT_EQ(Calc({"--postfix"}, huge + " * 0").Out, huge + " 0 *\n");
   EXPECT_EQ(Calc({"--bogus"}).Status, 2);
   EXPECT_EQ(Calc({"--help"}).Status, 0);
 }

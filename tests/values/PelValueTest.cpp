@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cfloat>
 #include <functional>
 #include <vector>
 
@@ -158,6 +159,19 @@ TEST(PelValue, GetAsFloatIsSinglePrecision) {
   v->SetAsString("x");
   EXPECT_EQ(Outcome([&] { return FloatToStr(v->GetAsFloat()); }),
             "E:'x' is not a valid floating point value");
+  // A number beyond the single's range is refused, not read as infinity;
+  // up to the largest single (as it prints) it reads, and so does a
+  // number too small for a single (as zero).
+  for (const char* text : {"214.4214E48", "-3.5E38", "1E300"}) {
+    v->SetAsString(text);
+    EXPECT_EQ(Outcome([&] { return FloatToStr(v->GetAsFloat()); }), kRefused) << text;
+    EXPECT_EQ(Outcome([&] { return IntToStr(v->GetAsInteger()); }), "E:'" + String(text) +
+                                                                         "' is not a valid integer value");
+  }
+  v->SetAsString("3.40282346638529E38");
+  EXPECT_EQ(v->GetAsFloat(), FLT_MAX);
+  v->SetAsString("1E-50");
+  EXPECT_EQ(v->GetAsFloat(), 0.0f);
 }
 
 TEST(PelValue, GetAsStringNamesClassesAndPrintsNumbers) {

@@ -37,9 +37,15 @@ class TCalcToken : public TInterfacedObject {
 const TCalcToken& TokenOf(const IPtr<IInterface>& X) { return *dynamic_cast<TCalcToken*>(X.get()); }
 
 // Numbers are digits with an optional fraction ("2", "2.5", ".5", "2.").
+// The tokens must alternate as infix arithmetic does: an operand (a number
+// or a group) where one is expected, an operator or ')' after one.
+// Conversion would take "1 (+ 2)" for "1 2 +" and drop "()", so the
+// calculator refuses such lines here.
 IPtr<IInterfaceList> Tokenize(const std::string& Line) {
   IPtr<IInterfaceList> tokens(New<TInterfaceList>());
   int depth = 0;
+  bool operandNext = true;
+  std::string last;
   for (std::size_t i = 0; i < Line.size();) {
     char c = Line[i];
     auto isDigit = [&](std::size_t j) {
@@ -71,8 +77,18 @@ IPtr<IInterfaceList> Tokenize(const std::string& Line) {
         throw CalcError{"unknown token '" + std::string(1, c) + "'"};
       }
     }
-    tokens->Add(IPtr<IInterface>(New<TCalcToken>(kind, Line.substr(start, i - start))));
+    std::string text = Line.substr(start, i - start);
+    const bool opens = kind == TokenKind::Number || kind == TokenKind::LeftParen;
+    if (opens != operandNext) {
+      if (opens) throw CalcError{"an operator is missing between two operands"};
+      if (last == "(") throw CalcError{"empty parentheses"};
+      throw CalcError{"operand missing before '" + text + "'"};
+    }
+    operandNext = kind == TokenKind::Operator || kind == TokenKind::LeftParen;
+    last = text;
+    tokens->Add(IPtr<IInterface>(New<TCalcToken>(kind, std::move(text))));
   }
+  if (operandNext && !last.empty() && last != "(") throw CalcError{"operand missing for '" + last + "'"};
   return tokens;
 }
 
@@ -108,7 +124,20 @@ IPtr<IInterfaceList> ToPostfix(const std::string& Line) {
     throw CalcError{e.Message()};
   }
   if (expressions->GetCount() > 1) throw CalcError{"an operator is missing between two operands"};
-  return IntfCast<IInterfaceList>(expressions->First());
+  IPtr<IInterfaceList> postfix = IntfCast<IInterfaceList>(expressions->First());
+  // Each operator has its two operands and one value is left: Evaluate
+  // relies on it.
+  int32_t depth = 0;
+  for (int32_t i = 0; i < postfix->GetCount(); ++i) {
+    const TCalcToken& t = TokenOf(postfix->Get(i));
+    if (t.Kind() == TokenKind::Number)
+      ++depth;
+    else if (depth-- < 2)
+      throw CalcError{"operand missing for '" + t.Text() + "'"};
+  }
+  if (depth == 0) throw CalcError{"nothing to evaluate"};
+  if (depth > 1) throw CalcError{"an operator is missing between two operands"};
+  return postfix;
 }
 
 double Apply(char Op, double A, double B) {
@@ -132,16 +161,17 @@ double Evaluate(const IPtr<IInterfaceList>& Postfix) {
   for (int32_t i = 0; i < Postfix->GetCount(); ++i) {
     const TCalcToken& t = TokenOf(Postfix->Get(i));
     if (t.Kind() == TokenKind::Number) {
-      stack.push_back(StrToFloat(t.Text()));
+      double v;
+      if (!TryStrToFloat(t.Text(), v)) throw CalcError{"the number " + t.Text() + " is out of range"};
+      stack.push_back(v);
       continue;
     }
-    // Parentheses never reach the output; this is an operator.
-    if (stack.size() < 2) throw CalcError{"operand missing for '" + t.Text() + "'"};
+    // Parentheses never reach the output, and ToPostfix saw that each
+    // operator has its operands.
     double b = stack.back();
     stack.pop_back();
     stack.back() = Apply(t.Text()[0], stack.back(), b);
   }
-  if (stack.empty()) throw CalcError{"nothing to evaluate"};
   if (!std::isfinite(stack.back())) throw CalcError{"the result is out of range"};
   return stack.back();
 }
