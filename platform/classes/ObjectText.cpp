@@ -689,6 +689,9 @@ class TTextToBinary {
       name = className;
       className = Ident();
     }
+    // A class name's length byte comes first in the object, where $F0 and
+    // above would read as the flags byte.
+    if (className.size() >= 0xF0) Error(SLineTooLong);
     int32_t childPos = 0;
     if (PeekChar() == '[') {
       ++FPos;

@@ -29,9 +29,11 @@
 // ObjectTextToBinary parses that form (and the same with CR LF lines, string
 // pieces joined by '+', hex integers with '$') back to the binary stream.
 // The identifier Null is refused inside a list, where its code would close
-// the list ("Invalid property value"), as is a decimal integer beyond 64 bits ("Number
-// expected"). Bad text raises EParserError "<what> on line <n>"; a bad binary stream
-// raises EReadError as the reader does. Both directions refuse nesting
+// the list ("Invalid property value"), as is a decimal integer beyond 64
+// bits ("Number expected"), and so are a name beyond 255 characters and a
+// class name of 240 or more, which the binary form cannot hold ("Line too
+// long"). Bad text raises EParserError "<what> on line <n>"; a bad binary
+// stream raises EReadError as the reader does. Both directions refuse nesting
 // deeper than the reader's kMaxStreamDepth (500) levels with "Stream nested
 // deeper than 500 levels" (on line <n> for text).
 #pragma once

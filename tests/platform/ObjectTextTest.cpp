@@ -224,6 +224,12 @@ TEST(ObjectText, BadInputRaises) {
                              "object A: TX\n  V = " + longName + "\nend"})
     EXPECT_EQ(parseError(text), text.find('\n') > text.find(longName) ? "Line too long on line 1"
                                                                        : "Line too long on line 2");
+  // A class name whose length byte would read as the flags byte; just below,
+  // it prints back the same.
+  const String longClass(240, 'T');
+  EXPECT_EQ(parseError("object A: " + longClass + "\nend\n"), "Line too long on line 1");
+  const String fits = "object " + longName.substr(1) + ": " + longClass.substr(1) + "\nend\n";
+  EXPECT_EQ(ToText(ToBinary(fits)), fits);
   EXPECT_EQ(
       ToText(ToBinary("object A: TX\n  V = -9223372036854775808\n  H = $FFFFFFFFFFFFFFFF\nend\n")),
       "object A: TX\n  V = -9223372036854775808\n  H = -1\nend\n");
