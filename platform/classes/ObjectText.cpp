@@ -688,6 +688,9 @@ class TTextToBinary {
       name = className;
       className = Ident();
     }
+    // A name is a short string; a class name's length byte comes first in
+    // the object, where $F0 and above would read as the flags byte.
+    if (name.size() > 255 || className.size() >= 0xF0) Error(SLineTooLong);
     int32_t childPos = 0;
     if (PeekChar() == '[') {
       ++FPos;

@@ -30,7 +30,9 @@
 // pieces joined by '+', hex integers with '$') back to the binary stream.
 // The identifier Null is refused inside a list, where its code would close
 // the list ("Invalid property value"), as is a decimal integer beyond 64 bits ("Number
-// expected"). Bad text raises EParserError "<what> on line <n>"; a bad binary stream
+// expected"), as are a property or object name beyond 255 characters and a
+// class name of 240 or more, which the binary form cannot hold ("Line too
+// long"). Bad text raises EParserError "<what> on line <n>"; a bad binary stream
 // raises EReadError as the reader does. Both directions refuse nesting
 // deeper than the reader's kMaxStreamDepth (500) levels with "Stream nested
 // deeper than 500 levels" (on line <n> for text).

@@ -218,6 +218,14 @@ TEST(ObjectText, BadInputRaises) {
   EXPECT_EQ(
       ToText(ToBinary("object A: TX\n  V = -9223372036854775808\n  H = $FFFFFFFFFFFFFFFF\nend\n")),
       "object A: TX\n  V = -9223372036854775808\n  H = -1\nend\n");
+  // Names the binary form cannot hold: beyond 255 characters, or a class
+  // name whose length byte would read as the flags byte. Just below, they
+  // print back the same.
+  const String longName(256, 'n'), longClass(240, 'T');
+  for (const String& text : {"object " + longName + ": TX\nend\n", "object A: " + longClass + "\nend\n"})
+    EXPECT_EQ(parseError(text), "Line too long on line 1");
+  const String fits = "object " + longName.substr(1) + ": " + longClass.substr(1) + "\nend\n";
+  EXPECT_EQ(ToText(ToBinary(fits)), fits);
 }
 
 // Damaged bytes anywhere in a framework stream end in one of the library's
