@@ -3,19 +3,14 @@
 #include <sstream>
 
 #include "pel/CalcCommand.h"
+#include "tools/RunCommand.h"
 
 namespace {
 
-struct Result {
-  int Status;
-  std::string Out, Err;
-};
+using pel::test::Result;
 
-Result Calc(std::vector<std::string> args, const std::string& input = "") {
-  std::istringstream in(input);
-  std::ostringstream out, err;
-  int status = pel::cli::RunCalc(args, in, out, err);
-  return {status, out.str(), err.str()};
+Result Calc(const std::vector<std::string>& args, const std::string& input = "") {
+  return pel::test::RunCommand(pel::cli::RunCalc, args, input);
 }
 
 TEST(CalcCommand, EvaluatesWithPrecedenceAndAssociativity) {

@@ -7,21 +7,16 @@
 #include <sstream>
 
 #include "pel/CpmCommand.h"
+#include "tools/RunCommand.h"
 
 namespace {
 
 using nlohmann::json;
 
-struct Result {
-  int Status;
-  std::string Out, Err;
-};
+using pel::test::Result;
 
-Result Cpm(std::vector<std::string> args, const std::string& input = "") {
-  std::istringstream in(input);
-  std::ostringstream out, err;
-  int status = pel::cli::RunCpm(args, in, out, err);
-  return {status, out.str(), err.str()};
+Result Cpm(const std::vector<std::string>& args, const std::string& input = "") {
+  return pel::test::RunCommand(pel::cli::RunCpm, args, input);
 }
 
 // A plan read from standard input as tasks; its tasks by id.

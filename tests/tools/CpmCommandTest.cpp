@@ -8,31 +8,21 @@
 #include <sstream>
 
 #include "pel/CpmCommand.h"
+#include "tools/RunCommand.h"
 
 namespace {
 
 using nlohmann::json;
 
-struct Result {
-  int Status;
-  std::string Out, Err;
-};
+using pel::test::Result;
+using pel::test::TempFile;
 
-Result Cpm(std::vector<std::string> args, const std::string& input = "") {
-  std::istringstream in(input);
-  std::ostringstream out, err;
-  int status = pel::cli::RunCpm(args, in, out, err);
-  return {status, out.str(), err.str()};
+Result Cpm(const std::vector<std::string>& args, const std::string& input = "") {
+  return pel::test::RunCommand(pel::cli::RunCpm, args, input);
 }
 
 std::string Example(const std::string& name) {
   return std::string(PEL_SOURCE_DIR) + "/examples/" + name;
-}
-
-std::string TempFile(const std::string& name, const std::string& text) {
-  std::string path = ::testing::TempDir() + name;
-  std::ofstream(path, std::ios::binary) << text;
-  return path;
 }
 
 bool Exists(const std::string& path) { return std::ifstream(path).good(); }

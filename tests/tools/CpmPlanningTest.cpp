@@ -9,27 +9,17 @@
 #include <sstream>
 
 #include "pel/CpmCommand.h"
+#include "tools/RunCommand.h"
 
 namespace {
 
 using nlohmann::json;
 
-struct Result {
-  int Status;
-  std::string Out, Err;
-};
+using pel::test::Result;
+using pel::test::TempFile;
 
-Result Cpm(std::vector<std::string> args, const std::string& input = "") {
-  std::istringstream in(input);
-  std::ostringstream out, err;
-  int status = pel::cli::RunCpm(args, in, out, err);
-  return {status, out.str(), err.str()};
-}
-
-std::string TempFile(const std::string& name, const std::string& text) {
-  std::string path = ::testing::TempDir() + name;
-  std::ofstream(path, std::ios::binary) << text;
-  return path;
+Result Cpm(const std::vector<std::string>& args, const std::string& input = "") {
+  return pel::test::RunCommand(pel::cli::RunCpm, args, input);
 }
 
 // The JSON report of a plan read from standard input, or null on failure.

@@ -6,25 +6,15 @@
 #include <sstream>
 
 #include "pel/SortCommand.h"
+#include "tools/RunCommand.h"
 
 namespace {
 
-struct Result {
-  int Status;
-  std::string Out, Err;
-};
+using pel::test::Result;
+using pel::test::TempFile;
 
-Result Sort(std::vector<std::string> args, const std::string& input = "") {
-  std::istringstream in(input);
-  std::ostringstream out, err;
-  int status = pel::cli::RunSort(args, in, out, err);
-  return {status, out.str(), err.str()};
-}
-
-std::string TempFile(const std::string& name, const std::string& text) {
-  std::string path = ::testing::TempDir() + name;
-  std::ofstream(path, std::ios::binary) << text;
-  return path;
+Result Sort(const std::vector<std::string>& args, const std::string& input = "") {
+  return pel::test::RunCommand(pel::cli::RunSort, args, input);
 }
 
 }  // namespace
