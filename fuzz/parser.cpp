@@ -34,18 +34,12 @@ std::vector<std::string> Split(const std::string& text, const std::string& delim
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* Data, std::size_t Size) {
-  std::size_t at = 0;
-  auto take = [&](std::size_t n) {
-    n = std::min(n, Size - at);
-    std::string s(reinterpret_cast<const char*>(Data + at), n);
-    at += n;
-    return s;
-  };
+  TFuzzInput input{Data, Size};
   if (Size < 2) return 0;
-  std::string delimiters = take(Data[at++] & 7);
-  if (at >= Size) return 0;
-  const std::string ops = take(Data[at++] & 15);
-  const std::string text = take(Size);
+  std::string delimiters = input.Take(input.Byte() & 7);
+  if (input.AtEnd()) return 0;
+  const std::string ops = input.Take(input.Byte() & 15);
+  const std::string text = input.Take(Size);
 
   auto parser = Make<TPelParser>(text);
   if (!delimiters.empty()) parser->SetDelimiters(delimiters);

@@ -82,19 +82,13 @@ const char* const kDelimiterSets[] = {" \r\n\t", ",./?<>;:\"[{]}`~!@#$%^&*()-=+\
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* Data, std::size_t Size) {
-  std::size_t at = 0;
-  auto take = [&](std::size_t n) {
-    n = std::min(n, Size - at);
-    std::string s(reinterpret_cast<const char*>(Data + at), n);
-    at += n;
-    return s;
-  };
+  TFuzzInput input{Data, Size};
   if (Size < 3) return 0;
-  const uint8_t sizeByte = Data[at++];
-  const std::string delimiters = take(Data[at++] & 7);
-  if (at >= Size) return 0;
-  const std::string ops = take(Data[at++] & 63);
-  const std::string text = take(Size);
+  const uint8_t sizeByte = input.Byte();
+  const std::string delimiters = input.Take(input.Byte() & 7);
+  if (input.AtEnd()) return 0;
+  const std::string ops = input.Take(input.Byte() & 63);
+  const std::string text = input.Take(Size);
 
   auto source1 = Make<TStringStream>(text);
   auto source2 = Make<TStringStream>(text);
