@@ -144,6 +144,42 @@ std::vector<TaskLine> ParseTextNetwork(std::istream& in, const std::string& file
   return tasks;
 }
 
+namespace {
+
+// The columns of a CSV header line, found by name in any case. A missing
+// required column fails naming the columns expected.
+struct CsvHeader {
+  std::vector<std::string> Names;
+  const char* Expected;
+  const std::string& File;
+  int Line;
+
+  // The column's index; Names.size() for a missing optional column.
+  std::size_t Column(const char* wanted, bool required = true) const {
+    auto it = std::find(Names.begin(), Names.end(), wanted);
+    if (it == Names.end() && required)
+      Fail(File, Line,
+           std::string("the header has no '") + wanted + "' column (expected " + Expected + ")");
+    return static_cast<std::size_t>(it - Names.begin());
+  }
+};
+
+CsvHeader ReadHeader(const std::vector<std::string>& fields, const char* expected,
+                     const std::string& file, int n) {
+  CsvHeader h{{}, expected, file, n};
+  for (auto& f : fields) h.Names.push_back(Lower(f));
+  return h;
+}
+
+void RequireFields(const std::vector<std::string>& fields, std::size_t needed,
+                   const std::string& file, int n) {
+  if (fields.size() < needed)
+    Fail(file, n,
+         "expected " + std::to_string(needed) + " fields, found " + std::to_string(fields.size()));
+}
+
+}  // namespace
+
 std::vector<TaskLine> ParseCsvNetwork(std::istream& in, const std::string& file) {
   std::vector<TaskLine> tasks;
   std::string line;
@@ -155,26 +191,15 @@ std::vector<TaskLine> ParseCsvNetwork(std::istream& in, const std::string& file)
     if (Trim(line).empty()) continue;
     std::vector<std::string> fields = SplitCsv(line, file, n);
     if (!header) {
-      std::vector<std::string> names;
-      for (auto& f : fields) names.push_back(Lower(f));
-      auto column = [&](const char* name) {
-        auto it = std::find(names.begin(), names.end(), name);
-        if (it == names.end())
-          Fail(file, n,
-               std::string("the header has no '") + name + "' column (expected from,to,duration)");
-        return static_cast<std::size_t>(it - names.begin());
-      };
-      from = column("from");
-      to = column("to");
-      duration = column("duration");
+      CsvHeader h = ReadHeader(fields, "from,to,duration", file, n);
+      from = h.Column("from");
+      to = h.Column("to");
+      duration = h.Column("duration");
       needed = std::max({from, to, duration}) + 1;
       header = true;
       continue;
     }
-    if (fields.size() < needed)
-      Fail(
-          file, n,
-          "expected " + std::to_string(needed) + " fields, found " + std::to_string(fields.size()));
+    RequireFields(fields, needed, file, n);
     if (fields[from].empty() || fields[to].empty()) Fail(file, n, "missing event name");
     Estimate e = ParseEstimate(fields[duration], file, n);
     tasks.push_back({fields[from], fields[to], e.P, n, e});
@@ -262,30 +287,19 @@ std::vector<PlanTask> ParsePlan(std::istream& in, const std::string& file) {
     if (Trim(line).empty()) continue;
     std::vector<std::string> fields = SplitCsv(line, file, n);
     if (!header) {
-      std::vector<std::string> names;
-      for (auto& f : fields) names.push_back(Lower(f));
-      auto column = [&](const char* wanted, bool required) {
-        auto it = std::find(names.begin(), names.end(), wanted);
-        if (it == names.end() && required)
-          Fail(file, n,
-               std::string("the header has no '") + wanted +
-                   "' column (expected id,name,duration,predecessors)");
-        return static_cast<std::size_t>(it - names.begin());
-      };
-      id = column("id", true);
-      duration = column("duration", true);
-      predecessors = column("predecessors", true);
-      name = column("name", false);
-      named = name < names.size();
+      CsvHeader h = ReadHeader(fields, "id,name,duration,predecessors", file, n);
+      id = h.Column("id");
+      duration = h.Column("duration");
+      predecessors = h.Column("predecessors");
+      name = h.Column("name", false);
+      named = name < h.Names.size();
       needed = std::max({id, duration, predecessors, named ? name : 0}) + 1;
       header = true;
       continue;
     }
     // A missing last field is an empty list of predecessors.
     if (fields.size() + 1 == needed && predecessors == needed - 1) fields.emplace_back();
-    if (fields.size() < needed)
-      Fail(file, n,
-           "expected " + std::to_string(needed) + " fields, found " + std::to_string(fields.size()));
+    RequireFields(fields, needed, file, n);
     PlanTask t;
     t.Id = fields[id];
     if (!ValidId(t.Id))
