@@ -47,19 +47,13 @@ class TList : public TObject {
   void BeforeDestruction() override;
 
   int32_t Add(void* Item) {
-    int32_t result = FCount;
-    if (result == FCapacity) Grow();
-    FList[result] = Item;
-    ++FCount;
+    int32_t result = AddUnnotified(Item);
     if (Item) Notify(Item, lnAdded);
     return result;
   }
   void Insert(int32_t Index, void* Item);
   void Delete(int32_t Index) {
-    CheckIndex(Index);
-    void* temp = FList[Index];
-    FList.Erase(Index, FCount, FCapacity);
-    --FCount;
+    void* temp = DeleteUnnotified(Index);
     if (temp) Notify(temp, lnDeleted);
   }
   // Deletes the first occurrence; returns its index or -1.
@@ -100,6 +94,27 @@ class TList : public TObject {
  protected:
   virtual void Grow();
   virtual void Notify(void* Ptr, TListNotification Action);
+  // Add, Delete and Clear without the calls to Notify, for a descendant that
+  // knows its Notify is TList's own (which does nothing). Delete's returns
+  // the pointer it took out.
+  int32_t AddUnnotified(void* Item) {
+    int32_t result = FCount;
+    if (result == FCapacity) Grow();
+    FList[result] = Item;
+    ++FCount;
+    return result;
+  }
+  void* DeleteUnnotified(int32_t Index) {
+    CheckIndex(Index);
+    void* temp = FList[Index];
+    FList.Erase(Index, FCount, FCapacity);
+    --FCount;
+    return temp;
+  }
+  void ClearUnnotified() {
+    FCount = 0;
+    SetCapacity(0);
+  }
 
  private:
   void CheckIndex(int32_t Index) const {

@@ -607,6 +607,7 @@ class TQQueue : public TList {
   // nodes, and then still EConvertError "Error assigning %s to %s" (intended:
   // the copy stays). Anything else: that error, nothing copied.
   virtual void Assign(TObject* Source);
+  void Clear() override;
   virtual void* Pop();
   virtual void Push(void* Item);
   virtual void* Top();
@@ -614,6 +615,10 @@ class TQQueue : public TList {
 
  protected:
   [[noreturn]] static void Empty();
+  // True for an object of exactly TQQueue or TQStack, whose Notify and Top
+  // are known: Push and Pop then skip the calls (a queue or stack of a
+  // descendant class makes every call, as it may have overridden them).
+  bool IsPlain() const;
 };
 
 // A last-in-first-out stack: Top and Pop take the last item.
@@ -623,6 +628,10 @@ class TQStack : public TQQueue {
   void* Pop() override;
   void* Top() override;
 };
+
+inline bool TQQueue::IsPlain() const {
+  return detail::IsExactly<TQQueue>(this) || detail::IsExactly<TQStack>(this);
+}
 
 // A first-in-first-out queue of (string, object) pairs on TSFCList, so that
 // the list's owner hears of every push and pop. Pairs are always appended;

@@ -193,7 +193,19 @@ bool TFreeList::Equals(TObject* Obj) {
 
 void TQQueue::Empty() { throw EListError(SListEmpty); }
 
-void TQQueue::Push(void* Item) { Add(Item); }
+void TQQueue::Push(void* Item) {
+  if (IsPlain())
+    AddUnnotified(Item);
+  else
+    Add(Item);
+}
+
+void TQQueue::Clear() {
+  if (IsPlain())
+    ClearUnnotified();
+  else
+    TList::Clear();
+}
 
 void* TQQueue::Top() {
   if (IsEmpty()) Empty();
@@ -201,6 +213,10 @@ void* TQQueue::Top() {
 }
 
 void* TQQueue::Pop() {
+  if (IsPlain()) {
+    if (IsEmpty()) Empty();
+    return DeleteUnnotified(0);
+  }
   void* item = Top();
   Delete(0);
   return item;
@@ -212,6 +228,10 @@ void* TQStack::Top() {
 }
 
 void* TQStack::Pop() {
+  if (IsPlain()) {
+    if (IsEmpty()) Empty();
+    return DeleteUnnotified(GetCount() - 1);
+  }
   void* item = Top();
   Delete(GetCount() - 1);
   return item;

@@ -217,3 +217,43 @@ TEST(PelPriorityQueueCost, LargeQueuesKeepTheirOrder) {
   for (int i = 0; i < 200'000; ++i) S->PushP(nullptr, prio(rng));
   EXPECT_TRUE(S->IsEmpty());
 }
+
+// A plain queue or stack skips its own no-op calls; a descendant that
+// overrides Notify or Top must still hear and use every one of them.
+template <class Base>
+class TWatchedQueue : public Base {
+ public:
+  std::vector<std::pair<void*, TListNotification>> Heard;
+  int TopCalls = 0;
+  void* Top() override {
+    ++TopCalls;
+    return Base::Top();
+  }
+
+ protected:
+  void Notify(void* Ptr, TListNotification Action) override { Heard.emplace_back(Ptr, Action); }
+};
+
+TEST(ArrayQueueCost, DescendantsStillHearEveryCall) {
+  using TPair = std::pair<void*, TListNotification>;
+  for (bool stack : {false, true}) {
+    SCOPED_TRACE(stack ? "stack" : "queue");
+    TWatchedQueue<TQQueue> queue;
+    TWatchedQueue<TQStack> stackQueue;
+    TQQueue& q = stack ? static_cast<TQQueue&>(stackQueue) : queue;
+    auto& heard = stack ? stackQueue.Heard : queue.Heard;
+    auto& tops = stack ? stackQueue.TopCalls : queue.TopCalls;
+    for (intptr_t i = 1; i <= 3; ++i) q.Push(Item(i));
+    EXPECT_EQ(q.Pop(), stack ? Item(3) : Item(1));
+    EXPECT_EQ(tops, 1);
+    q.Clear();
+    std::vector<TPair> expected = {{Item(1), lnAdded}, {Item(2), lnAdded}, {Item(3), lnAdded}};
+    // Popped, then cleared last first.
+    if (stack)
+      expected.insert(expected.end(), {{Item(3), lnDeleted}, {Item(2), lnDeleted}, {Item(1), lnDeleted}});
+    else
+      expected.insert(expected.end(), {{Item(1), lnDeleted}, {Item(3), lnDeleted}, {Item(2), lnDeleted}});
+    EXPECT_EQ(heard, expected);
+    EXPECT_EQ(q.GetCapacity(), 0);
+  }
+}
