@@ -4,6 +4,9 @@
 // Pascal programs under tests/data/streams declare the same classes.
 #pragma once
 
+#include <fstream>
+#include <iterator>
+#include <utility>
 #include <vector>
 
 #include "platform/Classes.h"
@@ -17,18 +20,20 @@ inline const char* const kShadeNames[] = {"shLight", "shDark", "shNone"};
 inline const TTypeInfo TShadeInfo = EnumTypeInfo("TShade", kShadeNames);
 inline const TTypeInfo TShadesInfo = SetTypeInfo("TShades", &TShadeInfo);
 
+// A field FName with its getter GetName and setter SetName.
+#define STREAMTEST_FIELD(Type, Name, ...)          \
+  Type Get##Name() const { return F##Name; }       \
+  void Set##Name(Type v) { F##Name = std::move(v); } \
+  Type F##Name{__VA_ARGS__};
+
 // A persistent sub-object written as "Font.Size" and so on.
 class TPen : public TPersistent {
   PEL_CLASS(TPen, TPersistent)
   PEL_PUBLISHED(TPen, Property<&TPen::GetWidth, &TPen::SetWidth>("Width").WithDefault(1),
                 Property<&TPen::GetShade, &TPen::SetShade>("Shade", &TShadeInfo).WithDefault(0))
  public:
-  int32_t GetWidth() const { return FWidth; }
-  void SetWidth(int32_t v) { FWidth = v; }
-  TShade GetShade() const { return FShade; }
-  void SetShade(TShade v) { FShade = v; }
-  int32_t FWidth = 1;
-  TShade FShade = shLight;
+  STREAMTEST_FIELD(int32_t, Width, 1)
+  STREAMTEST_FIELD(TShade, Shade, shLight)
 };
 
 class TPoint : public TCollectionItem {
@@ -37,11 +42,8 @@ class TPoint : public TCollectionItem {
                 Property<&TPoint::GetY, &TPoint::SetY>("Y").WithDefault(0))
  public:
   using TCollectionItem::TCollectionItem;
-  int32_t GetX() const { return FX; }
-  void SetX(int32_t v) { FX = v; }
-  int32_t GetY() const { return FY; }
-  void SetY(int32_t v) { FY = v; }
-  int32_t FX = 0, FY = 0;
+  STREAMTEST_FIELD(int32_t, X)
+  STREAMTEST_FIELD(int32_t, Y)
 };
 
 class TLabelItem : public TCollectionItem {
@@ -50,12 +52,8 @@ class TLabelItem : public TCollectionItem {
                 Property<&TLabelItem::GetSize, &TLabelItem::SetSize>("Size"))
  public:
   using TCollectionItem::TCollectionItem;
-  String GetText() const { return FText; }
-  void SetText(const String& v) { FText = v; }
-  double GetSize() const { return FSize; }
-  void SetSize(double v) { FSize = v; }
-  String FText;
-  double FSize = 0;
+  STREAMTEST_FIELD(String, Text)
+  STREAMTEST_FIELD(double, Size)
 };
 
 // A component with a property of every kind, two collections of different
@@ -85,36 +83,24 @@ class TDrawing : public TComponent {
     pel::Free(FPoints);
     pel::Free(FLabels);
   }
-  int32_t GetCount() const { return FCount; }
-  void SetCount(int32_t v) { FCount = v; }
-  int64_t GetBig() const { return FBig; }
-  void SetBig(int64_t v) { FBig = v; }
-  bool GetFlag() const { return FFlag; }
-  void SetFlag(bool v) { FFlag = v; }
-  char GetMark() const { return FMark; }
-  void SetMark(char v) { FMark = v; }
-  TShade GetShade() const { return FShade; }
-  void SetShade(TShade v) { FShade = v; }
-  uint32_t GetShades() const { return FShades; }
-  void SetShades(uint32_t v) { FShades = v; }
-  double GetRatio() const { return FRatio; }
-  void SetRatio(double v) { FRatio = v; }
-  float GetScale() const { return FScale; }
-  void SetScale(float v) { FScale = v; }
-  Currency GetPrice() const { return FPrice; }
-  void SetPrice(Currency v) { FPrice = v; }
-  String GetTitle() const { return FTitle; }
-  void SetTitle(const String& v) { FTitle = v; }
-  String GetOnClick() const { return FOnClick; }
-  void SetOnClick(const String& v) { FOnClick = v; }
+  STREAMTEST_FIELD(int32_t, Count)
+  STREAMTEST_FIELD(int64_t, Big)
+  STREAMTEST_FIELD(bool, Flag)
+  STREAMTEST_FIELD(char, Mark, 'a')
+  STREAMTEST_FIELD(TShade, Shade, shLight)
+  STREAMTEST_FIELD(uint32_t, Shades)
+  STREAMTEST_FIELD(double, Ratio)
+  STREAMTEST_FIELD(float, Scale)
+  STREAMTEST_FIELD(Currency, Price)
+  STREAMTEST_FIELD(String, Title)
+  STREAMTEST_FIELD(String, OnClick)
+  STREAMTEST_FIELD(TDrawing*, Buddy)
   TPen* GetPen() const { return FPen; }
   void SetPen(TPen* v) { FPen->Assign(v); }
   TCollection* GetPoints() const { return FPoints; }
   void SetPoints(TCollection* v) { FPoints->Assign(v); }
   TCollection* GetLabels() const { return FLabels; }
   void SetLabels(TCollection* v) { FLabels->Assign(v); }
-  TDrawing* GetBuddy() const { return FBuddy; }
-  void SetBuddy(TDrawing* v) { FBuddy = v; }
 
   void GetChildren(const TGetChildProc& Proc, TComponent* Root) override {
     if (Root != this) return;
@@ -152,26 +138,25 @@ class TDrawing : public TComponent {
     ++FLoadedCount;
   }
 
-  int32_t FCount = 0;
-  int64_t FBig = 0;
-  bool FFlag = false;
-  char FMark = 'a';
-  TShade FShade = shLight;
-  uint32_t FShades = 0;
-  double FRatio = 0;
-  float FScale = 0;
-  Currency FPrice;
-  String FTitle, FOnClick;
   TPen* FPen = New<TPen>();
   TCollection* FPoints = New<TOwnedCollection>(this, TPoint::StaticClass());
   TCollection* FLabels = New<TOwnedCollection>(this, TLabelItem::StaticClass());
-  TDrawing* FBuddy = nullptr;
   int32_t FExtra = 0;
   String FBlob;
   std::vector<String> FTags;
   int32_t FLoadedCount = 0;
 };
 
+#undef STREAMTEST_FIELD
+
 inline void RegisterStreamTestClasses() { RegisterClass(TDrawing::StaticClass()); }
+
+#ifdef PEL_TEST_DATA_DIR
+// A stream the framework wrote (tests/data/streams); empty when missing.
+inline String Fixture(const String& Name) {
+  std::ifstream f(String(PEL_TEST_DATA_DIR) + "/streams/" + Name, std::ios::binary);
+  return String(std::istreambuf_iterator<char>(f), {});
+}
+#endif
 
 }  // namespace streamtest
