@@ -104,49 +104,28 @@ TEST(PelRegularExpression, SyntaxErrors) {
   EXPECT_EQ(rx->Match("ba"), 2);
 }
 
+// Matching at large is compared with a plain matcher in the agreement test;
+// these are the cases its random patterns do not reach.
 TEST(PelRegularExpression, MatchesTheShortestMatchAtTheFirstPosition) {
   int32_t len = -1;
   EXPECT_EQ(Rx("ab")->Match("xxab", len), 3);
   EXPECT_EQ(len, 2);
-  EXPECT_EQ(Search(*Rx("a*"), "bbb"), (Found{1, 0}));
-  EXPECT_EQ(Search(*Rx("a+"), "baaa"), (Found{2, 1}));
   EXPECT_EQ(Search(*Rx("a|ab"), "ab"), (Found{1, 1}));
-  EXPECT_EQ(Search(*Rx("ab|a"), "ab"), (Found{1, 1}));
   EXPECT_EQ(Search(*Rx("b[0-9]+c"), "ab12c b3c", 3), (Found{7, 3}));
-  EXPECT_EQ(Search(*Rx("^a"), "x\na"), (Found{2, 2}));
-  EXPECT_EQ(Search(*Rx("a[$]"), "a\r"), (Found{1, 2}));
-  // Nothing found: 0 and the length untouched; an empty subject never
-  // matches, even a pattern that matches the empty text.
-  EXPECT_EQ(Search(*Rx("ab"), "abab", 4), (Found{0, -1}));
+  // An empty subject never matches, even a pattern that matches the empty
+  // text; nor does an empty pattern.
   EXPECT_EQ(Search(*Rx("a*"), ""), (Found{0, -1}));
   EXPECT_EQ(Rx("")->Match("abc"), 0);
   // Bytes above 127 compare unsigned, and fold only a to z.
   EXPECT_EQ(Search(*Rx("\xe9[\xe0-\xff]", false), "x\xe9\xff"), (Found{2, 2}));
   EXPECT_EQ(Rx("\xe9", false)->Match("\xc9"), 0);
-
-  auto fold = Rx("abc", false);
-  EXPECT_EQ(Search(*fold, "XABC"), (Found{2, 3}));
-  EXPECT_EQ(Search(*fold, "xabc"), (Found{2, 3}));
+  EXPECT_EQ(Search(*Rx("abc", false), "XABC"), (Found{2, 3}));
   EXPECT_EQ(Rx("abc")->Match("XABC"), 0);
-  EXPECT_EQ(Rx("[^a]", false)->Match("aAb"), 3);
-}
-
-TEST(PelRegularExpression, Anchoring) {
-  auto start = Rx("abc");
-  start->SetAnchorAtStart(true);
-  EXPECT_EQ(start->Match("xabc"), 0);
-  EXPECT_EQ(Search(*start, "abcx"), (Found{1, 3}));
-  EXPECT_EQ(Search(*start, "abcabc", 2), (Found{0, -1}));
-
-  auto end = Rx("ab");
-  end->SetAnchorAtEnd(true);
-  EXPECT_EQ(Search(*end, "abab"), (Found{3, 2}));
-  EXPECT_EQ(end->Match("aba"), 0);
-  end->SetExpression("a*");
-  EXPECT_EQ(Search(*end, "baa"), (Found{2, 2}));
-  end->SetAnchorAtStart(true);
-  EXPECT_EQ(end->Match("baa"), 0);
-  EXPECT_EQ(Search(*end, "aaa"), (Found{1, 3}));
+  auto anchored = Rx("a*");
+  anchored->SetAnchorAtStart(true);
+  anchored->SetAnchorAtEnd(true);
+  EXPECT_EQ(anchored->Match("baa"), 0);
+  EXPECT_EQ(Search(*anchored, "aaa"), (Found{1, 3}));
 }
 
 TEST(PelRegularExpression, LoopsThatConsumeNothingEnd) {

@@ -4,7 +4,7 @@
 // declared length asks for.
 #include <gtest/gtest.h>
 
-#include <fstream>
+#include <map>
 #include <sstream>
 
 #include "pel/CalcCommand.h"
@@ -12,42 +12,34 @@
 #include "pel/DumpCommand.h"
 #include "pel/GrepCommand.h"
 #include "pel/SortCommand.h"
+#include "tools/RunCommand.h"
 
 namespace {
 
 using Args = std::vector<std::string>;
-
-std::string ReadFile(const std::string& path) {
-  std::ifstream f(path, std::ios::binary);
-  std::ostringstream s;
-  s << f.rdbuf();
-  return s.str();
-}
+using pel::test::ReadFile;
 
 // Runs a command on Input (standard input, or a file for pel dump) and
 // checks the failure's form; returns the message.
 std::string Fails(const std::string& Command, Args A, const std::string& Input) {
-  std::istringstream in(Input);
-  std::ostringstream out, err;
-  int status = 0;
+  pel::test::Result r;
   if (Command == "dump") {
-    const std::string path = ::testing::TempDir() + "pel-bad-input";
-    std::ofstream(path, std::ios::binary) << Input;
-    A.push_back(path);
-    status = pel::cli::RunDump(A, out, err);
-  } else if (Command == "cpm") {
-    A.push_back("-");
-    status = pel::cli::RunCpm(A, in, out, err);
-  } else if (Command == "calc") {
-    status = pel::cli::RunCalc(A, in, out, err);
-  } else if (Command == "grep") {
-    status = pel::cli::RunGrep(A, in, out, err);
+    A.push_back(pel::test::TempFile("pel-bad-input", Input));
+    std::ostringstream out, err;
+    r = {pel::cli::RunDump(A, out, err), out.str(), err.str()};
   } else {
-    status = pel::cli::RunSort(A, in, out, err);
+    if (Command == "cpm") A.push_back("-");
+    const std::map<std::string, pel::test::TCommand> commands = {
+        {"cpm", pel::cli::RunCpm},
+        {"calc", pel::cli::RunCalc},
+        {"grep", pel::cli::RunGrep},
+        {"sort", pel::cli::RunSort},
+    };
+    r = pel::test::RunCommand(commands.at(Command), A, Input);
   }
-  const std::string message = err.str();
-  EXPECT_EQ(status, 2) << Command << ": " << message;
-  EXPECT_EQ(out.str(), "") << Command;
+  const std::string& message = r.Err;
+  EXPECT_EQ(r.Status, 2) << Command << ": " << message;
+  EXPECT_EQ(r.Out, "") << Command;
   EXPECT_EQ(message.rfind("pel " + Command + ": ", 0), 0u) << message;
   EXPECT_EQ(std::count(message.begin(), message.end(), '\n'), 1) << message;
   EXPECT_EQ(message.back(), '\n');
@@ -77,6 +69,7 @@ TEST(BadInput, EveryCommandFailsInOneLineWithStatusTwo) {
   for (std::size_t n = 0; n < drawing.size(); ++n) Fails("dump", {}, drawing.substr(0, n));
   for (std::size_t n = 0; n < drawingText.size(); n += 3)
     Fails("dump", {"--to-binary"}, drawingText.substr(0, n));
+  Fails("dump", {}, drawingText);  // text where the binary form belongs
   for (std::size_t n = 4; n < house.size(); ++n) Fails("cpm", {}, house.substr(0, n));
 
   // A value code no stream has, where the first property's value begins.

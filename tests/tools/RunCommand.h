@@ -28,6 +28,14 @@ inline Result RunCommand(TCommand Command, const std::vector<std::string>& Args,
   return {status, out.str(), err.str()};
 }
 
+// The bytes of the file at Path.
+inline std::string ReadFile(const std::string& Path) {
+  std::ifstream f(Path, std::ios::binary);
+  std::ostringstream s;
+  s << f.rdbuf();
+  return s.str();
+}
+
 // Writes Text to a file of that name in the test's temporary folder.
 inline std::string TempFile(const std::string& Name, const std::string& Text) {
   std::string path = ::testing::TempDir() + Name;

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/Classes.h"
+#include "platform/StreamText.h"
 #include "ui/KtDeltaFont.h"
 
 namespace pel {
@@ -127,34 +128,21 @@ class TFontHolder : public TComponent {
   TKtDeltaFont* FFont = New<TKtDeltaFont>();
 };
 
-String AsText(TComponent* C) {
-  auto binary = Make<TMemoryStream>();
-  binary->WriteComponent(C);
-  binary->SetPosition(0);
-  auto text = Make<TStringStream>("");
-  ObjectBinaryToText(binary.get(), text.get());
-  return text->GetDataString();
-}
-
 TEST(KtDeltaFont, StreamsDeltasOnlyWhenThereAreSome) {
   RegisterClass(TFontHolder::StaticClass());
   auto holder = Make<TFontHolder>(nullptr);
   holder->GetFont()->SetOnGetOriginalFontName("HolderFont");
-  String plain = AsText(holder.get());
+  String plain = test::TextOf(test::BytesOf(holder.get()));
   EXPECT_EQ(plain.find("Deltas"), String::npos) << plain;
   EXPECT_NE(plain.find("Font.OnGetOriginalFont = HolderFont"), String::npos) << plain;
   EXPECT_NE(plain.find("Font.Style = []"), String::npos) << plain;
 
   holder->GetFont()->SetStyle(StyleBit(fsBold));
   holder->GetFont()->SetDeltas(DeltaBit(daBold) | DeltaBit(daUnderline));
-  String text = AsText(holder.get());
-  EXPECT_NE(text.find("Font.Deltas = [daBold, daUnderline]"), String::npos) << text;
-
-  auto stream = Make<TMemoryStream>();
-  stream->WriteComponent(holder.get());
-  stream->SetPosition(0);
+  String bytes = test::BytesOf(holder.get());
+  EXPECT_NE(test::TextOf(bytes).find("Font.Deltas = [daBold, daUnderline]"), String::npos);
   auto copy = Make<TFontHolder>(nullptr);
-  stream->ReadComponent(copy.get());
+  test::ReadInto(bytes, copy.get());
   EXPECT_EQ(copy->GetFont()->GetDeltas(), DeltaBit(daBold) | DeltaBit(daUnderline));
   EXPECT_EQ(copy->GetFont()->GetStyle(), StyleBit(fsBold));
   EXPECT_EQ(copy->GetFont()->GetOnGetOriginalFontName(), "HolderFont");

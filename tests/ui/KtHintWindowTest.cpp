@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/Forms.h"
+#include "platform/StreamText.h"
 #include "ui/KtHintWindow.h"
 
 namespace pel {
@@ -89,9 +90,6 @@ TEST(KtHintWindow, IsSizedByItsFontAndPlacedAtThePoint) {
     return TSize{r.Width(), r.Height()};
   };
   TSize shortText = sizeOf("Open");
-  TSize longText = sizeOf("Open the file");
-  EXPECT_GT(longText.cx, shortText.cx);
-  EXPECT_EQ(longText.cy, shortText.cy);
   // Six pixels beside the text, two below it; one line high.
   EXPECT_EQ(shortText.cx, hint->GetCanvas()->TextWidth("Open") + 6);
   EXPECT_EQ(shortText.cy, hint->GetCanvas()->TextHeight("Open") + 2);
@@ -190,11 +188,8 @@ TEST(KtHintWindow, StreamsItsPublishedProperties) {
   hint->SetCaption("Tip");
   hint->SetBiDiMode(bdRightToLeft);
   hint->GetFont()->SetStyle(StyleBit(fsItalic));
-  auto stream = Make<TMemoryStream>();
-  stream->WriteComponent(hint.get());
-  stream->SetPosition(0);
   auto copy = Make<TKtHintWindow>(nullptr);
-  stream->ReadComponent(copy.get());
+  test::ReadInto(test::BytesOf(hint.get()), copy.get());
   EXPECT_EQ(copy->GetInterval(), 2500u);
   EXPECT_EQ(copy->GetCaption(), "Tip");
   EXPECT_EQ(copy->GetBiDiMode(), bdRightToLeft);

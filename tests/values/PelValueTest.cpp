@@ -107,21 +107,15 @@ TEST(PelValue, GetAsBooleanReadsNumbersWordsAndFlags) {
                   kRefused, kRefused, kRefused, "1", "1", kRefused, kRefused, kRefused},
                  [](auto& v) { return IntToStr(int32_t{v.GetAsBoolean()}); });
   auto v = Make<TPelValue>();
-  v->SetAsFloat(0.4f);
-  EXPECT_FALSE(v->GetAsBoolean());
   v->SetAsFloat(0.7f);  // truncated first
   EXPECT_FALSE(v->GetAsBoolean());
-  for (const char* word : {"true", "T", "tRuE"}) {
+  const std::pair<const char*, String> words[] = {
+      {"true", "1"},  {"T", "1"},        {"tRuE", "1"},       {"false", "0"},  {"f", "0"},
+      {"FALSE", "0"}, {"yes", kRefused}, {" true", kRefused}, {"1", kRefused}, {"", kRefused},
+  };
+  for (const auto& [word, result] : words) {
     v->SetAsString(word);
-    EXPECT_TRUE(v->GetAsBoolean()) << word;
-  }
-  for (const char* word : {"false", "f", "FALSE"}) {
-    v->SetAsString(word);
-    EXPECT_FALSE(v->GetAsBoolean()) << word;
-  }
-  for (const char* word : {"yes", " true", "1", ""}) {
-    v->SetAsString(word);
-    EXPECT_EQ(Outcome([&] { return IntToStr(int32_t{v->GetAsBoolean()}); }), kRefused) << word;
+    EXPECT_EQ(Outcome([&] { return IntToStr(int32_t{v->GetAsBoolean()}); }), result) << word;
   }
   v->SetAsChar('f');
   EXPECT_FALSE(v->GetAsBoolean());
@@ -165,8 +159,8 @@ TEST(PelValue, GetAsFloatIsSinglePrecision) {
   for (const char* text : {"214.4214E48", "-3.5E38", "1E300"}) {
     v->SetAsString(text);
     EXPECT_EQ(Outcome([&] { return FloatToStr(v->GetAsFloat()); }), kRefused) << text;
-    EXPECT_EQ(Outcome([&] { return IntToStr(v->GetAsInteger()); }), "E:'" + String(text) +
-                                                                         "' is not a valid integer value");
+    EXPECT_EQ(Outcome([&] { return IntToStr(v->GetAsInteger()); }),
+              "E:'" + String(text) + "' is not a valid integer value");
   }
   v->SetAsString("3.40282346638529E38");
   EXPECT_EQ(v->GetAsFloat(), FLT_MAX);
@@ -201,12 +195,12 @@ TEST(PelValue, GetAsPointerObjectClassAndInterfaceReturnTheCell) {
                  {hex(reinterpret_cast<void*>(intptr_t{-7})), kRefused, kRefused, kRefused,
                   kRefused, hex(k.Ptr), "pchar", hex(k.Obj.get()), kRefused, kRefused, kRefused,
                   "ansistring", kRefused, "12C", hex(k.Intf.get()), kRefused, kRefused},
-                 [](auto& v) {
+                 [&](auto& v) {
                    void* p = v.GetAsPointer();
                    // Text kinds point at the caller's or the value's own text.
                    if (v.GetValueType() == vtPChar) return String(p ? "pchar" : "");
                    if (v.GetValueType() == vtAnsiString) return String(p ? "ansistring" : "");
-                   return IntToHex(static_cast<int64_t>(reinterpret_cast<uintptr_t>(p)), 1);
+                   return hex(p);
                  });
   CheckEveryKind(k,
                  {hex(reinterpret_cast<void*>(intptr_t{-7})), kRefused, kRefused, kRefused,
@@ -245,7 +239,6 @@ TEST(PelValue, CurrencyIsKeptAsASingle) {
       [](auto& v) { return IntToStr(v.GetAsCurrency().Value); });
   auto v = Make<TPelValue>();
   v->SetAsCurrency(Currency::FromRaw(12345));
-  EXPECT_EQ(v->GetValueType(), vtCurrency);
   EXPECT_EQ(v->GetAsCurrency().Value, 12345);
   // 1234567.8912 is beyond a single's precision: the nearest single is
   // 1234567.875, and that is what comes back.
