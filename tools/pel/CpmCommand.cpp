@@ -216,7 +216,7 @@ Input ReadInput(TActivityNetwork* net, const std::string& data, const CpmOptions
   std::istringstream in(data);
   if (o.Aon || (EndsWith(file, ".csv") && HasPlanHeader(data))) {
     input.IsPlan = true;
-    input.Plan = ParsePlan(in, file);
+    input.Plan = ParsePlan(data, file);
   } else if (data.compare(0, 4, "TPF0") == 0) {
     // A network saved by --save: the component stream.
     input.Saved = true;
@@ -518,7 +518,7 @@ Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan,
   s.Links.reserve(links);
   for (std::size_t i = 0; i < tasks.size(); ++i)
     for (const PlanLink& l : tasks[i].Predecessors)
-      s.Links.push_back({l.Id, tasks[i].Id, LinkText(l.Type, l.Lag),
+      s.Links.push_back({tasks[l.Task].Id, tasks[i].Id, LinkText(l.Type, l.Lag),
                          s.Tasks[l.Task].Critical && s.Tasks[i].Critical});
   if (showDummies)
     for (const auto& d : plan.Dummies) {
@@ -530,7 +530,7 @@ Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan,
         k.Name = "project finish";
       } else {
         const PlanLink& l = t.Predecessors[d.Link];
-        k.Name = l.Id + " " + LinkText(l.Type, l.Lag) + " " + t.Id;
+        k.Name = tasks[l.Task].Id + " " + LinkText(l.Type, l.Lag) + " " + t.Id;
       }
       s.Tasks.push_back(std::move(k));
     }
