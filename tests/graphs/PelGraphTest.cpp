@@ -134,6 +134,111 @@ TEST(PelGraph, EdgeRegistrationFollowsDirection) {
   EXPECT_EQ(g->GetNodeCount(), 3);
 }
 
+TEST(PelGraph, EdgeListsKeepInsertionOrderThroughRemovals) {
+  // A node's list against a plain vector: appends, removals at the front
+  // (cheap), in the middle and at the end, a list emptied and filled again.
+  for (bool directed : {true, false}) {
+    auto g = Make<TPelGraph>(nullptr);
+    g->SetDirected(directed);
+    TPelGraphNode* hub = g->CreateNode("hub");
+    std::vector<TPelGraphNode*> others;
+    for (int i = 0; i < 5; ++i) others.push_back(g->CreateNode("n" + IntToStr(i)));
+    std::vector<TPelGraphEdge*> model;
+    std::mt19937 rng(11);
+    for (int step = 0; step < 2000; ++step) {
+      const unsigned op = rng() % 8;
+      if (op < 4 || model.empty()) {
+        model.push_back(hub->AddEdge(others[rng() % others.size()]));
+      } else {
+        const std::size_t at = op == 4 ? 0 : op == 5 ? model.size() - 1 : rng() % model.size();
+        hub->RemoveEdge(model[at]);
+        model.erase(model.begin() + static_cast<std::ptrdiff_t>(at));
+      }
+      ASSERT_EQ(hub->GetEdgeCount(), static_cast<int32_t>(model.size())) << step;
+      for (std::size_t i = 0; i < model.size(); ++i) {
+        ASSERT_EQ(hub->GetEdge(static_cast<int32_t>(i)), model[i]) << step;
+        ASSERT_EQ(hub->IndexOfEdge(model[i]), static_cast<int32_t>(i)) << step;
+      }
+      int32_t ending = 0;
+      for (TPelGraphNode* n : others) ending += n->GetInDegree();
+      // Undirected, the far ends list the edges as well.
+      int32_t listedThere = 0;
+      for (TPelGraphNode* n : others) listedThere += n->GetEdgeCount();
+      ASSERT_EQ(ending, static_cast<int32_t>(model.size()));
+      ASSERT_EQ(listedThere, directed ? 0 : static_cast<int32_t>(model.size()));
+    }
+    // Registering a listed edge again lists it once; an edge of other nodes
+    // is found by searching.
+    TPelGraphEdge* first = hub->AddEdge(others[0]);
+    const int32_t count = hub->GetEdgeCount();
+    hub->AddingEdgeTo(others[0], first);
+    EXPECT_EQ(hub->GetEdgeCount(), count);
+    TPelGraphEdge* elsewhere = others[1]->AddEdge(others[2]);
+    EXPECT_EQ(hub->IndexOfEdge(elsewhere), -1);
+    hub->AddingEdgeTo(others[2], elsewhere);
+    EXPECT_EQ(hub->IndexOfEdge(elsewhere), count);
+    hub->RemovingEdgeTo(others[2], elsewhere);
+    EXPECT_EQ(hub->IndexOfEdge(elsewhere), -1);
+    EXPECT_EQ(hub->IndexOfEdge(nullptr), -1);
+    ExpectRaises<EListError>([&] { hub->GetEdge(count); },
+                             "List index out of bounds (" + IntToStr(count) + ")");
+    ExpectRaises<EListError>([&] { hub->GetEdge(-1); }, "List index out of bounds (-1)");
+    // Clearing the node frees the edges first to last.
+    hub->Clear();
+    EXPECT_EQ(hub->GetEdgeCount(), 0);
+    TPelGraphEdge* again = hub->AddEdge(others[3]);
+    EXPECT_EQ(hub->GetEdge(0), again);
+  }
+}
+
+TEST(PelGraph, CaptionIndexIsBuiltForTheFirstSearch) {
+  // Nodes made, renamed, extracted and added again before any search: the
+  // first search finds what a linear search of the list finds.
+  auto g = Make<TPelGraph>(nullptr);
+  TPelGraphNode* a = g->CreateNode("x");
+  TPelGraphNode* b = g->CreateNode("y");
+  TPelGraphNode* c = g->CreateNode("x");
+  TPelGraphNode* d = g->CreateNode("z");
+  a->SetCaption("w");
+  g->Extract(b);
+  g->AddNode(b);  // now last in the list
+  d->SetCaption("y");
+  EXPECT_EQ(g->FindNode("x"), c);
+  EXPECT_EQ(g->FindNode("y"), d);
+  EXPECT_EQ(g->FindNode("w"), a);
+  EXPECT_EQ(g->FindNode("z"), nullptr);
+  // Kept up to date from then on.
+  c->SetCaption("z");
+  EXPECT_EQ(g->FindNode("x"), nullptr);
+  EXPECT_EQ(g->FindNode("z"), c);
+  EXPECT_TRUE(g->RemoveNode(String("y")));
+  EXPECT_EQ(g->FindNode("y"), b);
+  // A cleared graph starts without an index and builds it again.
+  g->Clear();
+  EXPECT_EQ(g->FindNode("z"), nullptr);
+  TPelGraphNode* e = g->CreateNode("z");
+  g->CreateNode("z");
+  EXPECT_EQ(g->FindNode("z"), e);
+  EXPECT_EQ(g->FindNode("TPelGraphNode0"), nullptr);
+}
+
+TEST(PelGraph, NodeHandlersAreThereOnlyWhenSet) {
+  auto g = Make<TPelGraph>(nullptr);
+  TPelGraphNode* a = g->CreateNode("a");
+  EXPECT_FALSE(a->GetOnChange());
+  EXPECT_EQ(a->GetOnChangeName(), "");
+  int changes = 0;
+  a->SetOnChangeName("NodeChanged");
+  a->SetOnChange([&](TObject*) { ++changes; });
+  a->Change();
+  EXPECT_EQ(changes, 1);
+  EXPECT_EQ(a->GetOnChangeName(), "NodeChanged");
+  a->SetOnChange(nullptr);
+  a->Change();
+  EXPECT_EQ(changes, 1);
+  EXPECT_EQ(a->GetOnChangeName(), "NodeChanged");
+}
+
 TEST(PelGraph, CaptionsComeFromClassAndCounter) {
   auto g = Make<TPelGraph>(nullptr);
   EXPECT_EQ(g->NewNode()->GetCaption(), "TPelGraphNode0");
