@@ -36,7 +36,7 @@ struct CpmOptions {
 struct EdgeRole {
   TAOETask* Edge = nullptr;
   int32_t Task = -1;
-  int64_t Lag = 0;
+  int32_t Lag = 0;
   int32_t Minus = -1;
   int Line = 0;  // of the task or link in the file
 };
@@ -61,13 +61,12 @@ struct Origin {
   }
 };
 
-// A plan converted to an event network: per task its edge, per dummy its
-// edge and what it stands for.
+// A plan converted to an event network: per task its edge, per dummy what
+// it stands for (its edge is the role after the tasks' at the same place).
 struct PlanNetwork {
   // A dummy for task Task: from the project start (Link -1), to the project
   // finish (-2) or the task's Link-th predecessor.
   struct Dummy {
-    TAOETask* Edge;
     int32_t Task, Link;
   };
   std::vector<TAOETask*> Tasks;
@@ -166,6 +165,17 @@ PlanNetwork BuildPlan(TActivityNetwork* net, const std::vector<PlanTask>& tasks,
     task->SetWeight(weight);
     return task;
   };
+  std::size_t dummies = 0;
+  for (const PlanTask& t : tasks) {
+    dummies += t.Predecessors.empty() ? 1 : t.Predecessors.size();
+    for (const PlanLink& l : t.Predecessors)
+      if ((l.Type == LinkType::FS || l.Type == LinkType::FF) && l.Lag >= 0)
+        carriedOn[l.Task] = true;
+  }
+  dummies += static_cast<std::size_t>(std::count(carriedOn.begin(), carriedOn.end(), false));
+  roles.reserve(tasks.size() + dummies);
+  plan.Tasks.reserve(tasks.size());
+  plan.Dummies.reserve(dummies);
   starts.reserve(tasks.size());
   finishes.reserve(tasks.size());
   for (const PlanTask& t : tasks) {
@@ -179,31 +189,29 @@ PlanNetwork BuildPlan(TActivityNetwork* net, const std::vector<PlanTask>& tasks,
     const PlanTask& t = tasks[i];
     total += t.Duration;
     if (t.Predecessors.empty()) {
-      plan.Dummies.push_back({edge(first, starts[i], 0), static_cast<int32_t>(i), -1});
-      roles.push_back({plan.Dummies.back().Edge, -1, 0, -1, t.Line});
+      plan.Dummies.push_back({static_cast<int32_t>(i), -1});
+      roles.push_back({edge(first, starts[i], 0), -1, 0, -1, t.Line});
     }
     for (std::size_t k = 0; k < t.Predecessors.size(); ++k) {
       const PlanLink& l = t.Predecessors[k];
       std::size_t p = l.Task;
       bool fromFinish = l.Type == LinkType::FS || l.Type == LinkType::FF;
       bool toFinish = l.Type == LinkType::FF || l.Type == LinkType::SF;
-      if (fromFinish && l.Lag >= 0) carriedOn[p] = true;
       int64_t weight = int64_t{l.Lag} - (toFinish ? t.Duration : 0);
       total += weight < 0 ? -weight : weight;
       if (total > std::numeric_limits<int32_t>::max())
         throw CpmError(file + ":" + std::to_string(t.Line) +
                        ": the durations and lags add up to more than 2147483647");
-      plan.Dummies.push_back({edge(fromFinish ? finishes[p] : starts[p], starts[i],
-                                   static_cast<int32_t>(weight)),
-                              static_cast<int32_t>(i), static_cast<int32_t>(k)});
-      roles.push_back({plan.Dummies.back().Edge, -1, l.Lag,
-                       toFinish ? static_cast<int32_t>(i) : -1, t.Line});
+      plan.Dummies.push_back({static_cast<int32_t>(i), static_cast<int32_t>(k)});
+      roles.push_back({edge(fromFinish ? finishes[p] : starts[p], starts[i],
+                            static_cast<int32_t>(weight)),
+                       -1, l.Lag, toFinish ? static_cast<int32_t>(i) : -1, t.Line});
     }
   }
   for (std::size_t i = 0; i < tasks.size(); ++i)
     if (!carriedOn[i]) {
-      plan.Dummies.push_back({edge(finishes[i], last, 0), static_cast<int32_t>(i), -2});
-      roles.push_back({plan.Dummies.back().Edge, -1, 0, -1, tasks[i].Line});
+      plan.Dummies.push_back({static_cast<int32_t>(i), -2});
+      roles.push_back({edge(finishes[i], last, 0), -1, 0, -1, tasks[i].Line});
     }
   return plan;
 }
@@ -246,7 +254,7 @@ void SetWeights(Network& n, const std::vector<int64_t>& steps, int32_t scale,
                 const std::string& file) {
   int64_t total = 0;
   for (const EdgeRole& r : n.Roles) {
-    int64_t w = r.Lag * scale + (r.Task >= 0 ? steps[r.Task] : 0) - (r.Minus >= 0 ? steps[r.Minus] : 0);
+    int64_t w = int64_t{r.Lag} * scale + (r.Task >= 0 ? steps[r.Task] : 0) - (r.Minus >= 0 ? steps[r.Minus] : 0);
     total += w < 0 ? -w : w;
     if (total > std::numeric_limits<int32_t>::max())
       throw CpmError(file + ": the durations and lags add up to more than " +
@@ -518,11 +526,12 @@ Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan,
   s.Links.reserve(links);
   for (std::size_t i = 0; i < tasks.size(); ++i)
     for (const PlanLink& l : tasks[i].Predecessors)
-      s.Links.push_back({tasks[l.Task].Id, tasks[i].Id, LinkText(l.Type, l.Lag),
+      s.Links.push_back({static_cast<uint32_t>(l.Task), static_cast<uint32_t>(i), l.Lag, l.Type,
                          s.Tasks[l.Task].Critical && s.Tasks[i].Critical});
   if (showDummies)
-    for (const auto& d : plan.Dummies) {
-      TaskTimes k = EdgeTimes(d.Edge);
+    for (std::size_t j = 0; j < plan.Dummies.size(); ++j) {
+      const PlanNetwork::Dummy& d = plan.Dummies[j];
+      TaskTimes k = EdgeTimes((*origin.Roles)[tasks.size() + j].Edge);
       const PlanTask& t = tasks[d.Task];
       if (d.Link == -1) {
         k.Name = "project start";
@@ -758,7 +767,17 @@ int RunCpm(const std::vector<std::string>& args, std::istream& in, std::ostream&
       err << "pel cpm: cannot read '" << o.File << "': " << std::strerror(errno) << "\n";
       return 2;
     }
-    data = ReadAll(file);
+    // Read at once into a string of the file's size: a large plan is not
+    // copied again.
+    file.seekg(0, std::ios::end);
+    const std::streamoff size = file.tellg();
+    file.seekg(0, std::ios::beg);
+    if (size > 0) {
+      data.resize(static_cast<std::size_t>(size));
+      file.read(data.data(), size);
+      data.resize(static_cast<std::size_t>(file.gcount()));
+    }
+    data += ReadAll(file);  // whatever the size did not show
   }
 
   try {
@@ -780,13 +799,15 @@ int RunCpm(const std::vector<std::string>& args, std::istream& in, std::ostream&
 
     Network n;
     Input input = ReadInput(n.Net.get(), data, o);
+    std::string().swap(data);  // a large plan's text is no longer needed
     if (input.Saved && (o.Simulate || !o.WhatIf.empty()))
       throw CpmError("--simulate and --what-if need a network written as text or CSV");
     if (o.Simulate && (!o.From.empty() || !o.To.empty()))
       throw CpmError("--simulate runs the whole network, without --from and --to");
-    std::vector<Estimate> estimates = input.Estimates();
-    bool threePoint = std::any_of(estimates.begin(), estimates.end(),
-                                  [](const Estimate& e) { return e.ThreePoint; });
+    auto threePointTask = [](const auto& t) { return t.Est.ThreePoint; };
+    const bool threePoint = input.IsPlan
+                                ? std::any_of(input.Plan.begin(), input.Plan.end(), threePointTask)
+                                : std::any_of(input.Lines.begin(), input.Lines.end(), threePointTask);
     // Means are kept exactly, in sixths; with a calendar they are rounded up
     // to whole days.
     const int32_t scale = threePoint && !calendar ? 6 : 1;

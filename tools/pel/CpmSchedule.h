@@ -95,9 +95,12 @@ struct TaskTimes {
   Estimate Est;  // a task's (not a dummy's)
 };
 
-// A link of a plan, as the plan's Graphviz picture draws it.
+// A link of a plan, as the plan's Graphviz picture draws it: From and To
+// are the places of its tasks in Schedule::Tasks.
 struct LinkTimes {
-  std::string From, To, Kind;  // task ids; "FS+2"
+  uint32_t From = 0, To = 0;
+  int32_t Lag = 0;
+  LinkType Type = LinkType::FS;
   bool Critical = false;
 };
 
