@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <limits>
 #include <optional>
 #include <sstream>
@@ -440,11 +441,57 @@ PertFigures Pert(TStrings* order, const Origin& origin) {
   return p;
 }
 
+// The events of a computed network in order: the events themselves, their
+// captions read from them when asked (the network's own list would copy two
+// million captions for a plan of a million tasks).
+class TEventOrder : public TStrings {
+  PEL_CLASS(TEventOrder, TStrings)
+ public:
+  String Get(int32_t Index) override {
+    TObject* event = GetObject(Index);
+    return event ? As<TPelGraphNode>(event)->GetCaption() : String();
+  }
+  int32_t GetCount() override { return static_cast<int32_t>(FEvents.size()); }
+  TObject* GetObject(int32_t Index) override {
+    Check(Index, GetCount());
+    return FEvents[static_cast<std::size_t>(Index)];
+  }
+  void PutObject(int32_t Index, TObject* AObject) override {
+    Check(Index, GetCount());
+    FEvents[static_cast<std::size_t>(Index)] = AObject;
+  }
+  int32_t GetCapacity() override { return static_cast<int32_t>(FEvents.capacity()); }
+  void SetCapacity(int32_t NewCapacity) override {
+    FEvents.reserve(static_cast<std::size_t>(std::max(NewCapacity, 0)));
+  }
+  void Clear() override { FEvents.clear(); }
+  void Delete(int32_t Index) override {
+    Check(Index, GetCount());
+    FEvents.erase(FEvents.begin() + Index);
+  }
+  void Insert(int32_t Index, const String& S) override { InsertObject(Index, S, nullptr); }
+  void InsertObject(int32_t Index, const String&, TObject* AObject) override {
+    Check(Index, GetCount() + 1);
+    FEvents.insert(FEvents.begin() + Index, AObject);
+  }
+  int32_t AddObject(const String&, TObject* AObject) override {
+    FEvents.push_back(AObject);
+    return GetCount() - 1;
+  }
+
+ private:
+  static void Check(int32_t Index, int32_t Limit) {
+    if (Index < 0 || Index >= Limit) Error(SListIndexError, Index);
+  }
+  std::vector<TObject*> FEvents;
+};
+
 // Computes the network's times; the events in topological order.
 Owned<TStrings> Times(TActivityNetwork* net, TAOEEvent* start, TAOEEvent* finish,
                       const std::string& file, const Origin& origin, int32_t& time) {
   try {
-    Owned<TStrings> order(net->GetEarliestCompletionTime(start, finish, nullptr, time));
+    Owned<TStrings> order(Make<TEventOrder>());
+    net->GetEarliestCompletionTime(start, finish, order.get(), time);
     if (!order->GetCount()) time = 0;
     return order;
   } catch (const EGraphException& e) {
@@ -491,24 +538,28 @@ Schedule Compute(TActivityNetwork* net, TAOEEvent* start, TAOEEvent* finish,
 }
 
 // A plan's schedule, task by task: a task's free float is how far it can
-// slip before any of its links (or the project finish) binds.
+// slip before any of its links (or the project finish) binds. Once the
+// figures are taken from the network, release (when given) may free it:
+// a large plan's report then never shares the memory with its network.
 Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan,
                      const std::vector<PlanTask>& tasks, bool showDummies,
-                     const std::string& file, const Origin& origin) {
+                     const std::string& file, const Origin& origin,
+                     const std::function<void()>& release) {
   Schedule s;
   s.Plan = true;
   Owned<TStrings> order = Times(net, nullptr, nullptr, file, origin, s.CompletionTime);
   if (!origin.Estimates.empty()) s.Pert = Pert(order.get(), origin);
   if (showDummies) s.Events = EventList(order.get());
   order.reset();
-  s.Tasks.reserve(tasks.size());
+  // The figures of the tasks, then those of the dummies shown.
+  struct Figures {
+    int32_t Duration, EarliestStart, LatestStart, Slack, FreeFloat;
+  };
+  std::vector<Figures> figures;
+  figures.reserve(tasks.size());
   for (std::size_t i = 0; i < tasks.size(); ++i) {
-    const PlanTask& p = tasks[i];
     TAOETask* edge = plan.Tasks[i];
     TaskTimes k = EdgeTimes(edge, false);
-    k.Id = p.Id;
-    k.Name = p.Name;
-    k.Est = p.Est;
     int64_t free = int64_t{s.CompletionTime} - Earliest(edge->GetToNode());
     for (TPelGraphNode* n : {edge->GetFromNode(), edge->GetToNode()})
       for (int32_t j = 0; j < n->GetEdgeCount(); ++j) {
@@ -517,17 +568,10 @@ Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan,
           free = std::min<int64_t>(free, int64_t{Earliest(d->GetToNode())} - Earliest(n) -
                                              d->GetWeight());
       }
-    k.FreeFloat = static_cast<int32_t>(free);
-    if (k.Critical) s.Critical.push_back(p.Id);
-    s.Tasks.push_back(std::move(k));
+    figures.push_back({k.Duration, k.EarliestStart, k.LatestStart, k.Slack,
+                       static_cast<int32_t>(free)});
   }
-  std::size_t links = 0;
-  for (const PlanTask& t : tasks) links += t.Predecessors.size();
-  s.Links.reserve(links);
-  for (std::size_t i = 0; i < tasks.size(); ++i)
-    for (const PlanLink& l : tasks[i].Predecessors)
-      s.Links.push_back({static_cast<uint32_t>(l.Task), static_cast<uint32_t>(i), l.Lag, l.Type,
-                         s.Tasks[l.Task].Critical && s.Tasks[i].Critical});
+  std::vector<TaskTimes> dummies;
   if (showDummies)
     for (std::size_t j = 0; j < plan.Dummies.size(); ++j) {
       const PlanNetwork::Dummy& d = plan.Dummies[j];
@@ -541,18 +585,55 @@ Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan,
         const PlanLink& l = t.Predecessors[d.Link];
         k.Name = tasks[l.Task].Id + " " + LinkText(l.Type, l.Lag) + " " + t.Id;
       }
-      s.Tasks.push_back(std::move(k));
+      dummies.push_back(std::move(k));
     }
+  if (release) release();
+
+  s.Tasks.reserve(tasks.size() + dummies.size());
+  for (std::size_t i = 0; i < tasks.size(); ++i) {
+    const PlanTask& p = tasks[i];
+    const Figures& f = figures[i];
+    TaskTimes& k = s.Tasks.emplace_back();
+    k.Duration = f.Duration;
+    k.EarliestStart = f.EarliestStart;
+    k.LatestStart = f.LatestStart;
+    k.Slack = f.Slack;
+    k.FreeFloat = f.FreeFloat;
+    k.Critical = f.Slack == 0;
+    k.Id = p.Id;
+    k.Name = p.Name;
+    k.Est = p.Est;
+    if (k.Critical) s.Critical.push_back(p.Id);
+  }
+  std::vector<Figures>().swap(figures);
+  std::size_t links = 0;
+  for (const PlanTask& t : tasks) links += t.Predecessors.size();
+  s.Links.reserve(links);
+  for (std::size_t i = 0; i < tasks.size(); ++i)
+    for (const PlanLink& l : tasks[i].Predecessors)
+      s.Links.push_back({static_cast<uint32_t>(l.Task), static_cast<uint32_t>(i), l.Lag, l.Type,
+                         s.Tasks[l.Task].Critical && s.Tasks[i].Critical});
+  for (TaskTimes& k : dummies) s.Tasks.push_back(std::move(k));
   return s;
 }
 
 // The schedule of a built network: a plan's task by task, an event
-// network's between --from and --to.
-Schedule Run(Network& n, const Input& input, const CpmOptions& o) {
+// network's between --from and --to. Unless Keep, a plan's network is freed
+// as soon as its figures are taken.
+Schedule Run(Network& n, const Input& input, const CpmOptions& o, bool keep) {
   if (n.Plan) {
     if (!o.From.empty() || !o.To.empty())
       throw CpmError("--from and --to apply to event networks, not to a plan of tasks");
-    return ComputePlan(n.Net.get(), *n.Plan, input.Plan, o.ShowDummies, o.File, n.From);
+    std::function<void()> release;
+    if (!keep)
+      release = [&n] {
+        n.Net.reset();
+        std::vector<EdgeRole>().swap(n.Roles);
+        std::vector<TAOETask*>().swap(n.TaskEdges);
+        std::vector<TAOETask*>().swap(n.Plan->Tasks);
+        n.From.Estimates.clear();
+      };
+    return ComputePlan(n.Net.get(), *n.Plan, input.Plan, o.ShowDummies, o.File, n.From, release);
   }
   TAOEEvent* start = EventNamed(n.Net.get(), o.From, "--from");
   TAOEEvent* finish = EventNamed(n.Net.get(), o.To, "--to");
@@ -815,11 +896,12 @@ int RunCpm(const std::vector<std::string>& args, std::istream& in, std::ostream&
     if (!o.WhatIf.empty()) {
       Network old;
       Build(old, input, scale, o.File);
-      before = Run(old, input, o);
+      before = Run(old, input, o, false);
       for (const auto& change : o.WhatIf) ApplyWhatIf(input, change);
     }
     Build(n, input, scale, o.File);
-    Schedule s = Run(n, input, o);
+    // The network is written by --save and run again by --simulate.
+    Schedule s = Run(n, input, o, !o.Save.empty() || o.Simulate);
     s.Scale = scale;
     s.Calendar = calendar ? &*calendar : nullptr;
     if (before) s.WhatIf = Compare(*before, s, o.WhatIf);
