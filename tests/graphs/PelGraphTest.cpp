@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <map>
 #include <random>
 #include <set>
 #include <vector>
@@ -188,6 +189,65 @@ TEST(PelGraph, EdgeListsKeepInsertionOrderThroughRemovals) {
     EXPECT_EQ(hub->GetEdgeCount(), 0);
     TPelGraphEdge* again = hub->AddEdge(others[3]);
     EXPECT_EQ(hub->GetEdge(0), again);
+  }
+}
+
+// Node and edge classes larger than the allocator's cells.
+class TBigNode : public TPelGraphNode {
+  PEL_CLASS(TBigNode, TPelGraphNode)
+ public:
+  using TPelGraphNode::TPelGraphNode;
+  char Payload[300] = {};
+};
+class TBigEdge : public TPelGraphEdge {
+  PEL_CLASS(TBigEdge, TPelGraphEdge)
+ public:
+  using TPelGraphEdge::TPelGraphEdge;
+  char Payload[300] = {};
+};
+
+TEST(PelGraph, NodesAndEdgesOfEverySizeOutliveEachOther) {
+  // Objects of several sizes made and freed in turns: each keeps its data
+  // while the others come and go, and a graph made after all are freed
+  // works as the first did.
+  for (int round = 0; round < 2; ++round) {
+    auto g = Make<TPelGraph>(nullptr);
+    g->SetDirected(true);
+    std::vector<TPelGraphNode*> nodes;
+    std::map<TPelGraphNode*, char> payloads;
+    for (int i = 0; i < 3000; ++i) {
+      TPelGraphNode* n = i % 3 == 0   ? New<TBigNode>(g.get())
+                         : i % 3 == 1 ? static_cast<TPelGraphNode*>(New<TWeightedNode>(g.get()))
+                                      : New<TPelGraphNode>(g.get());
+      if (auto* big = dynamic_cast<TBigNode*>(n)) payloads[n] = big->Payload[299] = static_cast<char>(i);
+      nodes.push_back(n);
+      if (i > 0) {
+        if (i % 2)
+          New<TBigEdge>(nodes[i - 1], n)->Payload[0] = 'x';
+        else
+          nodes[i - 1]->AddEdge(n);
+      }
+      if (i % 5 == 4) {
+        payloads.erase(nodes[i - 2]);
+        ASSERT_TRUE(g->RemoveNode(nodes[i - 2]));
+      }
+    }
+    int32_t edges = 0;
+    for (int32_t i = 0; i < g->GetNodeCount(); ++i) {
+      TPelGraphNode* n = g->GetNode(i);
+      if (auto* big = dynamic_cast<TBigNode*>(n)) {
+        EXPECT_EQ(big->Payload[299], payloads.at(n));
+      }
+      for (int32_t k = 0; k < n->GetEdgeCount(); ++k) {
+        ++edges;
+        if (auto* big = dynamic_cast<TBigEdge*>(n->GetEdge(k))) {
+          EXPECT_EQ(big->Payload[0], 'x');
+        }
+      }
+    }
+    EXPECT_EQ(g->GetNodeCount(), 3000 - 600);
+    EXPECT_GT(edges, 1000);
+    EXPECT_EQ(Order(g.get()).size(), 2400u);
   }
 }
 

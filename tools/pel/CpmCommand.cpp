@@ -62,15 +62,15 @@ struct Origin {
   }
 };
 
-// A plan converted to an event network: per task its edge, per dummy what
-// it stands for (its edge is the role after the tasks' at the same place).
+// A plan converted to an event network. Its roles hold the tasks' edges
+// first, in plan order, then the dummies'; what each dummy stands for is
+// kept only when the dummies are shown.
 struct PlanNetwork {
   // A dummy for task Task: from the project start (Link -1), to the project
   // finish (-2) or the task's Link-th predecessor.
   struct Dummy {
     int32_t Task, Link;
   };
-  std::vector<TAOETask*> Tasks;
   std::vector<Dummy> Dummies;
 };
 
@@ -103,7 +103,6 @@ struct Network {
   Origin From;
   std::optional<PlanNetwork> Plan;
   std::vector<EdgeRole> Roles;
-  std::vector<TAOETask*> TaskEdges;  // per task of the input
 };
 
 // The names of a plan's events. Task ids hold no ':' or parenthesis, so
@@ -154,7 +153,7 @@ void BuildNetwork(TActivityNetwork* net, const std::vector<TaskLine>& tasks,
 // than the project start: the network starts every event at time 0, so no
 // task starts before the project does, however large a lead.
 PlanNetwork BuildPlan(TActivityNetwork* net, const std::vector<PlanTask>& tasks,
-                      const std::string& file, std::vector<EdgeRole>& roles) {
+                      const std::string& file, std::vector<EdgeRole>& roles, bool dummies) {
   net->SetDirected(true);
   PlanNetwork plan;
   std::vector<TPelGraphNode*> starts, finishes;
@@ -166,31 +165,33 @@ PlanNetwork BuildPlan(TActivityNetwork* net, const std::vector<PlanTask>& tasks,
     task->SetWeight(weight);
     return task;
   };
-  std::size_t dummies = 0;
+  std::size_t count = 0;
   for (const PlanTask& t : tasks) {
-    dummies += t.Predecessors.empty() ? 1 : t.Predecessors.size();
+    count += t.Predecessors.empty() ? 1 : t.Predecessors.size();
     for (const PlanLink& l : t.Predecessors)
       if ((l.Type == LinkType::FS || l.Type == LinkType::FF) && l.Lag >= 0)
         carriedOn[l.Task] = true;
   }
-  dummies += static_cast<std::size_t>(std::count(carriedOn.begin(), carriedOn.end(), false));
-  roles.reserve(tasks.size() + dummies);
-  plan.Tasks.reserve(tasks.size());
-  plan.Dummies.reserve(dummies);
+  count += static_cast<std::size_t>(std::count(carriedOn.begin(), carriedOn.end(), false));
+  roles.reserve(tasks.size() + count);
+  auto dummy = [&](std::size_t task, int32_t link) {
+    if (dummies) plan.Dummies.push_back({static_cast<int32_t>(task), link});
+  };
+  if (dummies) plan.Dummies.reserve(count);
   starts.reserve(tasks.size());
   finishes.reserve(tasks.size());
   for (const PlanTask& t : tasks) {
     starts.push_back(net->CreateNode(t.Id + ":start"));
     finishes.push_back(net->CreateNode(t.Id + ":finish"));
-    plan.Tasks.push_back(edge(starts.back(), finishes.back(), t.Duration));
-    roles.push_back({plan.Tasks.back(), static_cast<int32_t>(starts.size() - 1), 0, -1, t.Line});
+    roles.push_back({edge(starts.back(), finishes.back(), t.Duration),
+                     static_cast<int32_t>(starts.size() - 1), 0, -1, t.Line});
   }
   int64_t total = 0;
   for (std::size_t i = 0; i < tasks.size(); ++i) {
     const PlanTask& t = tasks[i];
     total += t.Duration;
     if (t.Predecessors.empty()) {
-      plan.Dummies.push_back({static_cast<int32_t>(i), -1});
+      dummy(i, -1);
       roles.push_back({edge(first, starts[i], 0), -1, 0, -1, t.Line});
     }
     for (std::size_t k = 0; k < t.Predecessors.size(); ++k) {
@@ -203,7 +204,7 @@ PlanNetwork BuildPlan(TActivityNetwork* net, const std::vector<PlanTask>& tasks,
       if (total > std::numeric_limits<int32_t>::max())
         throw CpmError(file + ":" + std::to_string(t.Line) +
                        ": the durations and lags add up to more than 2147483647");
-      plan.Dummies.push_back({static_cast<int32_t>(i), static_cast<int32_t>(k)});
+      dummy(i, static_cast<int32_t>(k));
       roles.push_back({edge(fromFinish ? finishes[p] : starts[p], starts[i],
                             static_cast<int32_t>(weight)),
                        -1, l.Lag, toFinish ? static_cast<int32_t>(i) : -1, t.Line});
@@ -211,7 +212,7 @@ PlanNetwork BuildPlan(TActivityNetwork* net, const std::vector<PlanTask>& tasks,
   }
   for (std::size_t i = 0; i < tasks.size(); ++i)
     if (!carriedOn[i]) {
-      plan.Dummies.push_back({static_cast<int32_t>(i), -2});
+      dummy(i, -2);
       roles.push_back({edge(finishes[i], last, 0), -1, 0, -1, tasks[i].Line});
     }
   return plan;
@@ -282,20 +283,19 @@ std::vector<int64_t> MeanSteps(const std::vector<Estimate>& estimates, int32_t s
 
 // Builds the network of an input (a saved one is already in n), its
 // durations in steps of 1/scale.
-void Build(Network& n, const Input& input, int32_t scale, const std::string& file) {
+void Build(Network& n, const Input& input, int32_t scale, const std::string& file,
+           bool showDummies) {
   n.From.Roles = &n.Roles;
   if (input.Saved) return;
   if (input.IsPlan) {
     n.From.Plan = true;
-    n.Plan = BuildPlan(n.Net.get(), input.Plan, file, n.Roles);
-    n.TaskEdges = n.Plan->Tasks;
+    n.Plan = BuildPlan(n.Net.get(), input.Plan, file, n.Roles, showDummies);
   } else {
     BuildNetwork(n.Net.get(), input.Lines, file, n.Roles);
-    for (const EdgeRole& r : n.Roles) n.TaskEdges.push_back(r.Edge);
   }
   std::vector<Estimate> estimates = input.Estimates();
   for (std::size_t i = 0; i < estimates.size(); ++i)
-    if (estimates[i].ThreePoint) n.From.Estimates[n.TaskEdges[i]] = estimates[i];
+    if (estimates[i].ThreePoint) n.From.Estimates[n.Roles[i].Edge] = estimates[i];
   SetWeights(n, MeanSteps(estimates, scale), scale, file);
 }
 
@@ -558,7 +558,7 @@ Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan,
   std::vector<Figures> figures;
   figures.reserve(tasks.size());
   for (std::size_t i = 0; i < tasks.size(); ++i) {
-    TAOETask* edge = plan.Tasks[i];
+    TAOETask* edge = (*origin.Roles)[i].Edge;
     TaskTimes k = EdgeTimes(edge, false);
     int64_t free = int64_t{s.CompletionTime} - Earliest(edge->GetToNode());
     for (TPelGraphNode* n : {edge->GetFromNode(), edge->GetToNode()})
@@ -629,8 +629,6 @@ Schedule Run(Network& n, const Input& input, const CpmOptions& o, bool keep) {
       release = [&n] {
         n.Net.reset();
         std::vector<EdgeRole>().swap(n.Roles);
-        std::vector<TAOETask*>().swap(n.TaskEdges);
-        std::vector<TAOETask*>().swap(n.Plan->Tasks);
         n.From.Estimates.clear();
       };
     return ComputePlan(n.Net.get(), *n.Plan, input.Plan, o.ShowDummies, o.File, n.From, release);
@@ -699,8 +697,8 @@ SimulationFigures Simulate(Network& n, const Input& input, int64_t runs, uint64_
     int32_t time = 0;
     Owned<TStrings> order(n.Net->GetEarliestCompletionTime(nullptr, nullptr, nullptr, time));
     completion.push_back(order->GetCount() ? time : 0);
-    for (std::size_t i = 0; i < n.TaskEdges.size(); ++i)
-      if (n.TaskEdges[i]->GetCriticality() == 0) ++critical[i];
+    for (std::size_t i = 0; i < estimates.size(); ++i)
+      if (n.Roles[i].Edge->GetCriticality() == 0) ++critical[i];
   }
   std::sort(completion.begin(), completion.end());
   // Nearest rank: the smallest time reached by at least k per cent.
@@ -895,11 +893,11 @@ int RunCpm(const std::vector<std::string>& args, std::istream& in, std::ostream&
     std::optional<Schedule> before;
     if (!o.WhatIf.empty()) {
       Network old;
-      Build(old, input, scale, o.File);
+      Build(old, input, scale, o.File, o.ShowDummies);
       before = Run(old, input, o, false);
       for (const auto& change : o.WhatIf) ApplyWhatIf(input, change);
     }
-    Build(n, input, scale, o.File);
+    Build(n, input, scale, o.File, o.ShowDummies);
     // The network is written by --save and run again by --simulate.
     Schedule s = Run(n, input, o, !o.Save.empty() || o.Simulate);
     s.Scale = scale;
