@@ -129,22 +129,25 @@ int32_t TAOETask::GetCriticality() const {
 }
 
 const String& TAOETask::GetName() {
-  if (FName.empty())
-    FName = CheckAssigned(GetFromNode())->GetCaption() + " --> " +
-            CheckAssigned(GetToNode())->GetCaption();
-  return FName;
+  if (!FName || FName->empty()) {
+    String name = CheckAssigned(GetFromNode())->GetCaption() + " --> " +
+                  CheckAssigned(GetToNode())->GetCaption();
+    FName = std::make_unique<String>(std::move(name));
+  }
+  return *FName;
 }
 
 void TAOETask::ReadData(TReader* Reader) {
   TWeightedEdge::ReadData(Reader);
-  FName = Reader->ReadString();
+  String name = Reader->ReadString();
+  FName = name.empty() ? nullptr : std::make_unique<String>(std::move(name));
   FEarliestStartTime = Reader->ReadInteger();
   FLatestStartTime = Reader->ReadInteger();
 }
 
 void TAOETask::WriteData(TWriter* Writer) {
   TWeightedEdge::WriteData(Writer);
-  Writer->WriteString(FName);
+  Writer->WriteString(FName ? *FName : String());
   Writer->WriteInteger(FEarliestStartTime);
   Writer->WriteInteger(FLatestStartTime);
 }

@@ -9,6 +9,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "graphs/PelGraph.h"
 
@@ -44,7 +45,8 @@ class TAOETask : public TWeightedEdge {
  private:
   int32_t FEarliestStartTime = 0;
   int32_t FLatestStartTime = 0;
-  String FName;
+  // Made on demand: most tasks of a large network are never asked.
+  std::unique_ptr<String> FName;
 };
 
 class TAOEEvent : public TWeightedNode {

@@ -1,8 +1,13 @@
 #include "graphs/PelGraph.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstdlib>
+#include <cstring>
 #include <functional>
+#include <new>
 #include <map>
+#include <mutex>
 #include <vector>
 
 #include "platform/classes/ListAlgorithms.h"
@@ -13,10 +18,6 @@ const TTypeInfo TypeInfoNodeNotifyEvent{tkMethod, "TNodeNotifyEvent"};
 const TTypeInfo TypeInfoNodeCaptionEvent{tkMethod, "TNodeCaptionEvent"};
 
 namespace {
-
-TPelGraphEdge* EdgeAt(TList* List, int32_t Index) {
-  return static_cast<TPelGraphEdge*>(List->Get(Index));
-}
 
 // Walks a platform list of nodes front to back.
 class TNodeListIterator : public TInterfacedObject, public IIterator {
@@ -45,6 +46,76 @@ class TNodeListIterator : public TInterfacedObject, public IIterator {
   TList* FList;
   int32_t FIndex = -1;
 };
+
+#if defined(__SANITIZE_ADDRESS__)
+#define PEL_GRAPH_POOLS 0
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define PEL_GRAPH_POOLS 0
+#endif
+#endif
+#ifndef PEL_GRAPH_POOLS
+#define PEL_GRAPH_POOLS 1
+#endif
+
+// Cells of 8-byte steps up to 256 bytes, cut from blocks of 64 KiB;
+// larger objects go to the ordinary allocator. When the last object made
+// from the blocks is freed, the blocks go back to the ordinary allocator
+// too: a program that frees a large graph has the memory for what follows.
+class TCellPool {
+ public:
+  void* Take(std::size_t Size) {
+    const std::size_t k = (Size + 7) / 8;
+    if (!PEL_GRAPH_POOLS || k >= kSizes) return ::operator new(Size);
+    std::lock_guard<std::mutex> lock(FLock);
+    if (!FFree[k]) Refill(k);
+    void* cell = FFree[k];
+    FFree[k] = *static_cast<void**>(cell);
+    ++FLive;
+    return cell;
+  }
+  void Give(void* Ptr, std::size_t Size) noexcept {
+    const std::size_t k = (Size + 7) / 8;
+    if (!PEL_GRAPH_POOLS || k >= kSizes) {
+      ::operator delete(Ptr);
+      return;
+    }
+    std::lock_guard<std::mutex> lock(FLock);
+    *static_cast<void**>(Ptr) = FFree[k];
+    FFree[k] = Ptr;
+    if (--FLive > 0) return;
+    for (void* block : FBlocks) ::operator delete(block);
+    FBlocks.clear();
+    std::fill(std::begin(FFree), std::end(FFree), nullptr);
+  }
+
+ private:
+  static constexpr std::size_t kSizes = 33;
+  static constexpr std::size_t kBlock = 64 * 1024;
+  void Refill(std::size_t k) {
+    const std::size_t cell = 8 * k;
+    FBlocks.reserve(FBlocks.size() + 1);
+    auto* block = static_cast<char*>(::operator new(kBlock));
+    FBlocks.push_back(block);
+    // Linked front to back, so that objects made one after the other lie
+    // side by side.
+    for (std::size_t at = (kBlock / cell - 1) * cell;; at -= cell) {
+      *reinterpret_cast<void**>(block + at) = FFree[k];
+      FFree[k] = block + at;
+      if (at == 0) break;
+    }
+  }
+  std::mutex FLock;
+  void* FFree[kSizes] = {};
+  std::vector<void*> FBlocks;
+  std::size_t FLive = 0;
+};
+
+// Never destroyed: objects may be freed while the program ends.
+TCellPool& Cells() {
+  static TCellPool* pool = new TCellPool;
+  return *pool;
+}
 
 std::map<String, TClass>& GraphClasses() {
   static std::map<String, TClass> classes = [] {
@@ -82,6 +153,12 @@ void Register() {
 
 // ---------------------------------------------------------------------------
 // TPelGraphEdge
+
+void* TPelGraphEdge::operator new(std::size_t Size) { return Cells().Take(Size); }
+
+void TPelGraphEdge::operator delete(void* Ptr, std::size_t Size) noexcept {
+  Cells().Give(Ptr, Size);
+}
 
 void TPelGraphEdge::AfterConstruction() {
   TPersistent::AfterConstruction();
@@ -123,8 +200,10 @@ void TPelGraphEdge::ReadData(TReader*) {}
 void TPelGraphEdge::WriteData(TWriter*) {}
 
 void TPelGraphEdge::FastClear(TPelGraphNode* Node) {
-  if (FToNode && Node->Undirected() && Node != FToNode && FFromNode != FToNode)
-    FToNode->FEdges->Remove(this);
+  if (FToNode && Node->Undirected() && Node != FToNode && FFromNode != FToNode) {
+    const int32_t index = FToNode->ScanEdges(this);
+    if (index >= 0) FToNode->UnlistEdgeAt(index);
+  }
   if (Node == FFromNode) FFromNode = nullptr;
   FToNode = nullptr;
 }
@@ -160,9 +239,94 @@ void TWeightedEdge::SetWeight(TGraphWeight Value) {
 // ---------------------------------------------------------------------------
 // TPelGraphNode
 
-TPelGraphNode::TPelGraphNode(TPelCustomGraph* AGraph) : FEdges(New<TList>()), FGraph(AGraph) {}
+TPelGraphNode::TPelGraphNode(TPelCustomGraph* AGraph) : FGraph(AGraph) {}
 
-TPelGraphNode::~TPelGraphNode() { Free(FEdges); }
+void* TPelGraphNode::operator new(std::size_t Size) { return Cells().Take(Size); }
+
+void TPelGraphNode::operator delete(void* Ptr, std::size_t Size) noexcept {
+  Cells().Give(Ptr, Size);
+}
+
+TPelGraphNode::~TPelGraphNode() { ClearEdgeList(); }
+
+void TPelGraphNode::ListEdge(TPelGraphEdge* Edge) {
+  const int32_t end = FEdgeGap + FEdgeCount;
+  // The block may be full only when the end is 0 or a power of two from 2 on.
+  if (end == 0 || (end >= 2 && std::has_single_bit(static_cast<uint32_t>(end)))) {
+    if (FEdgeGap > 0) {
+      // Close the gap first: the block holds more than the edges need.
+      TPelGraphEdge** block = FEdgeFirst - FEdgeGap;
+      std::memmove(block, FEdgeFirst, sizeof(TPelGraphEdge*) * static_cast<std::size_t>(FEdgeCount));
+      FEdgeFirst = block;
+      FEdgeGap = 0;
+    } else {
+      if (end >= MaxListSize) TList::Error(SListCapacityError, end + 1);
+      const std::size_t capacity = end == 0 ? 2 : 2 * static_cast<std::size_t>(end);
+      void* block = std::realloc(FEdgeFirst, sizeof(TPelGraphEdge*) * capacity);
+      if (!block) throw std::bad_alloc();
+      FEdgeFirst = static_cast<TPelGraphEdge**>(block);
+    }
+  }
+  FEdgeFirst[FEdgeCount++] = Edge;
+  Edge->FListed |= ListBit(Edge);
+}
+
+void TPelGraphNode::UnlistEdgeAt(int32_t Index) {
+  TPelGraphEdge* edge = FEdgeFirst[Index];
+  edge->FListed &= static_cast<uint8_t>(~ListBit(edge));
+  --FEdgeCount;
+  if (Index == 0 && FEdgeCount > 0) {
+    ++FEdgeFirst;
+    ++FEdgeGap;
+    return;
+  }
+  std::memmove(FEdgeFirst + Index, FEdgeFirst + Index + 1,
+               sizeof(TPelGraphEdge*) * static_cast<std::size_t>(FEdgeCount - Index));
+  if (FEdgeCount == 0) {
+    FEdgeFirst -= FEdgeGap;
+    FEdgeGap = 0;
+  }
+}
+
+int32_t TPelGraphNode::ScanEdges(TPelGraphEdge* Edge) const {
+  for (int32_t i = 0; i < FEdgeCount; ++i)
+    if (FEdgeFirst[i] == Edge) return i;
+  return -1;
+}
+
+void TPelGraphNode::ClearEdgeList() {
+  std::free(FEdgeFirst ? FEdgeFirst - FEdgeGap : nullptr);
+  FEdgeFirst = nullptr;
+  FEdgeGap = FEdgeCount = 0;
+}
+
+int32_t TPelGraphNode::IndexOfEdge(TPelGraphEdge* Edge) const {
+  const uint8_t bit = Edge ? ListBit(Edge) : 0;
+  if (bit && !(Edge->FListed & bit)) return -1;
+  return ScanEdges(Edge);
+}
+
+const TNotifyEvent& TPelGraphNode::GetOnChange() const {
+  static const TNotifyEvent none;
+  return FHandlers ? FHandlers->OnChange : none;
+}
+
+void TPelGraphNode::SetOnChange(TNotifyEvent Value) {
+  if (!FHandlers && !Value) return;
+  if (!FHandlers) FHandlers = std::make_unique<THandlers>();
+  FHandlers->OnChange = std::move(Value);
+}
+
+const String& TPelGraphNode::GetOnChangeName() const {
+  static const String none;
+  return FHandlers ? FHandlers->OnChangeName : none;
+}
+
+void TPelGraphNode::SetOnChangeName(const String& Value) {
+  if (!FHandlers && Value.empty()) return;
+  if (!FHandlers) FHandlers = std::make_unique<THandlers>();
+  FHandlers->OnChangeName = Value;
+}
 
 void TPelGraphNode::AfterConstruction() {
   TPersistent::AfterConstruction();
@@ -174,7 +338,7 @@ void TPelGraphNode::AfterConstruction() {
 }
 
 void TPelGraphNode::BeforeDestruction() {
-  FOnChange = nullptr;
+  if (FHandlers) FHandlers->OnChange = nullptr;
   SetGraph(nullptr);
   TPersistent::BeforeDestruction();
 }
@@ -199,7 +363,7 @@ void TPelGraphNode::AddingEdgeFrom(TPelGraphNode* Node, TPelGraphEdge* Edge) {
 }
 
 void TPelGraphNode::AddingEdgeTo(TPelGraphNode*, TPelGraphEdge* Edge) {
-  if (FEdges->IndexOf(Edge) < 0) FEdges->Add(Edge);
+  if (IndexOfEdge(Edge) < 0) ListEdge(Edge);
   Change();
 }
 
@@ -212,20 +376,21 @@ void TPelGraphNode::RemovingEdgeFrom(TPelGraphNode* Node, TPelGraphEdge* Edge) {
 }
 
 void TPelGraphNode::RemovingEdgeTo(TPelGraphNode*, TPelGraphEdge* Edge) {
-  FEdges->Remove(Edge);
+  const int32_t index = IndexOfEdge(Edge);
+  if (index >= 0) UnlistEdgeAt(index);
   Change();
 }
 
 void TPelGraphNode::FastClear() {
   // One pass and one clear of the list instead of deleting the front entry
   // each time: nobody watches the list while the graph is torn down.
-  for (int32_t i = 0; i < FEdges->GetCount(); ++i) {
-    TPelGraphEdge* edge = EdgeAt(FEdges, i);
+  for (int32_t i = 0; i < FEdgeCount; ++i) {
+    TPelGraphEdge* edge = FEdgeFirst[i];
     const bool starts = edge->GetFromNode() == this;
     edge->FastClear(this);
     if (starts) Free(edge);
   }
-  FEdges->Clear();
+  ClearEdgeList();
   FGraph = nullptr;
 }
 
@@ -234,8 +399,8 @@ void TPelGraphNode::WriteData(TWriter* Writer) { Writer->WriteString(FCaption); 
 void TPelGraphNode::ReadData(TReader* Reader) { SetCaption(Reader->ReadString()); }
 
 void TPelGraphNode::RemovePredecessors(TPelGraphNode* Node) {
-  for (int32_t i = FEdges->GetCount() - 1; i >= 0; --i)
-    if (i < FEdges->GetCount() && EdgeAt(FEdges, i)->GetToNode() == Node) Free(EdgeAt(FEdges, i));
+  for (int32_t i = FEdgeCount - 1; i >= 0; --i)
+    if (i < FEdgeCount && FEdgeFirst[i]->GetToNode() == Node) Free(FEdgeFirst[i]);
 }
 
 TPelGraphEdge* TPelGraphNode::NewEdge(TPelGraphNode* FromNode, TPelGraphNode* ToNode) {
@@ -256,11 +421,21 @@ void TPelGraphNode::EndUpdate() {
 
 void TPelGraphNode::Clear() {
   Updating(this, [this] {
-    while (FEdges->GetCount() > 0) {
-      TPelGraphEdge* edge = EdgeAt(FEdges, 0);
+    while (FEdgeCount > 0) {
+      TPelGraphEdge* edge = FEdgeFirst[0];
       Free(edge);
-      // An edge that did not take itself out of the list is not freed twice.
-      if (FEdges->GetCount() > 0 && FEdges->Get(0) == edge) FEdges->Delete(0);
+      // An edge that did not take itself out of the list is not freed twice
+      // (nor touched: it is gone).
+      if (FEdgeCount > 0 && FEdgeFirst[0] == edge) {
+        --FEdgeCount;
+        if (FEdgeCount > 0) {
+          ++FEdgeFirst;
+          ++FEdgeGap;
+        } else {
+          FEdgeFirst -= FEdgeGap;
+          FEdgeGap = 0;
+        }
+      }
     }
     if (!Undirected() && FInDegree > 0) FGraph->RemovePredecessors(this);
   });
@@ -277,11 +452,14 @@ void TPelGraphNode::RemovePredecessors() {
     FGraph->RemovePredecessors(this);
 }
 
-TPelGraphEdge* TPelGraphNode::GetEdge(int32_t Index) const { return EdgeAt(FEdges, Index); }
+TPelGraphEdge* TPelGraphNode::GetEdge(int32_t Index) const {
+  if (Index < 0 || Index >= FEdgeCount) TList::Error(SListIndexError, Index);
+  return FEdgeFirst[Index];
+}
 
 int32_t TPelGraphNode::IndexOfEdgeTo(TPelGraphNode* Node) const {
-  for (int32_t i = 0; i < FEdges->GetCount(); ++i)
-    if (EdgeAt(FEdges, i)->GetToNode() == Node) return i;
+  for (int32_t i = 0; i < FEdgeCount; ++i)
+    if (FEdgeFirst[i]->GetToNode() == Node) return i;
   return -1;
 }
 
@@ -318,7 +496,7 @@ void TPelGraphNode::TextChange(String& NewCaption) {
 void TPelGraphNode::Change() {
   if (FUpdateCount > 0) return;
   if (FGraph) FGraph->NodeChange(this);
-  if (FOnChange) FOnChange(this);
+  if (FHandlers && FHandlers->OnChange) FHandlers->OnChange(this);
 }
 
 // ---------------------------------------------------------------------------
@@ -955,7 +1133,13 @@ void TPelGraph::EraseCaptionSlot(std::size_t Index) {
   --FCaptionCount;
 }
 
+void TPelGraph::IndexCaptions() {
+  FCaptionsIndexed = true;
+  for (int32_t i = 0; i < FNodes->GetCount(); ++i) IndexCaption(GetNode(i), GetNode(i)->GetCaption());
+}
+
 void TPelGraph::IndexCaption(TPelGraphNode* Node, const String& Caption) {
+  if (!FCaptionsIndexed) return;
   if ((FCaptionCount + 1) * 2 > FCaptionSlots.size()) GrowCaptionSlots();
   const std::size_t hash = std::hash<String>()(Caption);
   TCaptionSlot& slot = FCaptionSlots[CaptionSlot(Caption, hash)];
@@ -974,7 +1158,7 @@ void TPelGraph::IndexCaption(TPelGraphNode* Node, const String& Caption) {
 }
 
 void TPelGraph::UnindexCaption(TPelGraphNode* Node, const String& Caption) {
-  if (FCaptionSlots.empty()) return;
+  if (!FCaptionsIndexed || FCaptionSlots.empty()) return;
   const std::size_t index = CaptionSlot(Caption, std::hash<String>()(Caption));
   if (!FCaptionSlots[index].Head) return;
   TPelGraphNode** link = &FCaptionSlots[index].Head;
@@ -1029,6 +1213,7 @@ void TPelGraph::Clear() {
           TryFinally([this] { FNodes->Clear(); }, [this] { FNodes->SetOwnsObjects(true); });
           FCaptionSlots.clear();
           FCaptionCount = 0;
+          FCaptionsIndexed = false;
           FNextNodeId = 0;
         },
         [this] { FAdding = false; });
@@ -1036,6 +1221,7 @@ void TPelGraph::Clear() {
 }
 
 TPelGraphNode* TPelGraph::FindNode(const String& Caption) {
+  if (!FCaptionsIndexed) IndexCaptions();
   if (FCaptionSlots.empty()) return nullptr;
   return FCaptionSlots[CaptionSlot(Caption, std::hash<String>()(Caption))].Head;
 }

@@ -13,8 +13,9 @@
 // node and refuses a second node with a caption already used; TPelGraph
 // keeps the nodes in an owning object list in insertion order (GetNode) and
 // accepts repeated captions. TPelGraph finds a caption in constant expected
-// time through an index kept up to date on add, remove and rename; the
-// first node bearing the caption in list order wins.
+// time through an index built on the first search and kept up to date on
+// add, remove and rename from then on; the first node bearing the caption in
+// list order wins.
 //
 // The algorithms (depth-first search, topological order, shortest paths)
 // are operations of TPelCustomGraph and TWeightedNode and report through the
@@ -31,6 +32,13 @@
 // Edges made directly (New<TPelGraphEdge>) between nodes outside any graph
 // are the caller's to free.
 //
+// Memory: nodes and edges (of every class) come from blocks cut into cells
+// of one size, with a free list of cells per size; a freed cell waits for
+// the next object of its size, and the blocks are given back when the last
+// node or edge made from them is freed. A graph of millions of edges so
+// pays no allocator header per object. Builds with AddressSanitizer use the
+// ordinary allocator, so that it still sees every object.
+//
 // Events: the published handlers carry the method name a stream gave them
 // (kept so that it is written back); code assigns the handlers themselves
 // with SetOnChange and the like.
@@ -38,6 +46,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <vector>
 
 #include "foundation/CommonInterfaces.h"
@@ -98,6 +107,10 @@ class TPelGraphEdge : public TPersistent {
 
   TPelGraphEdge(TPelGraphNode* AFromNode, TPelGraphNode* AToNode)
       : FFromNode(AFromNode), FToNode(AToNode) {}
+  // Edges and nodes are cut from blocks shared by the objects of a size
+  // (see the unit's header comment).
+  static void* operator new(std::size_t Size);
+  static void operator delete(void* Ptr, std::size_t Size) noexcept;
   // Both ends must be present ("Edge must be created with two valid
   // nodes"); then FromNode.AddingEdgeTo and ToNode.AddingEdgeFrom.
   void AfterConstruction() override;
@@ -122,9 +135,13 @@ class TPelGraphEdge : public TPersistent {
 
  private:
   void Unregister();
+  friend class TPelGraphNode;
 
   TPelGraphNode* FFromNode;
   TPelGraphNode* FToNode;
+  // Whether the edge is in its FromNode's list (bit 1) and in its ToNode's
+  // (bit 2), so that registering it asks no search of the list.
+  uint8_t FListed = 0;
 };
 
 using TPelGraphEdgeClass = TClassOf<TPelGraphEdge, TPelGraphNode*, TPelGraphNode*>;
@@ -171,6 +188,8 @@ class TPelGraphNode : public TPersistent {
 
   explicit TPelGraphNode(TPelCustomGraph* AGraph);
   ~TPelGraphNode() override;
+  static void* operator new(std::size_t Size);
+  static void operator delete(void* Ptr, std::size_t Size) noexcept;
   // Captions the node with its own class name and the graph's next id
   // ("TPelGraphNode0" for a graph's first node), then joins the graph. A
   // missing graph is an access violation.
@@ -212,14 +231,12 @@ class TPelGraphNode : public TPersistent {
   TPelGraphEdge* GetEdge(int32_t Index) const;
   // GetEdge without the index check, for loops that test Index against
   // GetEdgeCount just before each access.
-  TPelGraphEdge* GetEdgeUnchecked(int32_t Index) const {
-    return static_cast<TPelGraphEdge*>(FEdges->List()[Index]);
-  }
-  int32_t GetEdgeCount() const { return FEdges->GetCount(); }
+  TPelGraphEdge* GetEdgeUnchecked(int32_t Index) const { return FEdgeFirst[Index]; }
+  int32_t GetEdgeCount() const { return FEdgeCount; }
   // The number of edges in the node's list.
-  int32_t GetOutDegree() const { return FEdges->GetCount(); }
+  int32_t GetOutDegree() const { return FEdgeCount; }
   int32_t GetInDegree() const { return FInDegree; }
-  int32_t IndexOfEdge(TPelGraphEdge* Edge) const { return FEdges->IndexOf(Edge); }
+  int32_t IndexOfEdge(TPelGraphEdge* Edge) const;
   // The first edge whose ToNode is Node, or -1.
   int32_t IndexOfEdgeTo(TPelGraphNode* Node) const;
   void RemoveEdge(TPelGraphEdge* Edge);
@@ -234,10 +251,10 @@ class TPelGraphNode : public TPersistent {
   void SetGraph(TPelCustomGraph* Value);
   int32_t GetWorkTag() const { return FWorkTag; }
   void SetWorkTag(int32_t Value) { FWorkTag = Value; }
-  const TNotifyEvent& GetOnChange() const { return FOnChange; }
-  void SetOnChange(TNotifyEvent Value) { FOnChange = std::move(Value); }
-  const String& GetOnChangeName() const { return FOnChangeName; }
-  void SetOnChangeName(const String& Value) { FOnChangeName = Value; }
+  const TNotifyEvent& GetOnChange() const;
+  void SetOnChange(TNotifyEvent Value);
+  const String& GetOnChangeName() const;
+  void SetOnChangeName(const String& Value);
   int32_t GetUpdateCount() const { return FUpdateCount; }
 
   void TextChange(String& NewCaption);
@@ -248,9 +265,28 @@ class TPelGraphNode : public TPersistent {
   bool Undirected() const;
 
  private:
+  // The edge list: FEdgeCount edges from FEdgeFirst on, in a block that
+  // starts FEdgeGap entries earlier (deleting the first edge widens the gap
+  // instead of moving the others) and holds at least the next power of two
+  // of FEdgeGap + FEdgeCount entries, and two at least.
+  void ListEdge(TPelGraphEdge* Edge);
+  void UnlistEdgeAt(int32_t Index);
+  int32_t ScanEdges(TPelGraphEdge* Edge) const;
+  void ClearEdgeList();
+  // The bit of Edge's FListed that stands for this node's list; 0 when the
+  // node is neither of its ends.
+  uint8_t ListBit(const TPelGraphEdge* Edge) const {
+    return Edge->FFromNode == this ? 1 : Edge->FToNode == this ? 2 : 0;
+  }
+
+  // The handler and its name, kept apart: most nodes have neither.
+  struct THandlers {
+    TNotifyEvent OnChange;
+    String OnChangeName;
+  };
+
   String FCaption;
-  TNotifyEvent FOnChange;
-  String FOnChangeName;
+  std::unique_ptr<THandlers> FHandlers;
   // Bookkeeping of TPelGraph's caption index: the list holding the node,
   // the node's insertion stamp there, and the next node (in list order)
   // bearing the same caption.
@@ -262,7 +298,9 @@ class TPelGraphNode : public TPersistent {
   // What the algorithms read and write for every edge come last, so that
   // they share a cache line with the fields of the node classes built on
   // this one (a weight, an event's times).
-  TList* FEdges;
+  TPelGraphEdge** FEdgeFirst = nullptr;
+  int32_t FEdgeGap = 0;
+  int32_t FEdgeCount = 0;
   TPelCustomGraph* FGraph;
   int32_t FInDegree = 0;
   int32_t FWorkTag = 0;
@@ -598,8 +636,12 @@ class TPelGraph : public TPelCustomGraph {
   std::size_t CaptionSlot(const String& Caption, std::size_t Hash) const;
   void GrowCaptionSlots();
   void EraseCaptionSlot(std::size_t Index);
+  // Builds the index, in list order, for the first search; until then adding
+  // and renaming nodes leave it alone.
+  void IndexCaptions();
   std::vector<TCaptionSlot> FCaptionSlots;
   std::size_t FCaptionCount = 0;
+  bool FCaptionsIndexed = false;
   uint64_t FNextStamp = 1;
 };
 

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <map>
 #include <random>
 #include <set>
 #include <vector>
@@ -132,6 +133,170 @@ TEST(PelGraph, EdgeRegistrationFollowsDirection) {
                                 "Node \"Lone\" is unconnected to any graph");
   Free(lone);
   EXPECT_EQ(g->GetNodeCount(), 3);
+}
+
+TEST(PelGraph, EdgeListsKeepInsertionOrderThroughRemovals) {
+  // A node's list against a plain vector: appends, removals at the front
+  // (cheap), in the middle and at the end, a list emptied and filled again.
+  for (bool directed : {true, false}) {
+    auto g = Make<TPelGraph>(nullptr);
+    g->SetDirected(directed);
+    TPelGraphNode* hub = g->CreateNode("hub");
+    std::vector<TPelGraphNode*> others;
+    for (int i = 0; i < 5; ++i) others.push_back(g->CreateNode("n" + IntToStr(i)));
+    std::vector<TPelGraphEdge*> model;
+    std::mt19937 rng(11);
+    for (int step = 0; step < 2000; ++step) {
+      const unsigned op = rng() % 8;
+      if (op < 4 || model.empty()) {
+        model.push_back(hub->AddEdge(others[rng() % others.size()]));
+      } else {
+        const std::size_t at = op == 4 ? 0 : op == 5 ? model.size() - 1 : rng() % model.size();
+        hub->RemoveEdge(model[at]);
+        model.erase(model.begin() + static_cast<std::ptrdiff_t>(at));
+      }
+      ASSERT_EQ(hub->GetEdgeCount(), static_cast<int32_t>(model.size())) << step;
+      for (std::size_t i = 0; i < model.size(); ++i) {
+        ASSERT_EQ(hub->GetEdge(static_cast<int32_t>(i)), model[i]) << step;
+        ASSERT_EQ(hub->IndexOfEdge(model[i]), static_cast<int32_t>(i)) << step;
+      }
+      int32_t ending = 0;
+      for (TPelGraphNode* n : others) ending += n->GetInDegree();
+      // Undirected, the far ends list the edges as well.
+      int32_t listedThere = 0;
+      for (TPelGraphNode* n : others) listedThere += n->GetEdgeCount();
+      ASSERT_EQ(ending, static_cast<int32_t>(model.size()));
+      ASSERT_EQ(listedThere, directed ? 0 : static_cast<int32_t>(model.size()));
+    }
+    // Registering a listed edge again lists it once; an edge of other nodes
+    // is found by searching.
+    TPelGraphEdge* first = hub->AddEdge(others[0]);
+    const int32_t count = hub->GetEdgeCount();
+    hub->AddingEdgeTo(others[0], first);
+    EXPECT_EQ(hub->GetEdgeCount(), count);
+    TPelGraphEdge* elsewhere = others[1]->AddEdge(others[2]);
+    EXPECT_EQ(hub->IndexOfEdge(elsewhere), -1);
+    hub->AddingEdgeTo(others[2], elsewhere);
+    EXPECT_EQ(hub->IndexOfEdge(elsewhere), count);
+    hub->RemovingEdgeTo(others[2], elsewhere);
+    EXPECT_EQ(hub->IndexOfEdge(elsewhere), -1);
+    EXPECT_EQ(hub->IndexOfEdge(nullptr), -1);
+    ExpectRaises<EListError>([&] { hub->GetEdge(count); },
+                             "List index out of bounds (" + IntToStr(count) + ")");
+    ExpectRaises<EListError>([&] { hub->GetEdge(-1); }, "List index out of bounds (-1)");
+    // Clearing the node frees the edges first to last.
+    hub->Clear();
+    EXPECT_EQ(hub->GetEdgeCount(), 0);
+    TPelGraphEdge* again = hub->AddEdge(others[3]);
+    EXPECT_EQ(hub->GetEdge(0), again);
+  }
+}
+
+// Node and edge classes larger than the allocator's cells.
+class TBigNode : public TPelGraphNode {
+  PEL_CLASS(TBigNode, TPelGraphNode)
+ public:
+  using TPelGraphNode::TPelGraphNode;
+  char Payload[300] = {};
+};
+class TBigEdge : public TPelGraphEdge {
+  PEL_CLASS(TBigEdge, TPelGraphEdge)
+ public:
+  using TPelGraphEdge::TPelGraphEdge;
+  char Payload[300] = {};
+};
+
+TEST(PelGraph, NodesAndEdgesOfEverySizeOutliveEachOther) {
+  // Objects of several sizes made and freed in turns: each keeps its data
+  // while the others come and go, and a graph made after all are freed
+  // works as the first did.
+  for (int round = 0; round < 2; ++round) {
+    auto g = Make<TPelGraph>(nullptr);
+    g->SetDirected(true);
+    std::vector<TPelGraphNode*> nodes;
+    std::map<TPelGraphNode*, char> payloads;
+    for (int i = 0; i < 3000; ++i) {
+      TPelGraphNode* n = i % 3 == 0   ? New<TBigNode>(g.get())
+                         : i % 3 == 1 ? static_cast<TPelGraphNode*>(New<TWeightedNode>(g.get()))
+                                      : New<TPelGraphNode>(g.get());
+      if (auto* big = dynamic_cast<TBigNode*>(n)) payloads[n] = big->Payload[299] = static_cast<char>(i);
+      nodes.push_back(n);
+      if (i > 0) {
+        if (i % 2)
+          New<TBigEdge>(nodes[i - 1], n)->Payload[0] = 'x';
+        else
+          nodes[i - 1]->AddEdge(n);
+      }
+      if (i % 5 == 4) {
+        payloads.erase(nodes[i - 2]);
+        ASSERT_TRUE(g->RemoveNode(nodes[i - 2]));
+      }
+    }
+    int32_t edges = 0;
+    for (int32_t i = 0; i < g->GetNodeCount(); ++i) {
+      TPelGraphNode* n = g->GetNode(i);
+      if (auto* big = dynamic_cast<TBigNode*>(n)) {
+        EXPECT_EQ(big->Payload[299], payloads.at(n));
+      }
+      for (int32_t k = 0; k < n->GetEdgeCount(); ++k) {
+        ++edges;
+        if (auto* big = dynamic_cast<TBigEdge*>(n->GetEdge(k))) {
+          EXPECT_EQ(big->Payload[0], 'x');
+        }
+      }
+    }
+    EXPECT_EQ(g->GetNodeCount(), 3000 - 600);
+    EXPECT_GT(edges, 1000);
+    EXPECT_EQ(Order(g.get()).size(), 2400u);
+  }
+}
+
+TEST(PelGraph, CaptionIndexIsBuiltForTheFirstSearch) {
+  // Nodes made, renamed, extracted and added again before any search: the
+  // first search finds what a linear search of the list finds.
+  auto g = Make<TPelGraph>(nullptr);
+  TPelGraphNode* a = g->CreateNode("x");
+  TPelGraphNode* b = g->CreateNode("y");
+  TPelGraphNode* c = g->CreateNode("x");
+  TPelGraphNode* d = g->CreateNode("z");
+  a->SetCaption("w");
+  g->Extract(b);
+  g->AddNode(b);  // now last in the list
+  d->SetCaption("y");
+  EXPECT_EQ(g->FindNode("x"), c);
+  EXPECT_EQ(g->FindNode("y"), d);
+  EXPECT_EQ(g->FindNode("w"), a);
+  EXPECT_EQ(g->FindNode("z"), nullptr);
+  // Kept up to date from then on.
+  c->SetCaption("z");
+  EXPECT_EQ(g->FindNode("x"), nullptr);
+  EXPECT_EQ(g->FindNode("z"), c);
+  EXPECT_TRUE(g->RemoveNode(String("y")));
+  EXPECT_EQ(g->FindNode("y"), b);
+  // A cleared graph starts without an index and builds it again.
+  g->Clear();
+  EXPECT_EQ(g->FindNode("z"), nullptr);
+  TPelGraphNode* e = g->CreateNode("z");
+  g->CreateNode("z");
+  EXPECT_EQ(g->FindNode("z"), e);
+  EXPECT_EQ(g->FindNode("TPelGraphNode0"), nullptr);
+}
+
+TEST(PelGraph, NodeHandlersAreThereOnlyWhenSet) {
+  auto g = Make<TPelGraph>(nullptr);
+  TPelGraphNode* a = g->CreateNode("a");
+  EXPECT_FALSE(a->GetOnChange());
+  EXPECT_EQ(a->GetOnChangeName(), "");
+  int changes = 0;
+  a->SetOnChangeName("NodeChanged");
+  a->SetOnChange([&](TObject*) { ++changes; });
+  a->Change();
+  EXPECT_EQ(changes, 1);
+  EXPECT_EQ(a->GetOnChangeName(), "NodeChanged");
+  a->SetOnChange(nullptr);
+  a->Change();
+  EXPECT_EQ(changes, 1);
+  EXPECT_EQ(a->GetOnChangeName(), "NodeChanged");
 }
 
 TEST(PelGraph, CaptionsComeFromClassAndCounter) {

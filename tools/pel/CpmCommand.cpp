@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <limits>
 #include <optional>
 #include <sstream>
@@ -36,7 +37,7 @@ struct CpmOptions {
 struct EdgeRole {
   TAOETask* Edge = nullptr;
   int32_t Task = -1;
-  int64_t Lag = 0;
+  int32_t Lag = 0;
   int32_t Minus = -1;
   int Line = 0;  // of the task or link in the file
 };
@@ -61,16 +62,15 @@ struct Origin {
   }
 };
 
-// A plan converted to an event network: per task its edge, per dummy its
-// edge and what it stands for.
+// A plan converted to an event network. Its roles hold the tasks' edges
+// first, in plan order, then the dummies'; what each dummy stands for is
+// kept only when the dummies are shown.
 struct PlanNetwork {
   // A dummy for task Task: from the project start (Link -1), to the project
   // finish (-2) or the task's Link-th predecessor.
   struct Dummy {
-    TAOETask* Edge;
     int32_t Task, Link;
   };
-  std::vector<TAOETask*> Tasks;
   std::vector<Dummy> Dummies;
 };
 
@@ -103,7 +103,6 @@ struct Network {
   Origin From;
   std::optional<PlanNetwork> Plan;
   std::vector<EdgeRole> Roles;
-  std::vector<TAOETask*> TaskEdges;  // per task of the input
 };
 
 // The names of a plan's events. Task ids hold no ':' or parenthesis, so
@@ -154,7 +153,7 @@ void BuildNetwork(TActivityNetwork* net, const std::vector<TaskLine>& tasks,
 // than the project start: the network starts every event at time 0, so no
 // task starts before the project does, however large a lead.
 PlanNetwork BuildPlan(TActivityNetwork* net, const std::vector<PlanTask>& tasks,
-                      const std::string& file, std::vector<EdgeRole>& roles) {
+                      const std::string& file, std::vector<EdgeRole>& roles, bool dummies) {
   net->SetDirected(true);
   PlanNetwork plan;
   std::vector<TPelGraphNode*> starts, finishes;
@@ -166,44 +165,55 @@ PlanNetwork BuildPlan(TActivityNetwork* net, const std::vector<PlanTask>& tasks,
     task->SetWeight(weight);
     return task;
   };
+  std::size_t count = 0;
+  for (const PlanTask& t : tasks) {
+    count += t.Predecessors.empty() ? 1 : t.Predecessors.size();
+    for (const PlanLink& l : t.Predecessors)
+      if ((l.Type == LinkType::FS || l.Type == LinkType::FF) && l.Lag >= 0)
+        carriedOn[l.Task] = true;
+  }
+  count += static_cast<std::size_t>(std::count(carriedOn.begin(), carriedOn.end(), false));
+  roles.reserve(tasks.size() + count);
+  auto dummy = [&](std::size_t task, int32_t link) {
+    if (dummies) plan.Dummies.push_back({static_cast<int32_t>(task), link});
+  };
+  if (dummies) plan.Dummies.reserve(count);
   starts.reserve(tasks.size());
   finishes.reserve(tasks.size());
   for (const PlanTask& t : tasks) {
     starts.push_back(net->CreateNode(t.Id + ":start"));
     finishes.push_back(net->CreateNode(t.Id + ":finish"));
-    plan.Tasks.push_back(edge(starts.back(), finishes.back(), t.Duration));
-    roles.push_back({plan.Tasks.back(), static_cast<int32_t>(starts.size() - 1), 0, -1, t.Line});
+    roles.push_back({edge(starts.back(), finishes.back(), t.Duration),
+                     static_cast<int32_t>(starts.size() - 1), 0, -1, t.Line});
   }
   int64_t total = 0;
   for (std::size_t i = 0; i < tasks.size(); ++i) {
     const PlanTask& t = tasks[i];
     total += t.Duration;
     if (t.Predecessors.empty()) {
-      plan.Dummies.push_back({edge(first, starts[i], 0), static_cast<int32_t>(i), -1});
-      roles.push_back({plan.Dummies.back().Edge, -1, 0, -1, t.Line});
+      dummy(i, -1);
+      roles.push_back({edge(first, starts[i], 0), -1, 0, -1, t.Line});
     }
     for (std::size_t k = 0; k < t.Predecessors.size(); ++k) {
       const PlanLink& l = t.Predecessors[k];
       std::size_t p = l.Task;
       bool fromFinish = l.Type == LinkType::FS || l.Type == LinkType::FF;
       bool toFinish = l.Type == LinkType::FF || l.Type == LinkType::SF;
-      if (fromFinish && l.Lag >= 0) carriedOn[p] = true;
       int64_t weight = int64_t{l.Lag} - (toFinish ? t.Duration : 0);
       total += weight < 0 ? -weight : weight;
       if (total > std::numeric_limits<int32_t>::max())
         throw CpmError(file + ":" + std::to_string(t.Line) +
                        ": the durations and lags add up to more than 2147483647");
-      plan.Dummies.push_back({edge(fromFinish ? finishes[p] : starts[p], starts[i],
-                                   static_cast<int32_t>(weight)),
-                              static_cast<int32_t>(i), static_cast<int32_t>(k)});
-      roles.push_back({plan.Dummies.back().Edge, -1, l.Lag,
-                       toFinish ? static_cast<int32_t>(i) : -1, t.Line});
+      dummy(i, static_cast<int32_t>(k));
+      roles.push_back({edge(fromFinish ? finishes[p] : starts[p], starts[i],
+                            static_cast<int32_t>(weight)),
+                       -1, l.Lag, toFinish ? static_cast<int32_t>(i) : -1, t.Line});
     }
   }
   for (std::size_t i = 0; i < tasks.size(); ++i)
     if (!carriedOn[i]) {
-      plan.Dummies.push_back({edge(finishes[i], last, 0), static_cast<int32_t>(i), -2});
-      roles.push_back({plan.Dummies.back().Edge, -1, 0, -1, tasks[i].Line});
+      dummy(i, -2);
+      roles.push_back({edge(finishes[i], last, 0), -1, 0, -1, tasks[i].Line});
     }
   return plan;
 }
@@ -216,7 +226,7 @@ Input ReadInput(TActivityNetwork* net, const std::string& data, const CpmOptions
   std::istringstream in(data);
   if (o.Aon || (EndsWith(file, ".csv") && HasPlanHeader(data))) {
     input.IsPlan = true;
-    input.Plan = ParsePlan(in, file);
+    input.Plan = ParsePlan(data, file);
   } else if (data.compare(0, 4, "TPF0") == 0) {
     // A network saved by --save: the component stream.
     input.Saved = true;
@@ -246,7 +256,7 @@ void SetWeights(Network& n, const std::vector<int64_t>& steps, int32_t scale,
                 const std::string& file) {
   int64_t total = 0;
   for (const EdgeRole& r : n.Roles) {
-    int64_t w = r.Lag * scale + (r.Task >= 0 ? steps[r.Task] : 0) - (r.Minus >= 0 ? steps[r.Minus] : 0);
+    int64_t w = int64_t{r.Lag} * scale + (r.Task >= 0 ? steps[r.Task] : 0) - (r.Minus >= 0 ? steps[r.Minus] : 0);
     total += w < 0 ? -w : w;
     if (total > std::numeric_limits<int32_t>::max())
       throw CpmError(file + ": the durations and lags add up to more than " +
@@ -273,20 +283,19 @@ std::vector<int64_t> MeanSteps(const std::vector<Estimate>& estimates, int32_t s
 
 // Builds the network of an input (a saved one is already in n), its
 // durations in steps of 1/scale.
-void Build(Network& n, const Input& input, int32_t scale, const std::string& file) {
+void Build(Network& n, const Input& input, int32_t scale, const std::string& file,
+           bool showDummies) {
   n.From.Roles = &n.Roles;
   if (input.Saved) return;
   if (input.IsPlan) {
     n.From.Plan = true;
-    n.Plan = BuildPlan(n.Net.get(), input.Plan, file, n.Roles);
-    n.TaskEdges = n.Plan->Tasks;
+    n.Plan = BuildPlan(n.Net.get(), input.Plan, file, n.Roles, showDummies);
   } else {
     BuildNetwork(n.Net.get(), input.Lines, file, n.Roles);
-    for (const EdgeRole& r : n.Roles) n.TaskEdges.push_back(r.Edge);
   }
   std::vector<Estimate> estimates = input.Estimates();
   for (std::size_t i = 0; i < estimates.size(); ++i)
-    if (estimates[i].ThreePoint) n.From.Estimates[n.TaskEdges[i]] = estimates[i];
+    if (estimates[i].ThreePoint) n.From.Estimates[n.Roles[i].Edge] = estimates[i];
   SetWeights(n, MeanSteps(estimates, scale), scale, file);
 }
 
@@ -432,11 +441,57 @@ PertFigures Pert(TStrings* order, const Origin& origin) {
   return p;
 }
 
+// The events of a computed network in order: the events themselves, their
+// captions read from them when asked (the network's own list would copy two
+// million captions for a plan of a million tasks).
+class TEventOrder : public TStrings {
+  PEL_CLASS(TEventOrder, TStrings)
+ public:
+  String Get(int32_t Index) override {
+    TObject* event = GetObject(Index);
+    return event ? As<TPelGraphNode>(event)->GetCaption() : String();
+  }
+  int32_t GetCount() override { return static_cast<int32_t>(FEvents.size()); }
+  TObject* GetObject(int32_t Index) override {
+    Check(Index, GetCount());
+    return FEvents[static_cast<std::size_t>(Index)];
+  }
+  void PutObject(int32_t Index, TObject* AObject) override {
+    Check(Index, GetCount());
+    FEvents[static_cast<std::size_t>(Index)] = AObject;
+  }
+  int32_t GetCapacity() override { return static_cast<int32_t>(FEvents.capacity()); }
+  void SetCapacity(int32_t NewCapacity) override {
+    FEvents.reserve(static_cast<std::size_t>(std::max(NewCapacity, 0)));
+  }
+  void Clear() override { FEvents.clear(); }
+  void Delete(int32_t Index) override {
+    Check(Index, GetCount());
+    FEvents.erase(FEvents.begin() + Index);
+  }
+  void Insert(int32_t Index, const String& S) override { InsertObject(Index, S, nullptr); }
+  void InsertObject(int32_t Index, const String&, TObject* AObject) override {
+    Check(Index, GetCount() + 1);
+    FEvents.insert(FEvents.begin() + Index, AObject);
+  }
+  int32_t AddObject(const String&, TObject* AObject) override {
+    FEvents.push_back(AObject);
+    return GetCount() - 1;
+  }
+
+ private:
+  static void Check(int32_t Index, int32_t Limit) {
+    if (Index < 0 || Index >= Limit) Error(SListIndexError, Index);
+  }
+  std::vector<TObject*> FEvents;
+};
+
 // Computes the network's times; the events in topological order.
 Owned<TStrings> Times(TActivityNetwork* net, TAOEEvent* start, TAOEEvent* finish,
                       const std::string& file, const Origin& origin, int32_t& time) {
   try {
-    Owned<TStrings> order(net->GetEarliestCompletionTime(start, finish, nullptr, time));
+    Owned<TStrings> order(Make<TEventOrder>());
+    net->GetEarliestCompletionTime(start, finish, order.get(), time);
     if (!order->GetCount()) time = 0;
     return order;
   } catch (const EGraphException& e) {
@@ -483,24 +538,28 @@ Schedule Compute(TActivityNetwork* net, TAOEEvent* start, TAOEEvent* finish,
 }
 
 // A plan's schedule, task by task: a task's free float is how far it can
-// slip before any of its links (or the project finish) binds.
+// slip before any of its links (or the project finish) binds. Once the
+// figures are taken from the network, release (when given) may free it:
+// a large plan's report then never shares the memory with its network.
 Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan,
                      const std::vector<PlanTask>& tasks, bool showDummies,
-                     const std::string& file, const Origin& origin) {
+                     const std::string& file, const Origin& origin,
+                     const std::function<void()>& release) {
   Schedule s;
   s.Plan = true;
   Owned<TStrings> order = Times(net, nullptr, nullptr, file, origin, s.CompletionTime);
   if (!origin.Estimates.empty()) s.Pert = Pert(order.get(), origin);
   if (showDummies) s.Events = EventList(order.get());
   order.reset();
-  s.Tasks.reserve(tasks.size());
+  // The figures of the tasks, then those of the dummies shown.
+  struct Figures {
+    int32_t Duration, EarliestStart, LatestStart, Slack, FreeFloat;
+  };
+  std::vector<Figures> figures;
+  figures.reserve(tasks.size());
   for (std::size_t i = 0; i < tasks.size(); ++i) {
-    const PlanTask& p = tasks[i];
-    TAOETask* edge = plan.Tasks[i];
+    TAOETask* edge = (*origin.Roles)[i].Edge;
     TaskTimes k = EdgeTimes(edge, false);
-    k.Id = p.Id;
-    k.Name = p.Name;
-    k.Est = p.Est;
     int64_t free = int64_t{s.CompletionTime} - Earliest(edge->GetToNode());
     for (TPelGraphNode* n : {edge->GetFromNode(), edge->GetToNode()})
       for (int32_t j = 0; j < n->GetEdgeCount(); ++j) {
@@ -509,20 +568,14 @@ Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan,
           free = std::min<int64_t>(free, int64_t{Earliest(d->GetToNode())} - Earliest(n) -
                                              d->GetWeight());
       }
-    k.FreeFloat = static_cast<int32_t>(free);
-    if (k.Critical) s.Critical.push_back(p.Id);
-    s.Tasks.push_back(std::move(k));
+    figures.push_back({k.Duration, k.EarliestStart, k.LatestStart, k.Slack,
+                       static_cast<int32_t>(free)});
   }
-  std::size_t links = 0;
-  for (const PlanTask& t : tasks) links += t.Predecessors.size();
-  s.Links.reserve(links);
-  for (std::size_t i = 0; i < tasks.size(); ++i)
-    for (const PlanLink& l : tasks[i].Predecessors)
-      s.Links.push_back({l.Id, tasks[i].Id, LinkText(l.Type, l.Lag),
-                         s.Tasks[l.Task].Critical && s.Tasks[i].Critical});
+  std::vector<TaskTimes> dummies;
   if (showDummies)
-    for (const auto& d : plan.Dummies) {
-      TaskTimes k = EdgeTimes(d.Edge);
+    for (std::size_t j = 0; j < plan.Dummies.size(); ++j) {
+      const PlanNetwork::Dummy& d = plan.Dummies[j];
+      TaskTimes k = EdgeTimes((*origin.Roles)[tasks.size() + j].Edge);
       const PlanTask& t = tasks[d.Task];
       if (d.Link == -1) {
         k.Name = "project start";
@@ -530,20 +583,55 @@ Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan,
         k.Name = "project finish";
       } else {
         const PlanLink& l = t.Predecessors[d.Link];
-        k.Name = l.Id + " " + LinkText(l.Type, l.Lag) + " " + t.Id;
+        k.Name = tasks[l.Task].Id + " " + LinkText(l.Type, l.Lag) + " " + t.Id;
       }
-      s.Tasks.push_back(std::move(k));
+      dummies.push_back(std::move(k));
     }
+  if (release) release();
+
+  s.Tasks.reserve(tasks.size() + dummies.size());
+  for (std::size_t i = 0; i < tasks.size(); ++i) {
+    const PlanTask& p = tasks[i];
+    const Figures& f = figures[i];
+    TaskTimes& k = s.Tasks.emplace_back();
+    k.Duration = f.Duration;
+    k.EarliestStart = f.EarliestStart;
+    k.LatestStart = f.LatestStart;
+    k.Slack = f.Slack;
+    k.FreeFloat = f.FreeFloat;
+    k.Critical = f.Slack == 0;
+    k.Id = p.Id;
+    k.Name = p.Name;
+    k.Est = p.Est;
+    if (k.Critical) s.Critical.push_back(p.Id);
+  }
+  std::vector<Figures>().swap(figures);
+  std::size_t links = 0;
+  for (const PlanTask& t : tasks) links += t.Predecessors.size();
+  s.Links.reserve(links);
+  for (std::size_t i = 0; i < tasks.size(); ++i)
+    for (const PlanLink& l : tasks[i].Predecessors)
+      s.Links.push_back({static_cast<uint32_t>(l.Task), static_cast<uint32_t>(i), l.Lag, l.Type,
+                         s.Tasks[l.Task].Critical && s.Tasks[i].Critical});
+  for (TaskTimes& k : dummies) s.Tasks.push_back(std::move(k));
   return s;
 }
 
 // The schedule of a built network: a plan's task by task, an event
-// network's between --from and --to.
-Schedule Run(Network& n, const Input& input, const CpmOptions& o) {
+// network's between --from and --to. Unless Keep, a plan's network is freed
+// as soon as its figures are taken.
+Schedule Run(Network& n, const Input& input, const CpmOptions& o, bool keep) {
   if (n.Plan) {
     if (!o.From.empty() || !o.To.empty())
       throw CpmError("--from and --to apply to event networks, not to a plan of tasks");
-    return ComputePlan(n.Net.get(), *n.Plan, input.Plan, o.ShowDummies, o.File, n.From);
+    std::function<void()> release;
+    if (!keep)
+      release = [&n] {
+        n.Net.reset();
+        std::vector<EdgeRole>().swap(n.Roles);
+        n.From.Estimates.clear();
+      };
+    return ComputePlan(n.Net.get(), *n.Plan, input.Plan, o.ShowDummies, o.File, n.From, release);
   }
   TAOEEvent* start = EventNamed(n.Net.get(), o.From, "--from");
   TAOEEvent* finish = EventNamed(n.Net.get(), o.To, "--to");
@@ -609,8 +697,8 @@ SimulationFigures Simulate(Network& n, const Input& input, int64_t runs, uint64_
     int32_t time = 0;
     Owned<TStrings> order(n.Net->GetEarliestCompletionTime(nullptr, nullptr, nullptr, time));
     completion.push_back(order->GetCount() ? time : 0);
-    for (std::size_t i = 0; i < n.TaskEdges.size(); ++i)
-      if (n.TaskEdges[i]->GetCriticality() == 0) ++critical[i];
+    for (std::size_t i = 0; i < estimates.size(); ++i)
+      if (n.Roles[i].Edge->GetCriticality() == 0) ++critical[i];
   }
   std::sort(completion.begin(), completion.end());
   // Nearest rank: the smallest time reached by at least k per cent.
@@ -758,7 +846,17 @@ int RunCpm(const std::vector<std::string>& args, std::istream& in, std::ostream&
       err << "pel cpm: cannot read '" << o.File << "': " << std::strerror(errno) << "\n";
       return 2;
     }
-    data = ReadAll(file);
+    // Read at once into a string of the file's size: a large plan is not
+    // copied again.
+    file.seekg(0, std::ios::end);
+    const std::streamoff size = file.tellg();
+    file.seekg(0, std::ios::beg);
+    if (size > 0) {
+      data.resize(static_cast<std::size_t>(size));
+      file.read(data.data(), size);
+      data.resize(static_cast<std::size_t>(file.gcount()));
+    }
+    data += ReadAll(file);  // whatever the size did not show
   }
 
   try {
@@ -780,25 +878,28 @@ int RunCpm(const std::vector<std::string>& args, std::istream& in, std::ostream&
 
     Network n;
     Input input = ReadInput(n.Net.get(), data, o);
+    std::string().swap(data);  // a large plan's text is no longer needed
     if (input.Saved && (o.Simulate || !o.WhatIf.empty()))
       throw CpmError("--simulate and --what-if need a network written as text or CSV");
     if (o.Simulate && (!o.From.empty() || !o.To.empty()))
       throw CpmError("--simulate runs the whole network, without --from and --to");
-    std::vector<Estimate> estimates = input.Estimates();
-    bool threePoint = std::any_of(estimates.begin(), estimates.end(),
-                                  [](const Estimate& e) { return e.ThreePoint; });
+    auto threePointTask = [](const auto& t) { return t.Est.ThreePoint; };
+    const bool threePoint = input.IsPlan
+                                ? std::any_of(input.Plan.begin(), input.Plan.end(), threePointTask)
+                                : std::any_of(input.Lines.begin(), input.Lines.end(), threePointTask);
     // Means are kept exactly, in sixths; with a calendar they are rounded up
     // to whole days.
     const int32_t scale = threePoint && !calendar ? 6 : 1;
     std::optional<Schedule> before;
     if (!o.WhatIf.empty()) {
       Network old;
-      Build(old, input, scale, o.File);
-      before = Run(old, input, o);
+      Build(old, input, scale, o.File, o.ShowDummies);
+      before = Run(old, input, o, false);
       for (const auto& change : o.WhatIf) ApplyWhatIf(input, change);
     }
-    Build(n, input, scale, o.File);
-    Schedule s = Run(n, input, o);
+    Build(n, input, scale, o.File, o.ShowDummies);
+    // The network is written by --save and run again by --simulate.
+    Schedule s = Run(n, input, o, !o.Save.empty() || o.Simulate);
     s.Scale = scale;
     s.Calendar = calendar ? &*calendar : nullptr;
     if (before) s.WhatIf = Compare(*before, s, o.WhatIf);

@@ -4,7 +4,7 @@
 #include <charconv>
 #include <istream>
 #include <limits>
-#include <unordered_map>
+#include <string_view>
 
 #include "pel/CpmSchedule.h"
 
@@ -17,25 +17,26 @@ namespace {
 }
 
 // A duration is a whole number from 0 to the largest 32-bit value.
-int32_t ParseDuration(const std::string& text, const std::string& file, int line) {
+int32_t ParseDuration(std::string_view text, const std::string& file, int line) {
   if (text.empty()) Fail(file, line, "missing duration");
+  auto quoted = [&] { return "duration '" + std::string(text) + "'"; };
   if (text[0] == '-' && text.size() > 1 &&
       std::all_of(text.begin() + 1, text.end(), [](unsigned char c) { return std::isdigit(c); }))
-    Fail(file, line, "duration '" + text + "' is negative");
+    Fail(file, line, quoted() + " is negative");
   int64_t value = 0;
   auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
   if (ec == std::errc::result_out_of_range ||
       (ec == std::errc() && end == text.data() + text.size() &&
        value > std::numeric_limits<int32_t>::max()))
-    Fail(file, line, "duration '" + text + "' is too large");
+    Fail(file, line, quoted() + " is too large");
   if (ec != std::errc() || end != text.data() + text.size() ||
       !std::isdigit(static_cast<unsigned char>(text[0])))
-    Fail(file, line, "duration '" + text + "' is not a whole number");
+    Fail(file, line, quoted() + " is not a whole number");
   return static_cast<int32_t>(value);
 }
 
 // A whole duration, or three "O/M/P" with O <= M <= P.
-Estimate ParseEstimate(const std::string& text, const std::string& file, int line) {
+Estimate ParseEstimate(std::string_view text, const std::string& file, int line) {
   Estimate e;
   std::size_t a = text.find('/');
   if (a == std::string::npos) {
@@ -44,13 +45,14 @@ Estimate ParseEstimate(const std::string& text, const std::string& file, int lin
   }
   std::size_t b = text.find('/', a + 1);
   if (b == std::string::npos || text.find('/', b + 1) != std::string::npos)
-    Fail(file, line, "estimate '" + text + "' is not OPTIMISTIC/LIKELY/PESSIMISTIC");
+    Fail(file, line, "estimate '" + std::string(text) + "' is not OPTIMISTIC/LIKELY/PESSIMISTIC");
   e.O = ParseDuration(text.substr(0, a), file, line);
   e.M = ParseDuration(text.substr(a + 1, b - a - 1), file, line);
   e.P = ParseDuration(text.substr(b + 1), file, line);
   if (e.O > e.M || e.M > e.P)
     Fail(file, line,
-         "estimate '" + text + "' is not in order: optimistic <= most likely <= pessimistic");
+         "estimate '" + std::string(text) +
+             "' is not in order: optimistic <= most likely <= pessimistic");
   e.ThreePoint = true;
   return e;
 }
@@ -239,28 +241,68 @@ bool HasPlanHeader(const std::string& data) {
 
 namespace {
 
-bool ValidId(const std::string& id) {
+bool ValidId(std::string_view id) {
   return !id.empty() && id.find_first_of(" \t;:()") == std::string::npos;
 }
 
-// "B", "B FS+2", "B SS", "B FF-1": an id, then optionally a type and a signed lag.
-PlanLink ParseLink(const std::string& text, const std::string& file, int n) {
+std::string_view TrimView(std::string_view s) {
+  std::size_t b = s.find_first_not_of(" \t");
+  if (b == std::string_view::npos) return {};
+  return s.substr(b, s.find_last_not_of(" \t") - b + 1);
+}
+
+// The lines of a text as getline gives them, without a '\r' before the '\n'.
+bool NextLine(std::string_view& rest, std::string_view& line) {
+  if (rest.empty()) return false;
+  std::size_t end = rest.find('\n');
+  line = rest.substr(0, end);
+  rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
+  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  return true;
+}
+
+// One CSV record's fields into Fields. Unquoted fields are views of the line;
+// a line with quotes is split by SplitCsv into Storage, which the views then
+// show.
+void SplitFields(std::string_view line, const std::string& file, int n,
+                 std::vector<std::string_view>& fields, std::vector<std::string>& storage) {
+  fields.clear();
+  if (line.find('"') == std::string_view::npos) {
+    for (std::size_t at = 0;;) {
+      std::size_t end = std::min(line.find(',', at), line.size());
+      std::size_t b = at, e = end;
+      while (b < e && (line[b] == ' ' || line[b] == '\t')) ++b;
+      while (e > b && (line[e - 1] == ' ' || line[e - 1] == '\t')) --e;
+      fields.push_back(line.substr(b, e - b));
+      if (end == line.size()) return;
+      at = end + 1;
+    }
+  }
+  storage = SplitCsv(std::string(line), file, n);
+  fields.assign(storage.begin(), storage.end());
+}
+
+// "B", "B FS+2", "B SS", "B FF-1": an id, then optionally a type and a signed
+// lag. The id goes to Id; the link's task is found later.
+PlanLink ParseLink(std::string_view text, std::string_view& id, const std::string& file, int n) {
   PlanLink link;
   std::size_t blank = text.find_first_of(" \t");
-  link.Id = text.substr(0, blank);
-  std::string rest = blank == std::string::npos ? "" : Trim(text.substr(blank));
+  id = text.substr(0, blank);
+  std::string_view rest = blank == std::string_view::npos ? "" : TrimView(text.substr(blank));
   auto bad = [&] {
-    Fail(file, n, "predecessor '" + text + "' is not ID or ID TYPE[+-LAG] (TYPE FS, SS, FF or SF)");
+    Fail(file, n,
+         "predecessor '" + std::string(text) +
+             "' is not ID or ID TYPE[+-LAG] (TYPE FS, SS, FF or SF)");
   };
-  if (!ValidId(link.Id)) bad();
+  if (!ValidId(id)) bad();
   if (rest.empty()) return link;
-  std::string type = rest.substr(0, 2);
+  std::string type(rest.substr(0, 2));
   for (char& c : type) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
   static const char* names[] = {"FS", "SS", "FF", "SF"};
   auto it = std::find_if(std::begin(names), std::end(names), [&](const char* t) { return type == t; });
   if (it == std::end(names)) bad();
   link.Type = static_cast<LinkType>(it - std::begin(names));
-  std::string lag = rest.substr(2);
+  std::string_view lag = rest.substr(2);
   if (lag.empty()) return link;
   if ((lag[0] != '+' && lag[0] != '-') || lag.size() < 2 ||
       !std::all_of(lag.begin() + 1, lag.end(), [](unsigned char c) { return std::isdigit(c); }))
@@ -268,26 +310,83 @@ PlanLink ParseLink(const std::string& text, const std::string& file, int n) {
   int64_t value = 0;
   auto [end, ec] = std::from_chars(lag.data() + 1, lag.data() + lag.size(), value);
   if (ec != std::errc() || value > std::numeric_limits<int32_t>::max())
-    Fail(file, n, "lag '" + lag + "' is too large");
+    Fail(file, n, "lag '" + std::string(lag) + "' is too large");
   link.Lag = static_cast<int32_t>(lag[0] == '-' ? -value : value);
   return link;
 }
 
+// The tasks of a plan by id: open addressing over the tasks' places, the
+// ids themselves being the keys.
+class TaskIndex {
+ public:
+  explicit TaskIndex(const std::vector<PlanTask>& tasks) : FTasks(tasks) {}
+  // The place of the task of that id, or npos.
+  std::size_t Find(std::string_view id) const {
+    if (FSlots.empty()) return npos;
+    const std::size_t mask = FSlots.size() - 1;
+    for (std::size_t i = Hash(id) & mask;; i = (i + 1) & mask) {
+      const uint32_t slot = FSlots[i];
+      if (slot == 0) return npos;
+      if (FTasks[slot - 1].Id == id) return slot - 1;
+    }
+  }
+  // Adds the task at place Task under its id (not indexed yet).
+  void Add(std::size_t Task) {
+    if ((FCount + 1) * 2 > FSlots.size()) Grow();
+    Put(Task);
+    ++FCount;
+  }
+  void Reserve(std::size_t count) {
+    while (count * 2 > FSlots.size()) Grow();
+  }
+  static constexpr std::size_t npos = std::size_t(-1);
+
+ private:
+  static std::size_t Hash(std::string_view id) { return std::hash<std::string_view>()(id); }
+  void Put(std::size_t Task) {
+    const std::size_t mask = FSlots.size() - 1;
+    std::size_t i = Hash(FTasks[Task].Id) & mask;
+    while (FSlots[i]) i = (i + 1) & mask;
+    FSlots[i] = static_cast<uint32_t>(Task + 1);
+  }
+  void Grow() {
+    std::vector<uint32_t> old(std::max<std::size_t>(64, FSlots.size() * 2));
+    old.swap(FSlots);
+    for (uint32_t slot : old)
+      if (slot) Put(slot - 1);
+  }
+  const std::vector<PlanTask>& FTasks;
+  std::vector<uint32_t> FSlots;  // a task's place plus one; 0 is free
+  std::size_t FCount = 0;
+};
+
 }  // namespace
 
-std::vector<PlanTask> ParsePlan(std::istream& in, const std::string& file) {
+std::vector<PlanTask> ParsePlan(std::string_view data, const std::string& file) {
   std::vector<PlanTask> tasks;
-  std::unordered_map<std::string, std::size_t> index;
-  std::string line;
+  TaskIndex index(tasks);
+  // A predecessor not defined yet, found once every task is read.
+  struct Pending {
+    std::size_t Task, Link;
+    std::string Id;
+  };
+  std::vector<Pending> pending;
+  std::vector<std::string_view> fields;
+  std::vector<std::string> storage;
+  const std::size_t lines = static_cast<std::size_t>(std::count(data.begin(), data.end(), '\n'));
+  tasks.reserve(lines + 1);
+  index.Reserve(lines + 1);
   int n = 0;
   std::size_t id = 0, name = 0, duration = 0, predecessors = 0, needed = 0;
   bool header = false, named = false;
-  while (ReadLine(in, line)) {
+  std::string_view rest = data, line;
+  while (NextLine(rest, line)) {
     ++n;
-    if (Trim(line).empty()) continue;
-    std::vector<std::string> fields = SplitCsv(line, file, n);
+    if (TrimView(line).empty()) continue;
+    SplitFields(line, file, n, fields, storage);
     if (!header) {
-      CsvHeader h = ReadHeader(fields, "id,name,duration,predecessors", file, n);
+      std::vector<std::string> names(fields.begin(), fields.end());
+      CsvHeader h = ReadHeader(names, "id,name,duration,predecessors", file, n);
       id = h.Column("id");
       duration = h.Column("duration");
       predecessors = h.Column("predecessors");
@@ -299,38 +398,47 @@ std::vector<PlanTask> ParsePlan(std::istream& in, const std::string& file) {
     }
     // A missing last field is an empty list of predecessors.
     if (fields.size() + 1 == needed && predecessors == needed - 1) fields.emplace_back();
-    RequireFields(fields, needed, file, n);
-    PlanTask t;
-    t.Id = fields[id];
-    if (!ValidId(t.Id))
-      Fail(file, n, t.Id.empty() ? "missing task id"
-                                 : "task id '" + t.Id + "' has a blank, ';', ':' or a parenthesis");
-    if (!index.try_emplace(t.Id, tasks.size()).second)
-      Fail(file, n, "task '" + t.Id + "' is already defined on line " +
-                        std::to_string(tasks[index[t.Id]].Line));
+    if (fields.size() < needed)
+      Fail(file, n,
+           "expected " + std::to_string(needed) + " fields, found " +
+               std::to_string(fields.size()));
+    std::string_view taskId = fields[id];
+    if (!ValidId(taskId))
+      Fail(file, n, taskId.empty() ? "missing task id"
+                                   : "task id '" + std::string(taskId) +
+                                         "' has a blank, ';', ':' or a parenthesis");
+    if (std::size_t known = index.Find(taskId); known != TaskIndex::npos)
+      Fail(file, n, "task '" + std::string(taskId) + "' is already defined on line " +
+                        std::to_string(tasks[known].Line));
+    PlanTask& t = tasks.emplace_back();
+    t.Id = taskId;
+    index.Add(tasks.size() - 1);
     if (named) t.Name = fields[name];
     t.Est = ParseEstimate(fields[duration], file, n);
     t.Duration = t.Est.P;
     t.Line = n;
-    std::string list = fields[predecessors];
+    std::string_view list = fields[predecessors];
     for (std::size_t at = 0; at <= list.size();) {
       std::size_t end = std::min(list.find(';', at), list.size());
-      std::string item = Trim(list.substr(at, end - at));
+      std::string_view item = TrimView(list.substr(at, end - at));
       at = end + 1;
       if (item.empty()) continue;
-      t.Predecessors.push_back(ParseLink(item, file, n));
-      if (t.Predecessors.back().Id == t.Id) Fail(file, n, "task '" + t.Id + "' is its own predecessor");
+      std::string_view linkId;
+      PlanLink link = ParseLink(item, linkId, file, n);
+      if (linkId == t.Id) Fail(file, n, "task '" + t.Id + "' is its own predecessor");
+      link.Task = index.Find(linkId);
+      if (link.Task == TaskIndex::npos)
+        pending.push_back({tasks.size() - 1, t.Predecessors.size(), std::string(linkId)});
+      t.Predecessors.push_back(link);
     }
-    tasks.push_back(std::move(t));
   }
   if (!header) Fail(file, std::max(n, 1), "no header line (expected id,name,duration,predecessors)");
-  for (PlanTask& t : tasks)
-    for (PlanLink& l : t.Predecessors) {
-      auto it = index.find(l.Id);
-      if (it == index.end())
-        Fail(file, t.Line, "predecessor '" + l.Id + "' is not a task of the plan");
-      l.Task = it->second;
-    }
+  for (const Pending& p : pending) {
+    std::size_t found = index.Find(p.Id);
+    if (found == TaskIndex::npos)
+      Fail(file, tasks[p.Task].Line, "predecessor '" + std::string(p.Id) + "' is not a task of the plan");
+    tasks[p.Task].Predecessors[p.Link].Task = found;
+  }
   return tasks;
 }
 

@@ -435,9 +435,9 @@ void RenderJson(const Schedule& s, std::ostream& out) {
     w.Key("links").Begin('[');
     for (const auto& l : s.Links) {
       w.Begin('{');
-      w.Key("from").String(l.From);
-      w.Key("to").String(l.To);
-      w.Key("type").String(l.Kind);
+      w.Key("from").String(s.Tasks[l.From].Id);
+      w.Key("to").String(s.Tasks[l.To].Id);
+      w.Key("type").String(LinkText(l.Type, l.Lag));
       w.End('}');
     }
     w.End(']');
@@ -473,7 +473,8 @@ std::string RenderDot(const Schedule& s) {
       dot << "];\n";
     }
     for (const auto& l : s.Links) {
-      dot << "  " << DotQuote(l.From) << " -> " << DotQuote(l.To) << " [label=" << DotQuote(l.Kind);
+      dot << "  " << DotQuote(s.Tasks[l.From].Id) << " -> " << DotQuote(s.Tasks[l.To].Id)
+          << " [label=" << DotQuote(LinkText(l.Type, l.Lag));
       if (l.Critical) dot << ", color=\"#d62728\", fontcolor=\"#d62728\", penwidth=2.5";
       dot << "];\n";
     }

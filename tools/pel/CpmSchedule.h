@@ -6,6 +6,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace pel::cli {
@@ -51,10 +52,9 @@ enum class LinkType { FS, SS, FF, SF };
 // "B SS+2" in C's predecessors: C's start waits for B's start plus 2. A
 // negative lag is a lead.
 struct PlanLink {
-  std::string Id;
-  LinkType Type = LinkType::FS;
-  int32_t Lag = 0;
   std::size_t Task = 0;  // the predecessor's place in the plan
+  int32_t Lag = 0;
+  LinkType Type = LinkType::FS;
 };
 
 struct PlanTask {
@@ -73,7 +73,7 @@ bool HasPlanHeader(const std::string& data);
 // ';', each "ID", "ID FS+2", "ID SS", "ID FF-1" or "ID SF+3". Ids are unique,
 // without blanks, ';', ':' or parentheses; every predecessor is a task of the
 // plan and no task its own. Raises CpmError naming file and line.
-std::vector<PlanTask> ParsePlan(std::istream& in, const std::string& file);
+std::vector<PlanTask> ParsePlan(std::string_view data, const std::string& file);
 std::string LinkText(LinkType type, int32_t lag);  // "FS+2", "SS", "FF-1"
 
 struct EventTimes {
@@ -95,9 +95,12 @@ struct TaskTimes {
   Estimate Est;  // a task's (not a dummy's)
 };
 
-// A link of a plan, as the plan's Graphviz picture draws it.
+// A link of a plan, as the plan's Graphviz picture draws it: From and To
+// are the places of its tasks in Schedule::Tasks.
 struct LinkTimes {
-  std::string From, To, Kind;  // task ids; "FS+2"
+  uint32_t From = 0, To = 0;
+  int32_t Lag = 0;
+  LinkType Type = LinkType::FS;
   bool Critical = false;
 };
 
