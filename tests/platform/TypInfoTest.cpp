@@ -13,6 +13,12 @@ const char* const kFruitNames[] = {"frApple", "frPear", "frPlum"};
 const TTypeInfo TFruitInfo = EnumTypeInfo("TFruit", kFruitNames);
 const TTypeInfo TFruitsInfo = SetTypeInfo("TFruits", &TFruitInfo);
 
+// A field FName with its getter GetName and setter SetName.
+#define FIELD(Type, Name, ...)               \
+  Type Get##Name() const { return F##Name; } \
+  void Set##Name(Type v) { F##Name = v; }    \
+  Type F##Name{__VA_ARGS__};
+
 class TBasket : public TPersistent {
   PEL_CLASS(TBasket, TPersistent)
   PEL_PUBLISHED(TBasket, Property<&TBasket::GetCount, &TBasket::SetCount>("Count").WithDefault(3),
@@ -20,17 +26,10 @@ class TBasket : public TPersistent {
                 Property<&TBasket::GetLabel, &TBasket::SetLabel>("Label"),
                 Property<&TBasket::GetWeight>("Weight"))
  public:
-  int32_t GetCount() const { return FCount; }
-  void SetCount(int32_t v) { FCount = v; }
-  TFruit GetFruit() const { return FFruit; }
-  void SetFruit(TFruit v) { FFruit = v; }
-  String GetLabel() const { return FLabel; }
-  void SetLabel(const String& v) { FLabel = v; }
+  FIELD(int32_t, Count, 3)
+  FIELD(TFruit, Fruit, frApple)
+  FIELD(String, Label)
   double GetWeight() const { return 1.5; }
-
-  int32_t FCount = 3;
-  TFruit FFruit = frApple;
-  String FLabel;
 };
 
 class TBigBasket : public TBasket {
@@ -45,27 +44,16 @@ class TBigBasket : public TBasket {
                 Property<&TBigBasket::GetInner, &TBigBasket::SetInner>("Inner"),
                 Property<&TBigBasket::GetMark, &TBigBasket::SetMark>("Mark").NotStored())
  public:
-  uint32_t GetKinds() const { return FKinds; }
-  void SetKinds(uint32_t v) { FKinds = v; }
-  bool GetBig() const { return FBig; }
-  void SetBig(bool v) { FBig = v; }
-  int64_t GetTotal() const { return FTotal; }
-  void SetTotal(int64_t v) { FTotal = v; }
-  Currency GetPrice() const { return FPrice; }
-  void SetPrice(Currency v) { FPrice = v; }
+  FIELD(uint32_t, Kinds, 0)
+  FIELD(bool, Big, false)
+  FIELD(int64_t, Total, 0)
+  FIELD(Currency, Price)
+  FIELD(TBasket*, Inner, nullptr)
+  FIELD(char, Mark, 'a')
   bool PriceStored() const { return FPrice.Value > 0; }
-  TBasket* GetInner() const { return FInner; }
-  void SetInner(TBasket* v) { FInner = v; }
-  char GetMark() const { return FMark; }
-  void SetMark(char v) { FMark = v; }
-
-  uint32_t FKinds = 0;
-  bool FBig = false;
-  int64_t FTotal = 0;
-  Currency FPrice;
-  TBasket* FInner = nullptr;
-  char FMark = 'a';
 };
+
+#undef FIELD
 
 class TPlain : public TBigBasket {
   PEL_CLASS(TPlain, TBigBasket)
