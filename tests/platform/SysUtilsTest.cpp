@@ -227,15 +227,14 @@ TEST(SysUtils, TryFinally) {
   // The final part runs once when the body raises, and its own exception
   // replaces the body's.
   EXPECT_THROW(TryFinally([] { throw EConvertError("body"); }, count), EConvertError);
-  try {
-    TryFinally([]() -> int { throw EConvertError("body"); },
-               [&] {
-                 ++finals;
-                 throw EListError("final");
-               });
-    ADD_FAILURE() << "nothing raised";
-  } catch (const Exception& e) {
-    EXPECT_EQ(e.Message(), "final");
-  }
+  ExpectRaises<EListError>(
+      [&] {
+        TryFinally([]() -> int { throw EConvertError("body"); },
+                   [&] {
+                     ++finals;
+                     throw EListError("final");
+                   });
+      },
+      "final");
   EXPECT_EQ(finals, 3);
 }
