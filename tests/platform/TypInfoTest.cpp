@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "platform/Classes.h"
 #include "platform/ExpectRaises.h"
 
@@ -83,23 +85,18 @@ TEST(TypInfo, TablesAreWalkedFromTheRootDown) {
 
 TEST(TypInfo, TypedAccessByName) {
   auto b = Make<TBigBasket>();
-  SetOrdProp(b.get(), "Count", 7);
-  EXPECT_EQ(b->FCount, 7);
-  SetEnumProp(b.get(), "Fruit", "frPlum");
-  EXPECT_EQ(b->FFruit, frPlum);
-  EXPECT_EQ(GetEnumProp(b.get(), "fruit"), "frPlum");
-  SetStrProp(b.get(), "Label", "x");
-  EXPECT_EQ(GetStrProp(b.get(), "Label"), "x");
-  SetOrdProp(b.get(), "Big", 1);
-  EXPECT_TRUE(b->FBig);
-  SetOrdProp(b.get(), "Total", int64_t{1} << 40);
-  EXPECT_EQ(b->FTotal, int64_t{1} << 40);
-  SetFloatProp(b.get(), "Price", 2.5);
-  EXPECT_EQ(b->FPrice.Value, 25000);
-  EXPECT_EQ(GetOrdProp(b.get(), "Price"), 25000);
   auto inner = Make<TBasket>();
+  SetOrdProp(b.get(), "Count", 7);
+  SetEnumProp(b.get(), "Fruit", "frPlum");
+  SetStrProp(b.get(), "Label", "x");
+  SetOrdProp(b.get(), "Big", 1);
+  SetOrdProp(b.get(), "Total", int64_t{1} << 40);
+  SetFloatProp(b.get(), "Price", 2.5);
   SetObjectProp(b.get(), "Inner", inner.get());
-  EXPECT_EQ(b->FInner, inner.get());
+  EXPECT_EQ(std::tuple(b->FCount, b->FFruit, b->FBig, b->FTotal, b->FPrice.Value, b->FInner),
+            std::tuple(7, frPlum, true, int64_t{1} << 40, 25000, inner.get()));
+  EXPECT_EQ(GetEnumProp(b.get(), "fruit") + GetStrProp(b.get(), "Label"), "frPlumx");
+  EXPECT_EQ(GetOrdProp(b.get(), "Price"), 25000);
   EXPECT_EQ(GetFloatProp(b.get(), "Weight"), 1.5);
 
   ExpectRaises<EPropertyError>([&] { GetOrdProp(b.get(), "Nope"); },
