@@ -133,6 +133,7 @@ TEST(PelStringList, FindMeetsFirstOrAnyEqualString) {
     EXPECT_EQ(l->Find(c.s, index), c.found);
     EXPECT_EQ(index, c.index);
   }
+  EXPECT_EQ(std::pair(l->IndexOf("b"), l->IndexOf("x")), std::pair(3, -1));  // through Find
 }
 
 TEST(PelStringList, ComparisonModesOrderAndSearch) {
