@@ -113,6 +113,15 @@ TEST(RecentFiles, NewestFirstOrLast) {
   EXPECT_EQ(atEnd->GetCommaText(), "c,d,e,b");
   atEnd->DeleteOldest();
   EXPECT_EQ(atEnd->GetCommaText(), "d,e,b");
+
+  // Both are published, and so is the free list's ownership.
+  auto bound = Make<TRecentFiles>();
+  SetOrdProp(bound.get(), "MaxCount", 2);
+  SetOrdProp(bound.get(), "PushAtEnd", 1);
+  for (const char* f : {"a", "b"}) bound->Push(f);
+  EXPECT_EQ(bound->Push("c"), 1);
+  EXPECT_EQ(bound->GetCommaText(), "b,c");
+  EXPECT_EQ(GetOrdProp(Make<TSFCFreeList>().get(), "FreeMembers"), 1);
 }
 
 TEST(RecentFiles, MenuEntries) {
@@ -134,15 +143,4 @@ TEST(RecentFiles, MenuEntries) {
   EXPECT_EQ(clicks, 1);
   r->CreateMenuItemChildren(menu.get(), false, onClick);
   EXPECT_EQ(menu->GetItem(3)->GetCaption(), "first.txt");
-}
-
-TEST(RecentFiles, PublishesItsBoundAndDirection) {
-  auto r = Make<TRecentFiles>();
-  SetOrdProp(r.get(), "MaxCount", 2);
-  SetOrdProp(r.get(), "PushAtEnd", 1);
-  r->Push("a");
-  r->Push("b");
-  EXPECT_EQ(r->Push("c"), 1);
-  EXPECT_EQ(r->GetCommaText(), "b,c");
-  EXPECT_EQ(GetOrdProp(Make<TSFCFreeList>().get(), "FreeMembers"), 1);
 }

@@ -22,16 +22,8 @@ IPtr<IInterfaceList> Convert(const TPool& Pool, const std::string& Infix) {
   auto is = [](char c) { return [c](const IPtr<IInterface>& X) { return NameOf(X)[0] == c; }; };
   auto rank = [](bool Stack) {
     return [Stack](const IPtr<IInterface>& X) -> int32_t {
-      switch (NameOf(X)[0]) {
-        case '(':
-          return Stack ? 9 : 0;
-        case '^':
-          return Stack ? 1 : 0;
-        case '*':
-          return 2;
-        default:
-          return 3;
-      }
+      char c = NameOf(X)[0];
+      return c == '(' ? (Stack ? 9 : 0) : c == '^' ? (Stack ? 1 : 0) : c == '*' ? 2 : 3;
     };
   };
   return PostFix(

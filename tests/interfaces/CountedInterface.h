@@ -40,7 +40,7 @@ inline std::string NameOf(const IPtr<IInterface>& Item) {
 }
 
 // Named counted items, each held once by the pool itself. Counts() reads the
-// extra references others hold, "a1 b0 ..."; Alive() whether none has died.
+// extra references others hold, "a1 b0 ...".
 class TPool {
  public:
   explicit TPool(const std::string& Names) {

@@ -44,11 +44,9 @@ TEST(TObjectList, OwnsObjectsByDefault) {
   Reset();
   TObjectList* L = New<TObjectList>();
   auto* a = New<TCounted>(1);
-  auto* b = New<TCounted>(2);
-  auto* c = New<TCounted>(3);
   L->Add(a);
-  L->Add(b);
-  L->Insert(0, c);
+  L->Add(New<TCounted>(2));
+  L->Insert(0, New<TCounted>(3));
   L->Delete(0);
   EXPECT_EQ(L->Remove(a), 0);
 

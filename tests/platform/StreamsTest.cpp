@@ -98,14 +98,11 @@ TEST(Streams, CopyFromAndLoadSave) {
 
 TEST(Streams, FileStreamModesAndErrors) {
   String missing = TempName("missing");
-  try {
-    Make<TFileStream>(missing, fmOpenRead);
-    FAIL();
-  } catch (const EFOpenError& e) {
-    EXPECT_EQ(String(e.what()), "Cannot open file \"" + missing + "\". No such file or directory");
-  }
-  ExpectRaises<EFCreateError>([&] { Make<TFileStream>("/nonexistent-dir/x", fmCreate); },
-                              "Cannot create file \"/nonexistent-dir/x\". No such file or directory");
+  ExpectRaises<EFOpenError>([&] { Make<TFileStream>(missing, fmOpenRead); },
+                            "Cannot open file \"" + missing + "\". No such file or directory");
+  ExpectRaises<EFCreateError>(
+      [&] { Make<TFileStream>("/nonexistent-dir/x", fmCreate); },
+      "Cannot create file \"/nonexistent-dir/x\". No such file or directory");
   String name = TempName("modes");
   Make<TFileStream>(name, fmCreate)->WriteBuffer("abc", 3);
   {

@@ -10,14 +10,16 @@ using pel::test::ExpectRaises;
 
 namespace {
 
-std::vector<std::string> Items(TStrings& l) {
-  std::vector<std::string> r;
+using Names = std::vector<std::string>;
+
+Names Items(TStrings& l) {
+  Names r;
   for (int32_t i = 0; i < l.GetCount(); ++i) r.push_back(l.Get(i));
   return r;
 }
 
 // A list whose events are written into a log.
-Owned<TStringList> Logged(std::vector<std::string>& log) {
+Owned<TStringList> Logged(Names& log) {
   auto l = Make<TStringList>();
   l->SetOnChanging([&log](TObject*) { log.push_back("changing"); });
   l->SetOnChange([&log](TObject*) { log.push_back("changed"); });
@@ -26,19 +28,17 @@ Owned<TStringList> Logged(std::vector<std::string>& log) {
 
 }  // namespace
 
-TEST(StringList, GrowsInFrameworkSteps) {
+TEST(StringList, GrowthAndSortedInsertionFollowingDuplicates) {
   auto l = Make<TStringList>();
   for (int i = 0; i < 119; ++i) l->Add("s");
   EXPECT_EQ(l->GetCapacity(), 147);  // the framework's steps, 4 to 118, then 147
   ExpectRaises<EStringListError>([&] { l->SetCapacity(3); }, "List capacity out of bounds (3)");
   EXPECT_EQ(l->GetCount(), 119);
-}
 
-TEST(StringList, SortedInsertionFollowsDuplicates) {
-  auto l = Make<TStringList>();
+  l->Clear();
   l->SetSorted(true);
   for (const char* s : {"pear", "Apple", "fig"}) l->Add(s);
-  EXPECT_EQ(Items(*l), (std::vector<std::string>{"Apple", "fig", "pear"}));
+  EXPECT_EQ(Items(*l), (Names{"Apple", "fig", "pear"}));
   // Case-insensitive by default: "APPLE" is a duplicate.
   EXPECT_EQ(l->Add("APPLE"), 0);
   l->SetDuplicates(dupError);
@@ -46,7 +46,7 @@ TEST(StringList, SortedInsertionFollowsDuplicates) {
   EXPECT_EQ(l->GetCount(), 3);
   l->SetDuplicates(dupAccept);
   EXPECT_EQ(l->Add("FIG"), 1);  // before the equal one
-  EXPECT_EQ(Items(*l), (std::vector<std::string>{"Apple", "FIG", "fig", "pear"}));
+  EXPECT_EQ(Items(*l), (Names{"Apple", "FIG", "fig", "pear"}));
   int32_t index;
   EXPECT_TRUE(l->Find("fig", index));
   EXPECT_EQ(index, 1);
@@ -58,12 +58,12 @@ TEST(StringList, SortedInsertionFollowsDuplicates) {
   // Case-sensitive re-sorts the list in its new order.
   l->Add("banana");
   l->SetCaseSensitive(true);  // byte order in the "C" locale
-  EXPECT_EQ(Items(*l), (std::vector<std::string>{"Apple", "FIG", "banana", "fig", "pear"}));
+  EXPECT_EQ(Items(*l), (Names{"Apple", "FIG", "banana", "fig", "pear"}));
   EXPECT_EQ(l->IndexOf("apple"), -1);
 }
 
 TEST(StringList, NotifiesAroundEachChangeAndOncePerUpdate) {
-  std::vector<std::string> log;
+  Names log;
   auto l = Logged(log);
   l->Add("a");
   l->Insert(0, "b");
@@ -81,9 +81,9 @@ TEST(StringList, NotifiesAroundEachChangeAndOncePerUpdate) {
   l->Add("x");
   l->Clear();
   l->EndUpdate();
-  EXPECT_EQ(log, (std::vector<std::string>{"changing"}));
+  EXPECT_EQ(log, (Names{"changing"}));
   l->EndUpdate();
-  EXPECT_EQ(log, (std::vector<std::string>{"changing", "changed"}));
+  EXPECT_EQ(log, (Names{"changing", "changed"}));
   log.clear();
   l->Clear();  // already empty: nothing
   EXPECT_TRUE(log.empty());
@@ -93,8 +93,7 @@ TEST(StringList, AFailureInsideAnUpdateStillClosesIt) {
   // The duplicate fails inside Assign's bracket; closing it notifies, and
   // the handler's exception replaces the first.
   auto src = Make<TStringList>();
-  src->Add("a");
-  src->Add("a");
+  src->SetText("a\na");
   auto l = Make<TStringList>();
   l->SetSorted(true);
   l->SetDuplicates(dupError);
@@ -109,7 +108,7 @@ TEST(StringList, AFailureInsideAnUpdateStillClosesIt) {
 TEST(StringList, TextAndCommaTextRoundTrip) {
   auto l = Make<TStringList>();
   l->SetText("one\r\ntwo\nthree\rfour");
-  EXPECT_EQ(Items(*l), (std::vector<std::string>{"one", "two", "three", "four"}));
+  EXPECT_EQ(Items(*l), (Names{"one", "two", "three", "four"}));
   EXPECT_EQ(l->GetText(), "one\r\ntwo\r\nthree\r\nfour\r\n");
 
   l->Clear();
@@ -121,13 +120,13 @@ TEST(StringList, TextAndCommaTextRoundTrip) {
   EXPECT_EQ(Items(*back), Items(*l));
   // Unquoted blanks separate too; a trailing delimiter adds an empty string.
   back->SetCommaText(" x y, z,");
-  EXPECT_EQ(Items(*back), (std::vector<std::string>{"x", "y", "z", ""}));
+  EXPECT_EQ(Items(*back), (Names{"x", "y", "z", ""}));
   back->Clear();
   back->Add("");
   EXPECT_EQ(back->GetCommaText(), "\"\"");
   back->SetDelimiter(';');
   back->SetDelimitedText("a;b c;\"d;e\"");
-  EXPECT_EQ(Items(*back), (std::vector<std::string>{"a", "b", "c", "d;e"}));
+  EXPECT_EQ(Items(*back), (Names{"a", "b", "c", "d;e"}));
 
   back->Clear();
   back->SetValue("key", "value");
@@ -136,7 +135,7 @@ TEST(StringList, TextAndCommaTextRoundTrip) {
   EXPECT_EQ(back->IndexOfName("other"), 1);
   EXPECT_EQ(back->GetValueFromIndex(1), "1");
   back->SetValue("key", "");
-  EXPECT_EQ(Items(*back), (std::vector<std::string>{"other=1"}));
+  EXPECT_EQ(Items(*back), (Names{"other=1"}));
 }
 
 namespace {
@@ -145,8 +144,8 @@ namespace {
 class TVectorStrings : public TStrings {
   PEL_CLASS(TVectorStrings, TStrings)
  public:
-  std::vector<std::string> Data;
-  std::vector<std::string> Calls;
+  Names Data;
+  Names Calls;
   String Get(int32_t Index) override { return Data.at(static_cast<std::size_t>(Index)); }
   int32_t GetCount() override { return static_cast<int32_t>(Data.size()); }
   void Clear() override {
@@ -168,21 +167,19 @@ class TVectorStrings : public TStrings {
 
 TEST(Strings, HelpersGoThroughTheVirtualStorage) {
   auto v = Make<TVectorStrings>();
-  v->Add("b");
-  v->Add("A");
+  v->SetCommaText("b,A");
   EXPECT_EQ(v->IndexOf("a"), 1);  // compared ignoring case
   v->Move(1, 0);
-  EXPECT_EQ(v->Data, (std::vector<std::string>{"A", "b"}));
+  EXPECT_EQ(v->Data, (Names{"A", "b"}));
   v->Put(1, "c");  // the base replaces by delete and insert
-  EXPECT_EQ(v->Data, (std::vector<std::string>{"A", "c"}));
+  EXPECT_EQ(v->Data, (Names{"A", "c"}));
   v->Calls.clear();
 
   auto source = Make<TStringList>();
-  source->Add("x");
-  source->Add("y");
+  source->SetCommaText("x,y");
   v->Assign(source.get());
-  EXPECT_EQ(v->Data, (std::vector<std::string>{"x", "y"}));
-  EXPECT_EQ(v->Calls, (std::vector<std::string>{"open", "clear", "insert 0", "insert 1", "close"}));
+  EXPECT_EQ(v->Data, (Names{"x", "y"}));
+  EXPECT_EQ(v->Calls, (Names{"open", "clear", "insert 0", "insert 1", "close"}));
   EXPECT_TRUE(v->Equals(source.get()));
   EXPECT_EQ(v->GetText(), "x\r\ny\r\n");
 
@@ -201,9 +198,9 @@ TEST(StringList, CustomSortAndObjects) {
   l->CustomSort([](TStringList* list, int32_t i, int32_t j) {
     return CompareStr(list->Get(j), list->Get(i));  // descending
   });
-  EXPECT_EQ(Items(*l), (std::vector<std::string>{"3", "2", "1"}));
+  EXPECT_EQ(Items(*l), (Names{"3", "2", "1"}));
   EXPECT_EQ(l->IndexOfObject(&a), 2);
   l->Sort();
-  EXPECT_EQ(Items(*l), (std::vector<std::string>{"1", "2", "3"}));
+  EXPECT_EQ(Items(*l), (Names{"1", "2", "3"}));
   EXPECT_EQ(l->GetObject(0), &a);
 }

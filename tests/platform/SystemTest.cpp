@@ -43,7 +43,7 @@ using TShapeClass = TClassOf<TShape, int>;
 
 }  // namespace
 
-TEST(ObjectModel, DescriptorsAndCasts) {
+TEST(ObjectModel, DescriptorsCastsAndVirtualHooks) {
   Owned<TShape> sq = Make<TSquare>(3);
   EXPECT_EQ(sq->ClassName(), "TSquare");
   EXPECT_EQ(sq->ClassParent(), TShape::StaticClass());
@@ -56,9 +56,8 @@ TEST(ObjectModel, DescriptorsAndCasts) {
   EXPECT_FALSE(Is<TSquare>(plain.get()));
   EXPECT_THROW(As<TSquare>(plain.get()), EInvalidCast);
   EXPECT_EQ(As<TSquare>(static_cast<TObject*>(nullptr)), nullptr);
-}
 
-TEST(ObjectModel, VirtualHooksReachDescendantOverrides) {
+  // Construction through a class reference reaches the descendant's hooks.
   gLog.clear();
   TShapeClass cls = TSquare::StaticClass();
   TShape* s = cls.Create(7);

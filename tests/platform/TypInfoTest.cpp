@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "platform/Classes.h"
 #include "platform/ExpectRaises.h"
 
@@ -13,6 +15,12 @@ const char* const kFruitNames[] = {"frApple", "frPear", "frPlum"};
 const TTypeInfo TFruitInfo = EnumTypeInfo("TFruit", kFruitNames);
 const TTypeInfo TFruitsInfo = SetTypeInfo("TFruits", &TFruitInfo);
 
+// A field FName with its getter GetName and setter SetName.
+#define FIELD(Type, Name, ...)               \
+  Type Get##Name() const { return F##Name; } \
+  void Set##Name(Type v) { F##Name = v; }    \
+  Type F##Name{__VA_ARGS__};
+
 class TBasket : public TPersistent {
   PEL_CLASS(TBasket, TPersistent)
   PEL_PUBLISHED(TBasket, Property<&TBasket::GetCount, &TBasket::SetCount>("Count").WithDefault(3),
@@ -20,17 +28,10 @@ class TBasket : public TPersistent {
                 Property<&TBasket::GetLabel, &TBasket::SetLabel>("Label"),
                 Property<&TBasket::GetWeight>("Weight"))
  public:
-  int32_t GetCount() const { return FCount; }
-  void SetCount(int32_t v) { FCount = v; }
-  TFruit GetFruit() const { return FFruit; }
-  void SetFruit(TFruit v) { FFruit = v; }
-  String GetLabel() const { return FLabel; }
-  void SetLabel(const String& v) { FLabel = v; }
+  FIELD(int32_t, Count, 3)
+  FIELD(TFruit, Fruit, frApple)
+  FIELD(String, Label)
   double GetWeight() const { return 1.5; }
-
-  int32_t FCount = 3;
-  TFruit FFruit = frApple;
-  String FLabel;
 };
 
 class TBigBasket : public TBasket {
@@ -45,27 +46,16 @@ class TBigBasket : public TBasket {
                 Property<&TBigBasket::GetInner, &TBigBasket::SetInner>("Inner"),
                 Property<&TBigBasket::GetMark, &TBigBasket::SetMark>("Mark").NotStored())
  public:
-  uint32_t GetKinds() const { return FKinds; }
-  void SetKinds(uint32_t v) { FKinds = v; }
-  bool GetBig() const { return FBig; }
-  void SetBig(bool v) { FBig = v; }
-  int64_t GetTotal() const { return FTotal; }
-  void SetTotal(int64_t v) { FTotal = v; }
-  Currency GetPrice() const { return FPrice; }
-  void SetPrice(Currency v) { FPrice = v; }
+  FIELD(uint32_t, Kinds, 0)
+  FIELD(bool, Big, false)
+  FIELD(int64_t, Total, 0)
+  FIELD(Currency, Price)
+  FIELD(TBasket*, Inner, nullptr)
+  FIELD(char, Mark, 'a')
   bool PriceStored() const { return FPrice.Value > 0; }
-  TBasket* GetInner() const { return FInner; }
-  void SetInner(TBasket* v) { FInner = v; }
-  char GetMark() const { return FMark; }
-  void SetMark(char v) { FMark = v; }
-
-  uint32_t FKinds = 0;
-  bool FBig = false;
-  int64_t FTotal = 0;
-  Currency FPrice;
-  TBasket* FInner = nullptr;
-  char FMark = 'a';
 };
+
+#undef FIELD
 
 class TPlain : public TBigBasket {
   PEL_CLASS(TPlain, TBigBasket)
@@ -95,23 +85,18 @@ TEST(TypInfo, TablesAreWalkedFromTheRootDown) {
 
 TEST(TypInfo, TypedAccessByName) {
   auto b = Make<TBigBasket>();
-  SetOrdProp(b.get(), "Count", 7);
-  EXPECT_EQ(b->FCount, 7);
-  SetEnumProp(b.get(), "Fruit", "frPlum");
-  EXPECT_EQ(b->FFruit, frPlum);
-  EXPECT_EQ(GetEnumProp(b.get(), "fruit"), "frPlum");
-  SetStrProp(b.get(), "Label", "x");
-  EXPECT_EQ(GetStrProp(b.get(), "Label"), "x");
-  SetOrdProp(b.get(), "Big", 1);
-  EXPECT_TRUE(b->FBig);
-  SetOrdProp(b.get(), "Total", int64_t{1} << 40);
-  EXPECT_EQ(b->FTotal, int64_t{1} << 40);
-  SetFloatProp(b.get(), "Price", 2.5);
-  EXPECT_EQ(b->FPrice.Value, 25000);
-  EXPECT_EQ(GetOrdProp(b.get(), "Price"), 25000);
   auto inner = Make<TBasket>();
+  SetOrdProp(b.get(), "Count", 7);
+  SetEnumProp(b.get(), "Fruit", "frPlum");
+  SetStrProp(b.get(), "Label", "x");
+  SetOrdProp(b.get(), "Big", 1);
+  SetOrdProp(b.get(), "Total", int64_t{1} << 40);
+  SetFloatProp(b.get(), "Price", 2.5);
   SetObjectProp(b.get(), "Inner", inner.get());
-  EXPECT_EQ(b->FInner, inner.get());
+  EXPECT_EQ(std::tuple(b->FCount, b->FFruit, b->FBig, b->FTotal, b->FPrice.Value, b->FInner),
+            std::tuple(7, frPlum, true, int64_t{1} << 40, 25000, inner.get()));
+  EXPECT_EQ(GetEnumProp(b.get(), "fruit") + GetStrProp(b.get(), "Label"), "frPlumx");
+  EXPECT_EQ(GetOrdProp(b.get(), "Price"), 25000);
   EXPECT_EQ(GetFloatProp(b.get(), "Weight"), 1.5);
 
   ExpectRaises<EPropertyError>([&] { GetOrdProp(b.get(), "Nope"); },

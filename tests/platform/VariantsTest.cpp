@@ -68,13 +68,12 @@ TEST(Variants, ConversionsFollowTheFrameworksRules) {
 
 TEST(Variants, TypeCodesAndNames) {
   int x = 0;
-  EXPECT_EQ(VarType(Variant(int8_t{1})), varShortInt);
-  EXPECT_EQ(VarType(Variant(uint8_t{1})), varByte);
-  EXPECT_EQ(VarType(Variant(uint16_t{1})), varWord);
-  EXPECT_EQ(VarType(Variant(1)), varInteger);
-  EXPECT_EQ(VarType(Variant(uint64_t{1})), varUInt64);
-  EXPECT_EQ(VarType(Variant(1.0f)), varSingle);
-  EXPECT_EQ(VarType(Variant(String())), varString);
+  const std::pair<Variant, TVarType> codes[] = {
+      {Variant(int8_t{1}), varShortInt}, {Variant(uint8_t{1}), varByte},
+      {Variant(uint16_t{1}), varWord},   {Variant(1), varInteger},
+      {Variant(uint64_t{1}), varUInt64}, {Variant(1.0f), varSingle},
+      {Variant(String()), varString}};
+  for (const auto& [v, code] : codes) EXPECT_EQ(VarType(v), code) << code;
   EXPECT_EQ(VarTypeAsText(varByRef | varInteger), "ByRef Integer");
   EXPECT_EQ(VarTypeAsText(0x0E), "$000E");
   Variant ref = Variant::ByRef(&x);
