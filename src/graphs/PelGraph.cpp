@@ -5,9 +5,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
-#include <new>
 #include <map>
 #include <mutex>
+#include <new>
 #include <vector>
 
 #include "platform/classes/ListAlgorithms.h"
@@ -137,6 +137,21 @@ TClass GraphClassNamed(const String& Name, TClass Base, const char* Msg) {
 
 }  // namespace
 
+// Edges and nodes of every class take their memory from the cells, except
+// a class aligned beyond what new guarantees.
+#define PEL_GRAPH_CELLS(Class)                                                                   \
+  void* Class::operator new(std::size_t Size) { return Cells().Take(Size); }                     \
+  void Class::operator delete(void* Ptr, std::size_t Size) noexcept { Cells().Give(Ptr, Size); } \
+  void* Class::operator new(std::size_t Size, std::align_val_t Align) {                          \
+    return ::operator new(Size, Align);                                                          \
+  }                                                                                              \
+  void Class::operator delete(void* Ptr, std::size_t, std::align_val_t Align) noexcept {         \
+    ::operator delete(Ptr, Align);                                                               \
+  }
+PEL_GRAPH_CELLS(TPelGraphEdge)
+PEL_GRAPH_CELLS(TPelGraphNode)
+#undef PEL_GRAPH_CELLS
+
 void RegisterGraphClass(TClass AClass) { GraphClasses()[UpperCase(AClass->Name)] = AClass; }
 
 TClass FindGraphClass(const String& AClassName) {
@@ -153,12 +168,6 @@ void Register() {
 
 // ---------------------------------------------------------------------------
 // TPelGraphEdge
-
-void* TPelGraphEdge::operator new(std::size_t Size) { return Cells().Take(Size); }
-
-void TPelGraphEdge::operator delete(void* Ptr, std::size_t Size) noexcept {
-  Cells().Give(Ptr, Size);
-}
 
 void TPelGraphEdge::AfterConstruction() {
   TPersistent::AfterConstruction();
@@ -241,12 +250,6 @@ void TWeightedEdge::SetWeight(TGraphWeight Value) {
 
 TPelGraphNode::TPelGraphNode(TPelCustomGraph* AGraph) : FGraph(AGraph) {}
 
-void* TPelGraphNode::operator new(std::size_t Size) { return Cells().Take(Size); }
-
-void TPelGraphNode::operator delete(void* Ptr, std::size_t Size) noexcept {
-  Cells().Give(Ptr, Size);
-}
-
 TPelGraphNode::~TPelGraphNode() { ClearEdgeList(); }
 
 void TPelGraphNode::ListEdge(TPelGraphEdge* Edge) {
@@ -256,7 +259,8 @@ void TPelGraphNode::ListEdge(TPelGraphEdge* Edge) {
     if (FEdgeGap > 0) {
       // Close the gap first: the block holds more than the edges need.
       TPelGraphEdge** block = FEdgeFirst - FEdgeGap;
-      std::memmove(block, FEdgeFirst, sizeof(TPelGraphEdge*) * static_cast<std::size_t>(FEdgeCount));
+      std::memmove(block, FEdgeFirst,
+                   sizeof(TPelGraphEdge*) * static_cast<std::size_t>(FEdgeCount));
       FEdgeFirst = block;
       FEdgeGap = 0;
     } else {
@@ -1135,7 +1139,8 @@ void TPelGraph::EraseCaptionSlot(std::size_t Index) {
 
 void TPelGraph::IndexCaptions() {
   FCaptionsIndexed = true;
-  for (int32_t i = 0; i < FNodes->GetCount(); ++i) IndexCaption(GetNode(i), GetNode(i)->GetCaption());
+  for (int32_t i = 0; i < FNodes->GetCount(); ++i)
+    IndexCaption(GetNode(i), GetNode(i)->GetCaption());
 }
 
 void TPelGraph::IndexCaption(TPelGraphNode* Node, const String& Caption) {

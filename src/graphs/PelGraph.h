@@ -37,7 +37,9 @@
 // the next object of its size, and the blocks are given back when the last
 // node or edge made from them is freed. A graph of millions of edges so
 // pays no allocator header per object. Builds with AddressSanitizer use the
-// ordinary allocator, so that it still sees every object.
+// ordinary allocator, so that it still sees every object; so does a class
+// aligned beyond what new guarantees (a cell is aligned as its size allows,
+// up to 16).
 //
 // Events: the published handlers carry the method name a stream gave them
 // (kept so that it is written back); code assigns the handlers themselves
@@ -47,6 +49,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <new>
 #include <vector>
 
 #include "foundation/CommonInterfaces.h"
@@ -111,6 +114,8 @@ class TPelGraphEdge : public TPersistent {
   // (see the unit's header comment).
   static void* operator new(std::size_t Size);
   static void operator delete(void* Ptr, std::size_t Size) noexcept;
+  static void* operator new(std::size_t Size, std::align_val_t Align);
+  static void operator delete(void* Ptr, std::size_t Size, std::align_val_t Align) noexcept;
   // Both ends must be present ("Edge must be created with two valid
   // nodes"); then FromNode.AddingEdgeTo and ToNode.AddingEdgeFrom.
   void AfterConstruction() override;
@@ -190,6 +195,8 @@ class TPelGraphNode : public TPersistent {
   ~TPelGraphNode() override;
   static void* operator new(std::size_t Size);
   static void operator delete(void* Ptr, std::size_t Size) noexcept;
+  static void* operator new(std::size_t Size, std::align_val_t Align);
+  static void operator delete(void* Ptr, std::size_t Size, std::align_val_t Align) noexcept;
   // Captions the node with its own class name and the graph's next id
   // ("TPelGraphNode0" for a graph's first node), then joins the graph. A
   // missing graph is an access violation.

@@ -206,6 +206,34 @@ class TBigEdge : public TPelGraphEdge {
   char Payload[300] = {};
 };
 
+// A node aligned as a vector register wants, and one beyond new's guarantee
+// whose size (256) the cells would otherwise take.
+class TAlignedNode : public TPelGraphNode {
+  PEL_CLASS(TAlignedNode, TPelGraphNode)
+ public:
+  using TPelGraphNode::TPelGraphNode;
+  long double Value = 0;
+};
+class alignas(256) TLineNode : public TPelGraphNode {
+  PEL_CLASS(TLineNode, TPelGraphNode)
+ public:
+  using TPelGraphNode::TPelGraphNode;
+};
+
+TEST(PelGraph, NodesKeepTheirClassAlignment) {
+  auto g = Make<TPelGraph>(nullptr);
+  for (int i = 0; i < 200; ++i) {
+    TPelGraphNode* plain = New<TPelGraphNode>(g.get());  // shifts the cells between the others
+    auto* wide = New<TAlignedNode>(g.get());
+    auto* line = New<TLineNode>(g.get());
+    ASSERT_EQ(reinterpret_cast<uintptr_t>(wide) % alignof(TAlignedNode), 0u) << i;
+    ASSERT_EQ(reinterpret_cast<uintptr_t>(line) % 256, 0u) << i;
+    plain->AddEdge(wide);
+    wide->Value = i;
+  }
+  EXPECT_EQ(g->GetNodeCount(), 600);
+}
+
 TEST(PelGraph, NodesAndEdgesOfEverySizeOutliveEachOther) {
   // Objects of several sizes made and freed in turns: each keeps its data
   // while the others come and go, and a graph made after all are freed
