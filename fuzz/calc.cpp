@@ -77,24 +77,19 @@ struct Grammar {
     return I < S.size() && S[I] == C;
   }
   bool Digit(std::size_t J) const { return J < S.size() && S[J] >= '0' && S[J] <= '9'; }
-  bool Expr() {
-    if (!Term()) return false;
-    while (Peek('+') || Peek('-')) {
+  // A left-associative level: operands read by Next, joined by either of
+  // the two operators in Ops.
+  bool Level(bool (Grammar::*Next)(), const char (&Ops)[3]) {
+    if (!(this->*Next)()) return false;
+    while (Peek(Ops[0]) || Peek(Ops[1])) {
       const std::string op(1, S[I++]);
-      if (!Term()) return false;
+      if (!(this->*Next)()) return false;
       Postfix.push_back(op);
     }
     return true;
   }
-  bool Term() {
-    if (!Power()) return false;
-    while (Peek('*') || Peek('/')) {
-      const std::string op(1, S[I++]);
-      if (!Power()) return false;
-      Postfix.push_back(op);
-    }
-    return true;
-  }
+  bool Expr() { return Level(&Grammar::Term, "+-"); }
+  bool Term() { return Level(&Grammar::Power, "*/"); }
   bool Power() {
     if (!Primary()) return false;
     if (!Peek('^')) return true;
@@ -177,7 +172,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* Data, std::size_t Size) {
   for (int n = 0; n < 16 && std::getline(text, raw); ++n) {
     input += raw + '\n';
     // The command drops one carriage return that ends the line.
-    const std::string line = !raw.empty() && raw.back() == '\r' ? raw.substr(0, raw.size() - 1) : raw;
+    const std::string line =
+        !raw.empty() && raw.back() == '\r' ? raw.substr(0, raw.size() - 1) : raw;
     if (line.find_first_not_of(" \t") == std::string::npos) continue;
     Grammar grammar{line, 0, {}};
     const auto tokens = grammar.Read();

@@ -105,6 +105,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* Data, std::size_t Size) {
     cursor.SetDelimiters(delimiters);
   }
 
+  // A number read: blanks, a token, the strict conversion; every stream
+  // gives the same value or the same refusal.
+  auto checkNumber = [&](auto Convert, auto Read) {
+    cursor.SkipSpaces();
+    const std::string token = cursor.Token();
+    using T = decltype(Convert(token));
+    const auto expected = Outcome<T>([&] { return Convert(token); });
+    for (auto* s : streams) FUZZ_CHECK((Outcome<T>([&] { return Read(s); }) == expected));
+  };
+
   for (unsigned char op : ops) {
     switch (op % 9) {
       case 0: {
@@ -131,22 +141,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* Data, std::size_t Size) {
         for (auto* s : streams) FUZZ_CHECK(s->GetChar() == expected);
         break;
       }
-      case 5: {  // GetInteger: blanks, a token, the strict conversion
-        cursor.SkipSpaces();
-        const std::string token = cursor.Token();
-        const auto expected = Outcome<int32_t>([&] { return StrToInt(token); });
-        for (auto* s : streams)
-          FUZZ_CHECK((Outcome<int32_t>([&] { return s->GetInteger(); }) == expected));
+      case 5:
+        checkNumber([](const std::string& T) { return StrToInt(T); },
+                    [](TPelTextStream* S) { return S->GetInteger(); });
         break;
-      }
-      case 6: {
-        cursor.SkipSpaces();
-        const std::string token = cursor.Token();
-        const auto expected = Outcome<double>([&] { return StrToFloat(token); });
-        for (auto* s : streams)
-          FUZZ_CHECK((Outcome<double>([&] { return s->GetFloat(); }) == expected));
+      case 6:
+        checkNumber([](const std::string& T) { return StrToFloat(T); },
+                    [](TPelTextStream* S) { return S->GetFloat(); });
         break;
-      }
       case 7: {  // A token with other delimiters, kept or restored afterwards
         const std::string set = kDelimiterSets[(op / 9) % 5];
         const bool restore = op & 0x80;
