@@ -234,8 +234,9 @@ TEST(CpmPlanning, BadEstimatesDatesAndChangesAreOneLine) {
   }
 }
 
-// The JSON report is written piece by piece; it must read back and lay out
-// as one dump of the whole value would, quotes, bad UTF-8 and empty lists
+// The JSON report is written piece by piece (a megabyte each, from a thread
+// of its own); it must read back and lay out as one dump of the whole value
+// would, quotes, bad UTF-8, empty lists and a report of several pieces
 // included.
 TEST(CpmPlanning, JsonWrittenAsItGoesIsTheDumpOfItsValue) {
   const std::string house = std::string(PEL_SOURCE_DIR) + "/examples/house-pert.csv";
@@ -243,9 +244,14 @@ TEST(CpmPlanning, JsonWrittenAsItGoesIsTheDumpOfItsValue) {
       {"--json", "--start", "2026-03-30", "--simulate", "50", house},
       {"--json", "--aon", "--show-dummies", "-"},
       {"--json", "-"},
+      {"--json", "--aon", "-"},
   };
+  std::string chain = "id,duration,predecessors\nT0,1,\n";
+  for (int i = 1; i < 8000; ++i)
+    chain += "T" + std::to_string(i) + "," + std::to_string(i % 7) + ",T" + std::to_string(i - 1) +
+             (i % 3 ? "" : ";T" + std::to_string(i / 2) + " SS+1") + "\n";
   const std::string inputs[] = {"", "id,name,duration,predecessors\nA,\"say \"\"hi\"\"\",1,\n",
-                                "a \xff\xfe 1\n"};
+                                "a \xff\xfe 1\n", chain};
   for (std::size_t i = 0; i < runs.size(); ++i) {
     Result r = Cpm(runs[i], inputs[i]);
     ASSERT_EQ(r.Status, 0) << r.Err;

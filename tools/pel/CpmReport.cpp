@@ -1,10 +1,16 @@
 // The four ways pel cpm shows a schedule: a table for people, JSON for
 // programs, Graphviz text, and an SVG Gantt chart.
 #include <algorithm>
+#include <charconv>
 #include <cmath>
+#include <condition_variable>
+#include <cstring>
+#include <deque>
 #include <map>
+#include <mutex>
 #include <nlohmann/json.hpp>
 #include <sstream>
+#include <thread>
 
 #include "pel/CpmCalendar.h"
 #include "pel/CpmSchedule.h"
@@ -220,48 +226,112 @@ std::string RenderText(const Schedule& s) {
 
 namespace {
 
-// Writes JSON as nlohmann's dump(2) lays it out, item by item. Strings that
-// are not UTF-8 get U+FFFD for their bad bytes, as dump's replace handler
-// does.
+// Writes pieces of text to a stream from a thread of its own, so that the
+// system's copying of a large report into a file overlaps the making of the
+// next piece. At most a few pieces wait; their buffers come back for reuse,
+// so the pages of a report of hundreds of megabytes are touched only once.
+class BackgroundWriter {
+ public:
+  explicit BackgroundWriter(std::ostream& out) : FOut(out), FThread([this] { Run(); }) {}
+  BackgroundWriter(const BackgroundWriter&) = delete;
+  BackgroundWriter& operator=(const BackgroundWriter&) = delete;
+  ~BackgroundWriter() {
+    {
+      std::lock_guard lock(FMutex);
+      FDone = true;
+    }
+    FChanged.notify_all();
+    FThread.join();
+  }
+  // Queues piece and gives back an empty buffer in its place.
+  void Write(std::string& piece) {
+    std::unique_lock lock(FMutex);
+    FChanged.wait(lock, [&] { return FQueue.size() < MaxWaiting; });
+    FQueue.push_back(std::move(piece));
+    piece.clear();
+    if (!FSpare.empty()) {
+      piece = std::move(FSpare.back());
+      FSpare.pop_back();
+    }
+    FChanged.notify_all();
+  }
+
+ private:
+  static constexpr std::size_t MaxWaiting = 4;
+  void Run() {
+    std::string piece;
+    for (;;) {
+      {
+        std::unique_lock lock(FMutex);
+        if (piece.capacity()) FSpare.push_back(std::move(piece));
+        FChanged.wait(lock, [&] { return !FQueue.empty() || FDone; });
+        if (FQueue.empty()) return;
+        piece = std::move(FQueue.front());
+        FQueue.pop_front();
+        FChanged.notify_all();
+      }
+      FOut.write(piece.data(), static_cast<std::streamsize>(piece.size()));
+    }
+  }
+  std::ostream& FOut;
+  std::mutex FMutex;
+  std::condition_variable FChanged;
+  std::deque<std::string> FQueue;
+  std::vector<std::string> FSpare;
+  bool FDone = false;
+  std::thread FThread;  // last: starts once the rest is ready
+};
+
+// Writes JSON as nlohmann's dump(2) lays it out, item by item, to a
+// background writer in pieces of about a megabyte. Strings that are not
+// UTF-8 get U+FFFD for their bad bytes, as dump's replace handler does.
 class JsonWriter {
  public:
-  // With a sink the text goes there in pieces of about a megabyte.
-  explicit JsonWriter(std::ostream* sink = nullptr) : FSink(sink) {}
-  JsonWriter& Key(const char* key) {
+  explicit JsonWriter(BackgroundWriter& sink) : FSink(sink) { FText.resize(PieceSize); }
+  // The rest of the text, then a new line.
+  void Finish() {
+    Put('\n');
+    FText.resize(FUsed);
+    FSink.Write(FText);
+  }
+  JsonWriter& Key(std::string_view key) {
     Item();
-    FText += '"';
-    FText += key;
-    FText += "\": ";
+    char* at = Room(key.size() + 4);
+    *at++ = '"';
+    at = std::copy(key.begin(), key.end(), at);
+    std::memcpy(at, "\": ", 3);
+    FUsed = static_cast<std::size_t>(at + 3 - FText.data());
     FKeyed = true;
     return *this;
   }
   void Begin(char bracket) {
     Item();
-    FText += bracket;
+    Put(bracket);
     FEmpty.push_back(true);
   }
   void End(char bracket) {
     bool empty = FEmpty.back();
     FEmpty.pop_back();
     if (!empty) NewLine();
-    FText += bracket;
+    Put(bracket);
   }
   void Int(int64_t n) {
     Item();
-    FText += std::to_string(n);
+    char* at = Room(24);
+    FUsed = static_cast<std::size_t>(std::to_chars(at, at + 24, n).ptr - FText.data());
   }
   // A date, or null for "-".
   void Date(const std::string& date) {
     if (date == "-") {
       Item();
-      FText += "null";
+      Put("null");
     } else {
       String(date);
     }
   }
   void Bool(bool b) {
     Item();
-    FText += b ? "true" : "false";
+    Put(b ? std::string_view("true") : std::string_view("false"));
   }
   void String(const std::string& text) {
     Item();
@@ -270,12 +340,14 @@ class JsonWriter {
              c != '"' && c != '\\';
     });
     if (plain) {
-      FText += '"';
-      FText += text;
-      FText += '"';
+      char* at = Room(text.size() + 2);
+      *at++ = '"';
+      at = std::copy(text.begin(), text.end(), at);
+      *at++ = '"';
+      FUsed = static_cast<std::size_t>(at - FText.data());
     } else {
-      FText += nlohmann::ordered_json(text).dump(-1, ' ', false,
-                                                 nlohmann::ordered_json::error_handler_t::replace);
+      Put(nlohmann::ordered_json(text).dump(-1, ' ', false,
+                                            nlohmann::ordered_json::error_handler_t::replace));
     }
   }
   // A small value, laid out at the current depth.
@@ -283,37 +355,59 @@ class JsonWriter {
     Item();
     std::string text =
         value.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
-    const std::string indent(2 * FEmpty.size(), ' ');
     for (char c : text) {
-      FText += c;
-      if (c == '\n') FText += indent;
+      if (c == '\n')
+        NewLine();
+      else
+        Put(c);
     }
   }
-  const std::string& Text() const { return FText; }
 
  private:
+  static constexpr std::size_t PieceSize = std::size_t{1} << 20;
   // Before a value: a comma after the previous item, a new line and the
-  // indentation, unless the value follows its key.
+  // indentation, unless the value follows its key. A full piece goes to the
+  // sink first.
   void Item() {
-    if (FSink && FText.size() > (1 << 20)) {
-      FSink->write(FText.data(), static_cast<std::streamsize>(FText.size()));
-      FText.clear();
+    if (FUsed > PieceSize - 4096) {
+      FText.resize(FUsed);
+      FSink.Write(FText);
+      FText.resize(PieceSize);
+      FUsed = 0;
     }
     if (FKeyed) {
       FKeyed = false;
       return;
     }
     if (FEmpty.empty()) return;
-    if (!FEmpty.back()) FText += ',';
+    if (!FEmpty.back()) Put(',');
     FEmpty.back() = false;
     NewLine();
   }
   void NewLine() {
-    FText += '\n';
-    FText.append(2 * FEmpty.size(), ' ');
+    const std::size_t indent = 2 * FEmpty.size();
+    char* at = Room(indent + 1);
+    *at = '\n';
+    std::fill_n(at + 1, indent, ' ');
+    FUsed += indent + 1;
   }
-  std::ostream* FSink;
+  // Where n more characters go.
+  char* Room(std::size_t n) {
+    if (FUsed + n > FText.size()) FText.resize(std::max(FUsed + n, 2 * FText.size()));
+    return FText.data() + FUsed;
+  }
+  void Put(char c) {
+    *Room(1) = c;
+    ++FUsed;
+  }
+  void Put(std::string_view text) {
+    std::copy(text.begin(), text.end(), Room(text.size()));
+    FUsed += text.size();
+  }
+  BackgroundWriter& FSink;
+  // The piece being written: its first FUsed characters.
   std::string FText;
+  std::size_t FUsed = 0;
   std::vector<bool> FEmpty;  // per open bracket: nothing in it yet
   bool FKeyed = false;
 };
@@ -367,7 +461,8 @@ void RenderJson(const Schedule& s, std::ostream& out) {
   }
   // A plan may hold a million tasks: the report is written as it goes, in
   // the layout of nlohmann's dump(2), not built as one JSON value.
-  JsonWriter w(&out);
+  BackgroundWriter sink(out);
+  JsonWriter w(sink);
   const bool dates = s.Calendar != nullptr;
   w.Begin('{');
   w.Key("completion_time").Value(TimeJson(s, s.CompletionTime));
@@ -451,7 +546,7 @@ void RenderJson(const Schedule& s, std::ostream& out) {
                          {"path", s.Pert->Path}});
   if (s.Simulation) w.Key("simulation").Value(SimulationJson(s));
   w.End('}');
-  out << w.Text() << "\n";
+  w.Finish();
 }
 
 std::string RenderDot(const Schedule& s) {
