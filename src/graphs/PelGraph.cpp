@@ -94,7 +94,9 @@ class TCellPool {
   static constexpr std::size_t kBlock = 64 * 1024;
   void Refill(std::size_t k) {
     const std::size_t cell = 8 * k;
-    FBlocks.reserve(FBlocks.size() + 1);
+    // Room first, so that the push cannot fail once the block is taken;
+    // doubling, so that a million blocks are not copied a million times.
+    if (FBlocks.size() == FBlocks.capacity()) FBlocks.reserve(2 * FBlocks.size() + 16);
     auto* block = static_cast<char*>(::operator new(kBlock));
     FBlocks.push_back(block);
     // Linked front to back, so that objects made one after the other lie
@@ -254,8 +256,7 @@ TPelGraphNode::~TPelGraphNode() { ClearEdgeList(); }
 
 void TPelGraphNode::ListEdge(TPelGraphEdge* Edge) {
   const int32_t end = FEdgeGap + FEdgeCount;
-  // The block may be full only when the end is 0 or a power of two from 2 on.
-  if (end == 0 || (end >= 2 && std::has_single_bit(static_cast<uint32_t>(end)))) {
+  if (end == (FEdgeBlock ? int32_t{1} << FEdgeBlock : 0)) {
     if (FEdgeGap > 0) {
       // Close the gap first: the block holds more than the edges need.
       TPelGraphEdge** block = FEdgeFirst - FEdgeGap;
@@ -265,14 +266,30 @@ void TPelGraphNode::ListEdge(TPelGraphEdge* Edge) {
       FEdgeGap = 0;
     } else {
       if (end >= MaxListSize) TList::Error(SListCapacityError, end + 1);
-      const std::size_t capacity = end == 0 ? 2 : 2 * static_cast<std::size_t>(end);
-      void* block = std::realloc(FEdgeFirst, sizeof(TPelGraphEdge*) * capacity);
-      if (!block) throw std::bad_alloc();
-      FEdgeFirst = static_cast<TPelGraphEdge**>(block);
+      // Two entries first, then twice as many each time.
+      MoveEdgeList(FEdgeBlock ? FEdgeBlock + 1 : 1);
     }
   }
   FEdgeFirst[FEdgeCount++] = Edge;
   Edge->FListed |= ListBit(Edge);
+}
+
+void TPelGraphNode::MoveEdgeList(uint8_t Log2) {
+  auto** block = static_cast<TPelGraphEdge**>(Cells().Take(sizeof(TPelGraphEdge*) << Log2));
+  if (FEdgeFirst) {
+    std::memcpy(block, FEdgeFirst, sizeof(TPelGraphEdge*) * static_cast<std::size_t>(FEdgeCount));
+    Cells().Give(FEdgeFirst - FEdgeGap, sizeof(TPelGraphEdge*) << FEdgeBlock);
+  }
+  FEdgeFirst = block;
+  FEdgeGap = 0;
+  FEdgeBlock = Log2;
+}
+
+void TPelGraphNode::SetEdgeCapacity(int32_t Capacity) {
+  if (Capacity <= (FEdgeBlock ? int32_t{1} << FEdgeBlock : 0)) return;
+  if (Capacity > MaxListSize) TList::Error(SListCapacityError, Capacity);
+  MoveEdgeList(static_cast<uint8_t>(
+      std::max(1, static_cast<int>(std::bit_width(static_cast<uint32_t>(Capacity) - 1)))));
 }
 
 void TPelGraphNode::UnlistEdgeAt(int32_t Index) {
@@ -299,9 +316,10 @@ int32_t TPelGraphNode::ScanEdges(TPelGraphEdge* Edge) const {
 }
 
 void TPelGraphNode::ClearEdgeList() {
-  std::free(FEdgeFirst ? FEdgeFirst - FEdgeGap : nullptr);
+  if (FEdgeFirst) Cells().Give(FEdgeFirst - FEdgeGap, sizeof(TPelGraphEdge*) << FEdgeBlock);
   FEdgeFirst = nullptr;
   FEdgeGap = FEdgeCount = 0;
+  FEdgeBlock = 0;
 }
 
 int32_t TPelGraphNode::IndexOfEdge(TPelGraphEdge* Edge) const {

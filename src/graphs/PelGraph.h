@@ -32,11 +32,11 @@
 // Edges made directly (New<TPelGraphEdge>) between nodes outside any graph
 // are the caller's to free.
 //
-// Memory: nodes and edges (of every class) come from blocks cut into cells
-// of one size, with a free list of cells per size; a freed cell waits for
-// the next object of its size, and the blocks are given back when the last
-// node or edge made from them is freed. A graph of millions of edges so
-// pays no allocator header per object. Builds with AddressSanitizer use the
+// Memory: nodes and edges (of every class), and the nodes' edge lists, come
+// from blocks cut into cells of one size, with a free list of cells per
+// size; a freed cell waits for the next object of its size, and the blocks
+// are given back when the last cell cut from them is freed. A graph of
+// millions of edges so pays no allocator header per object or list. Builds with AddressSanitizer use the
 // ordinary allocator, so that it still sees every object; so does a class
 // aligned beyond what new guarantees (a cell is aligned as its size allows,
 // up to 16).
@@ -235,6 +235,11 @@ class TPelGraphNode : public TPersistent {
   // node.
   virtual void RemovePredecessors();
 
+  // Makes room in the edge list for Capacity edges at once (a power of two
+  // at least), so that a program that knows a node's degree spares the list
+  // its regrowth; a smaller capacity changes nothing. Beyond MaxListSize:
+  // EListError "List capacity out of bounds (%d)".
+  void SetEdgeCapacity(int32_t Capacity);
   TPelGraphEdge* GetEdge(int32_t Index) const;
   // GetEdge without the index check, for loops that test Index against
   // GetEdgeCount just before each access.
@@ -272,11 +277,13 @@ class TPelGraphNode : public TPersistent {
   bool Undirected() const;
 
  private:
-  // The edge list: FEdgeCount edges from FEdgeFirst on, in a block that
-  // starts FEdgeGap entries earlier (deleting the first edge widens the gap
-  // instead of moving the others) and holds at least the next power of two
-  // of FEdgeGap + FEdgeCount entries, and two at least.
+  // The edge list: FEdgeCount edges from FEdgeFirst on, in a block of
+  // 2^FEdgeBlock entries (none while FEdgeBlock is 0) that starts FEdgeGap
+  // entries earlier: deleting the first edge widens the gap instead of moving
+  // the others. The block comes from the cells and doubles when full.
   void ListEdge(TPelGraphEdge* Edge);
+  // Moves the edges to the start of a new block of 2^Log2 entries.
+  void MoveEdgeList(uint8_t Log2);
   void UnlistEdgeAt(int32_t Index);
   int32_t ScanEdges(TPelGraphEdge* Edge) const;
   void ClearEdgeList();
@@ -302,6 +309,7 @@ class TPelGraphNode : public TPersistent {
   TPelGraphNode* FNextSameCaption = nullptr;
   int32_t FUpdateCount = 0;
   bool FVisited = false;
+  uint8_t FEdgeBlock = 0;
   // What the algorithms read and write for every edge come last, so that
   // they share a cache line with the fields of the node classes built on
   // this one (a weight, an event's times).

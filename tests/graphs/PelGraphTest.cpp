@@ -137,7 +137,9 @@ TEST(PelGraph, EdgeRegistrationFollowsDirection) {
 
 TEST(PelGraph, EdgeListsKeepInsertionOrderThroughRemovals) {
   // A node's list against a plain vector: appends, removals at the front
-  // (cheap), in the middle and at the end, a list emptied and filled again.
+  // (cheap), in the middle and at the end, room made ahead (larger or
+  // smaller than the list, with a gap at the front), a list emptied and
+  // filled again.
   for (bool directed : {true, false}) {
     auto g = Make<TPelGraph>(nullptr);
     g->SetDirected(directed);
@@ -147,8 +149,10 @@ TEST(PelGraph, EdgeListsKeepInsertionOrderThroughRemovals) {
     std::vector<TPelGraphEdge*> model;
     std::mt19937 rng(11);
     for (int step = 0; step < 2000; ++step) {
-      const unsigned op = rng() % 8;
-      if (op < 4 || model.empty()) {
+      const unsigned op = rng() % 9;
+      if (op == 8) {
+        hub->SetEdgeCapacity(static_cast<int32_t>(model.size() + rng() % 40) - 8);
+      } else if (op < 4 || model.empty()) {
         model.push_back(hub->AddEdge(others[rng() % others.size()]));
       } else {
         const std::size_t at = op == 4 ? 0 : op == 5 ? model.size() - 1 : rng() % model.size();
@@ -181,6 +185,9 @@ TEST(PelGraph, EdgeListsKeepInsertionOrderThroughRemovals) {
     hub->RemovingEdgeTo(others[2], elsewhere);
     EXPECT_EQ(hub->IndexOfEdge(elsewhere), -1);
     EXPECT_EQ(hub->IndexOfEdge(nullptr), -1);
+    ExpectRaises<EListError>([&] { hub->SetEdgeCapacity(MaxListSize + 1); },
+                             "List capacity out of bounds (" + IntToStr(MaxListSize + 1) + ")");
+    EXPECT_EQ(hub->GetEdgeCount(), count);
     ExpectRaises<EListError>([&] { hub->GetEdge(count); },
                              "List index out of bounds (" + IntToStr(count) + ")");
     ExpectRaises<EListError>([&] { hub->GetEdge(-1); }, "List index out of bounds (-1)");
