@@ -78,7 +78,7 @@ struct PlanNetwork {
 struct Input {
   bool Saved = false, IsPlan = false;
   std::vector<TaskLine> Lines;
-  std::vector<PlanTask> Plan;
+  PlanTasks Plan;
   std::vector<Estimate> Estimates() const {
     std::vector<Estimate> e;
     if (IsPlan)
@@ -166,11 +166,16 @@ PlanNetwork BuildPlan(TActivityNetwork* net, const std::vector<PlanTask>& tasks,
     return task;
   };
   std::size_t count = 0;
+  // The number of edges each task's start and finish events will start,
+  // so that their lists are made at their size.
+  std::vector<int32_t> startEdges(tasks.size(), 1), finishEdges(tasks.size());
   for (const PlanTask& t : tasks) {
     count += t.Predecessors.empty() ? 1 : t.Predecessors.size();
-    for (const PlanLink& l : t.Predecessors)
-      if ((l.Type == LinkType::FS || l.Type == LinkType::FF) && l.Lag >= 0)
-        carriedOn[l.Task] = true;
+    for (const PlanLink& l : t.Predecessors) {
+      const bool afterFinish = l.Type == LinkType::FS || l.Type == LinkType::FF;
+      if (afterFinish && l.Lag >= 0) carriedOn[l.Task] = true;
+      ++(afterFinish ? finishEdges : startEdges)[l.Task];
+    }
   }
   count += static_cast<std::size_t>(std::count(carriedOn.begin(), carriedOn.end(), false));
   roles.reserve(tasks.size() + count);
@@ -180,9 +185,14 @@ PlanNetwork BuildPlan(TActivityNetwork* net, const std::vector<PlanTask>& tasks,
   if (dummies) plan.Dummies.reserve(count);
   starts.reserve(tasks.size());
   finishes.reserve(tasks.size());
-  for (const PlanTask& t : tasks) {
+  first->SetEdgeCapacity(static_cast<int32_t>(
+      std::count_if(tasks.begin(), tasks.end(), [](const PlanTask& t) { return t.Predecessors.empty(); })));
+  for (std::size_t i = 0; i < tasks.size(); ++i) {
+    const PlanTask& t = tasks[i];
     starts.push_back(net->CreateNode(t.Id + ":start"));
     finishes.push_back(net->CreateNode(t.Id + ":finish"));
+    starts.back()->SetEdgeCapacity(startEdges[i]);
+    finishes.back()->SetEdgeCapacity(finishEdges[i] + (carriedOn[i] ? 0 : 1));
     roles.push_back({edge(starts.back(), finishes.back(), t.Duration),
                      static_cast<int32_t>(starts.size() - 1), 0, -1, t.Line});
   }

@@ -316,7 +316,9 @@ PlanLink ParseLink(std::string_view text, std::string_view& id, const std::strin
 }
 
 // The tasks of a plan by id: open addressing over the tasks' places, the
-// ids themselves being the keys.
+// ids themselves being the keys. A slot keeps the top half of its id's hash
+// beside the place, so a search reads the tasks only where that half
+// matches: a plan of a million tasks is not read at random for every id.
 class TaskIndex {
  public:
   explicit TaskIndex(const std::vector<PlanTask>& tasks) : FTasks(tasks) {}
@@ -324,10 +326,12 @@ class TaskIndex {
   std::size_t Find(std::string_view id) const {
     if (FSlots.empty()) return npos;
     const std::size_t mask = FSlots.size() - 1;
-    for (std::size_t i = Hash(id) & mask;; i = (i + 1) & mask) {
-      const uint32_t slot = FSlots[i];
+    const uint64_t hash = Hash(id), tag = hash & TagMask;
+    for (std::size_t i = hash & mask;; i = (i + 1) & mask) {
+      const uint64_t slot = FSlots[i];
       if (slot == 0) return npos;
-      if (FTasks[slot - 1].Id == id) return slot - 1;
+      const std::size_t place = static_cast<std::size_t>(slot & ~TagMask) - 1;
+      if ((slot & TagMask) == tag && FTasks[place].Id == id) return place;
     }
   }
   // Adds the task at place Task under its id (not indexed yet).
@@ -342,32 +346,37 @@ class TaskIndex {
   static constexpr std::size_t npos = std::size_t(-1);
 
  private:
-  static std::size_t Hash(std::string_view id) { return std::hash<std::string_view>()(id); }
+  static constexpr uint64_t TagMask = ~uint64_t{0} << 32;
+  static uint64_t Hash(std::string_view id) { return std::hash<std::string_view>()(id); }
   void Put(std::size_t Task) {
     const std::size_t mask = FSlots.size() - 1;
-    std::size_t i = Hash(FTasks[Task].Id) & mask;
+    const uint64_t hash = Hash(FTasks[Task].Id);
+    std::size_t i = hash & mask;
     while (FSlots[i]) i = (i + 1) & mask;
-    FSlots[i] = static_cast<uint32_t>(Task + 1);
+    FSlots[i] = (hash & TagMask) | (Task + 1);
   }
   void Grow() {
-    std::vector<uint32_t> old(std::max<std::size_t>(64, FSlots.size() * 2));
+    std::vector<uint64_t> old(std::max<std::size_t>(64, FSlots.size() * 2));
     old.swap(FSlots);
-    for (uint32_t slot : old)
-      if (slot) Put(slot - 1);
+    for (uint64_t slot : old)
+      if (slot) Put(static_cast<std::size_t>(slot & ~TagMask) - 1);
   }
   const std::vector<PlanTask>& FTasks;
-  std::vector<uint32_t> FSlots;  // a task's place plus one; 0 is free
+  std::vector<uint64_t> FSlots;  // hash tag | a task's place plus one; 0 is free
   std::size_t FCount = 0;
 };
 
 }  // namespace
 
-std::vector<PlanTask> ParsePlan(std::string_view data, const std::string& file) {
-  std::vector<PlanTask> tasks;
+PlanTasks ParsePlan(std::string_view data, const std::string& file) {
+  PlanTasks tasks;
+  std::vector<PlanLink>& links = tasks.Links;
+  // Where each task's links begin in Links; the views are made at the end.
+  std::vector<std::size_t> firstLink;
   TaskIndex index(tasks);
   // A predecessor not defined yet, found once every task is read.
   struct Pending {
-    std::size_t Task, Link;
+    std::size_t Task, Link;  // Link: the place in Links
     std::string Id;
   };
   std::vector<Pending> pending;
@@ -375,6 +384,9 @@ std::vector<PlanTask> ParsePlan(std::string_view data, const std::string& file) 
   std::vector<std::string> storage;
   const std::size_t lines = static_cast<std::size_t>(std::count(data.begin(), data.end(), '\n'));
   tasks.reserve(lines + 1);
+  firstLink.reserve(lines + 2);
+  // At most one link a ';' or line.
+  links.reserve(lines + 1 + static_cast<std::size_t>(std::count(data.begin(), data.end(), ';')));
   index.Reserve(lines + 1);
   int n = 0;
   std::size_t id = 0, name = 0, duration = 0, predecessors = 0, needed = 0;
@@ -403,6 +415,7 @@ std::vector<PlanTask> ParsePlan(std::string_view data, const std::string& file) 
            "expected " + std::to_string(needed) + " fields, found " +
                std::to_string(fields.size()));
     std::string_view taskId = fields[id];
+    std::string_view list = fields[predecessors];
     if (!ValidId(taskId))
       Fail(file, n, taskId.empty() ? "missing task id"
                                    : "task id '" + std::string(taskId) +
@@ -417,7 +430,7 @@ std::vector<PlanTask> ParsePlan(std::string_view data, const std::string& file) 
     t.Est = ParseEstimate(fields[duration], file, n);
     t.Duration = t.Est.P;
     t.Line = n;
-    std::string_view list = fields[predecessors];
+    firstLink.push_back(links.size());
     for (std::size_t at = 0; at <= list.size();) {
       std::size_t end = std::min(list.find(';', at), list.size());
       std::string_view item = TrimView(list.substr(at, end - at));
@@ -428,8 +441,8 @@ std::vector<PlanTask> ParsePlan(std::string_view data, const std::string& file) 
       if (linkId == t.Id) Fail(file, n, "task '" + t.Id + "' is its own predecessor");
       link.Task = index.Find(linkId);
       if (link.Task == TaskIndex::npos)
-        pending.push_back({tasks.size() - 1, t.Predecessors.size(), std::string(linkId)});
-      t.Predecessors.push_back(link);
+        pending.push_back({tasks.size() - 1, links.size(), std::string(linkId)});
+      links.push_back(link);
     }
   }
   if (!header) Fail(file, std::max(n, 1), "no header line (expected id,name,duration,predecessors)");
@@ -437,8 +450,11 @@ std::vector<PlanTask> ParsePlan(std::string_view data, const std::string& file) 
     std::size_t found = index.Find(p.Id);
     if (found == TaskIndex::npos)
       Fail(file, tasks[p.Task].Line, "predecessor '" + std::string(p.Id) + "' is not a task of the plan");
-    tasks[p.Task].Predecessors[p.Link].Task = found;
+    links[p.Link].Task = found;
   }
+  firstLink.push_back(links.size());
+  for (std::size_t i = 0; i < tasks.size(); ++i)
+    tasks[i].Predecessors = std::span<PlanLink>(links).subspan(firstLink[i], firstLink[i + 1] - firstLink[i]);
   return tasks;
 }
 

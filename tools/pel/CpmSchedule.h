@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <iosfwd>
 #include <optional>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -61,8 +62,21 @@ struct PlanTask {
   std::string Id, Name;
   int32_t Duration = 0;  // as a TaskLine's
   Estimate Est;
-  std::vector<PlanLink> Predecessors;
+  std::span<PlanLink> Predecessors;  // in the plan's Links
   int Line = 0;
+};
+
+// The tasks of a plan in file order. Their links are kept together, one
+// block for all of them rather than one per task: each task's Predecessors
+// show a part of Links. A plan moves but is not copied (a copy's tasks would
+// still show the original's links).
+struct PlanTasks : std::vector<PlanTask> {
+  std::vector<PlanLink> Links;
+  PlanTasks() = default;
+  PlanTasks(PlanTasks&&) = default;
+  PlanTasks& operator=(PlanTasks&&) = default;
+  PlanTasks(const PlanTasks&) = delete;
+  PlanTasks& operator=(const PlanTasks&) = delete;
 };
 
 // True when the first non-blank line of CSV data names the columns id and
@@ -73,7 +87,7 @@ bool HasPlanHeader(const std::string& data);
 // ';', each "ID", "ID FS+2", "ID SS", "ID FF-1" or "ID SF+3". Ids are unique,
 // without blanks, ';', ':' or parentheses; every predecessor is a task of the
 // plan and no task its own. Raises CpmError naming file and line.
-std::vector<PlanTask> ParsePlan(std::string_view data, const std::string& file);
+PlanTasks ParsePlan(std::string_view data, const std::string& file);
 std::string LinkText(LinkType type, int32_t lag);  // "FS+2", "SS", "FF-1"
 
 struct EventTimes {
