@@ -10,6 +10,7 @@
 #include <limits>
 #include <optional>
 #include <sstream>
+#include <thread>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -103,6 +104,21 @@ struct Network {
   Origin From;
   std::optional<PlanNetwork> Plan;
   std::vector<EdgeRole> Roles;
+  // Frees the network while the report is written (see Release); joined
+  // before anything else of the network goes.
+  std::jthread Freeing;
+
+  // Hands the network, its roles and estimates to a thread that frees them:
+  // a plan of a million tasks takes a third of a second to tear down, which
+  // a report made without the network need not wait for.
+  void Release() {
+    Freeing = std::jthread([net = std::move(Net), roles = std::move(Roles),
+                            estimates = std::move(From.Estimates)]() mutable {
+      net.reset();
+      std::vector<EdgeRole>().swap(roles);
+      estimates.clear();
+    });
+  }
 };
 
 // The names of a plan's events. Task ids hold no ':' or parenthesis, so
@@ -551,10 +567,11 @@ Schedule Compute(TActivityNetwork* net, TAOEEvent* start, TAOEEvent* finish,
 // slip before any of its links (or the project finish) binds. Once the
 // figures are taken from the network, release (when given) may free it:
 // a large plan's report then never shares the memory with its network.
-Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan,
-                     const std::vector<PlanTask>& tasks, bool showDummies,
-                     const std::string& file, const Origin& origin,
-                     const std::function<void()>& release) {
+// With bySource (a report in JSON alone, without dummies), the schedule
+// shows the plan itself and the figures rather than copies of its tasks.
+Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan, const PlanTasks& tasks,
+                     bool showDummies, bool bySource, const std::string& file,
+                     const Origin& origin, const std::function<void()>& release) {
   Schedule s;
   s.Plan = true;
   Owned<TStrings> order = Times(net, nullptr, nullptr, file, origin, s.CompletionTime);
@@ -562,10 +579,7 @@ Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan,
   if (showDummies) s.Events = EventList(order.get());
   order.reset();
   // The figures of the tasks, then those of the dummies shown.
-  struct Figures {
-    int32_t Duration, EarliestStart, LatestStart, Slack, FreeFloat;
-  };
-  std::vector<Figures> figures;
+  std::vector<TaskFigures> figures;
   figures.reserve(tasks.size());
   for (std::size_t i = 0; i < tasks.size(); ++i) {
     TAOETask* edge = (*origin.Roles)[i].Edge;
@@ -580,6 +594,7 @@ Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan,
       }
     figures.push_back({k.Duration, k.EarliestStart, k.LatestStart, k.Slack,
                        static_cast<int32_t>(free)});
+    if (k.Slack == 0) s.Critical.push_back(tasks[i].Id);
   }
   std::vector<TaskTimes> dummies;
   if (showDummies)
@@ -598,24 +613,15 @@ Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan,
       dummies.push_back(std::move(k));
     }
   if (release) release();
+  if (bySource && !showDummies) {
+    s.Source = &tasks;
+    s.Figures = std::move(figures);
+    return s;
+  }
 
   s.Tasks.reserve(tasks.size() + dummies.size());
-  for (std::size_t i = 0; i < tasks.size(); ++i) {
-    const PlanTask& p = tasks[i];
-    const Figures& f = figures[i];
-    TaskTimes& k = s.Tasks.emplace_back();
-    k.Duration = f.Duration;
-    k.EarliestStart = f.EarliestStart;
-    k.LatestStart = f.LatestStart;
-    k.Slack = f.Slack;
-    k.FreeFloat = f.FreeFloat;
-    k.Critical = f.Slack == 0;
-    k.Id = p.Id;
-    k.Name = p.Name;
-    k.Est = p.Est;
-    if (k.Critical) s.Critical.push_back(p.Id);
-  }
-  std::vector<Figures>().swap(figures);
+  for (std::size_t i = 0; i < tasks.size(); ++i) s.Tasks.push_back(PlanTaskTimes(tasks[i], figures[i]));
+  std::vector<TaskFigures>().swap(figures);
   std::size_t links = 0;
   for (const PlanTask& t : tasks) links += t.Predecessors.size();
   s.Links.reserve(links);
@@ -634,14 +640,18 @@ Schedule Run(Network& n, const Input& input, const CpmOptions& o, bool keep) {
   if (n.Plan) {
     if (!o.From.empty() || !o.To.empty())
       throw CpmError("--from and --to apply to event networks, not to a plan of tasks");
+    // JSON alone is written from the plan and the figures, while the
+    // network is freed beside it; other reports copy the tasks once the
+    // network has gone.
+    const bool bySource = o.Json && o.Gantt.empty();
     std::function<void()> release;
     if (!keep)
-      release = [&n] {
-        n.Net.reset();
-        std::vector<EdgeRole>().swap(n.Roles);
-        n.From.Estimates.clear();
+      release = [&n, bySource] {
+        n.Release();
+        if (!bySource) n.Freeing.join();
       };
-    return ComputePlan(n.Net.get(), *n.Plan, input.Plan, o.ShowDummies, o.File, n.From, release);
+    return ComputePlan(n.Net.get(), *n.Plan, input.Plan, o.ShowDummies, bySource, o.File,
+                       n.From, release);
   }
   TAOEEvent* start = EventNamed(n.Net.get(), o.From, "--from");
   TAOEEvent* finish = EventNamed(n.Net.get(), o.To, "--to");

@@ -433,6 +433,20 @@ nlohmann::ordered_json SimulationJson(const Schedule& s) {
 
 }  // namespace
 
+TaskTimes PlanTaskTimes(const PlanTask& task, const TaskFigures& figures) {
+  TaskTimes k;
+  k.Duration = figures.Duration;
+  k.EarliestStart = figures.EarliestStart;
+  k.LatestStart = figures.LatestStart;
+  k.Slack = figures.Slack;
+  k.FreeFloat = figures.FreeFloat;
+  k.Critical = figures.Slack == 0;
+  k.Id = task.Id;
+  k.Name = task.Name;
+  k.Est = task.Est;
+  return k;
+}
+
 std::string RenderJson(const Schedule& s) {
   std::ostringstream out;
   RenderJson(s, out);
@@ -493,7 +507,7 @@ void RenderJson(const Schedule& s, std::ostream& out) {
     w.End(']');
   }
   w.Key("tasks").Begin('[');
-  for (const auto& t : s.Tasks) {
+  auto task = [&](const TaskTimes& t) {
     w.Begin('{');
     if (s.Plan && !t.Id.empty()) {
       w.Key("id").String(t.Id);
@@ -524,18 +538,30 @@ void RenderJson(const Schedule& s, std::ostream& out) {
     time("free_float", t.FreeFloat);
     w.Key("critical").Bool(t.Critical);
     w.End('}');
-  }
-  w.End(']');
-  if (s.Plan) {
-    w.Key("links").Begin('[');
-    for (const auto& l : s.Links) {
-      w.Begin('{');
-      w.Key("from").String(s.Tasks[l.From].Id);
-      w.Key("to").String(s.Tasks[l.To].Id);
-      w.Key("type").String(LinkText(l.Type, l.Lag));
-      w.End('}');
-    }
+  };
+  auto link = [&](const std::string& from, const std::string& to, LinkType type, int32_t lag) {
+    w.Begin('{');
+    w.Key("from").String(from);
+    w.Key("to").String(to);
+    w.Key("type").String(LinkText(type, lag));
+    w.End('}');
+  };
+  if (s.Source) {
+    const PlanTasks& plan = *s.Source;
+    for (std::size_t i = 0; i < plan.size(); ++i) task(PlanTaskTimes(plan[i], s.Figures[i]));
     w.End(']');
+    w.Key("links").Begin('[');
+    for (const PlanTask& t : plan)
+      for (const PlanLink& l : t.Predecessors) link(plan[l.Task].Id, t.Id, l.Type, l.Lag);
+    w.End(']');
+  } else {
+    for (const auto& t : s.Tasks) task(t);
+    w.End(']');
+    if (s.Plan) {
+      w.Key("links").Begin('[');
+      for (const auto& l : s.Links) link(s.Tasks[l.From].Id, s.Tasks[l.To].Id, l.Type, l.Lag);
+      w.End(']');
+    }
   }
   w.Key("critical").Begin('[');
   for (const auto& c : s.Critical) w.String(c);

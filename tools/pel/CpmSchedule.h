@@ -144,6 +144,14 @@ struct WhatIfFigures {
   std::vector<std::string> Entered, Left;
 };
 
+// The figures of a plan's task, as the network gave them.
+struct TaskFigures {
+  int32_t Duration = 0, EarliestStart = 0, LatestStart = 0, Slack = 0, FreeFloat = 0;
+};
+
+// A plan's task with its figures, as the reports show it.
+TaskTimes PlanTaskTimes(const PlanTask& task, const TaskFigures& figures);
+
 struct Schedule {
   bool Plan = false;  // read as tasks: the reports name tasks, not events
   int32_t Scale = 1;  // steps a time unit
@@ -154,6 +162,11 @@ struct Schedule {
                                       // a plan's in file order, then its dummies
   std::vector<LinkTimes> Links;       // a plan's
   std::vector<std::string> Critical;  // "A --> B", as the network names them; a plan's ids
+  // A plan reported as JSON alone, without its dummies, keeps its tasks
+  // here instead of in Tasks and Links, so that a million of them are not
+  // copied: the plan as read and each task's figures, in file order.
+  const PlanTasks* Source = nullptr;
+  std::vector<TaskFigures> Figures;
   std::optional<PertFigures> Pert;      // with three-point estimates
   std::optional<SimulationFigures> Simulation;
   std::optional<WhatIfFigures> WhatIf;  // the report then shows only what moved
