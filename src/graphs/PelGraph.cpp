@@ -489,7 +489,9 @@ void TPelGraphNode::SetCaption(const String& Value) {
   if (Value == FCaption) return;
   String text = Value;
   TextChange(text);
-  FCaption = text;
+  // Swapped rather than copied: the text the node had (its class name and
+  // id, longer than a string keeps in place) goes with its memory.
+  FCaption.swap(text);
 }
 
 void TPelGraphNode::SetGraph(TPelCustomGraph* Value) {
