@@ -1,10 +1,12 @@
 #include "pel/CpmCommand.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <exception>
 #include <fstream>
 #include <functional>
 #include <limits>
@@ -98,28 +100,6 @@ struct Input {
   }
 };
 
-// An input's network with what its edges stand for (none for a saved one).
-struct Network {
-  Owned<TActivityNetwork> Net = Make<TActivityNetwork>(nullptr);
-  Origin From;
-  std::optional<PlanNetwork> Plan;
-  std::vector<EdgeRole> Roles;
-  // Frees the network while the report is written (see Release); joined
-  // before anything else of the network goes.
-  std::jthread Freeing;
-
-  // Hands the network, its roles and estimates to a thread that frees them:
-  // a plan of a million tasks takes a third of a second to tear down, which
-  // a report made without the network need not wait for.
-  void Release() {
-    Freeing = std::jthread([net = std::move(Net), roles = std::move(Roles),
-                            estimates = std::move(From.Estimates)]() mutable {
-      net.reset();
-      std::vector<EdgeRole>().swap(roles);
-      estimates.clear();
-    });
-  }
-};
 
 // The names of a plan's events. Task ids hold no ':' or parenthesis, so
 // these never clash.
@@ -168,91 +148,200 @@ void BuildNetwork(TActivityNetwork* net, const std::vector<TaskLine>& tasks,
 // a node of a million edges would cost the graph dearly). No event is earlier
 // than the project start: the network starts every event at time 0, so no
 // task starts before the project does, however large a lead.
-PlanNetwork BuildPlan(TActivityNetwork* net, const std::vector<PlanTask>& tasks,
-                      const std::string& file, std::vector<EdgeRole>& roles, bool dummies) {
-  net->SetDirected(true);
-  PlanNetwork plan;
-  std::vector<TPelGraphNode*> starts, finishes;
-  std::vector<bool> carriedOn(tasks.size());
-  TPelGraphNode* first = net->CreateNode(ProjectStart);
-  TPelGraphNode* last = net->CreateNode(ProjectFinish);
-  auto edge = [&](TPelGraphNode* from, TPelGraphNode* to, int32_t weight) {
+//
+// The network is built in two steps: the events and the edge of each task
+// as the tasks are read (AddTasks, which needs nothing of their links), then,
+// once the plan is whole, the dummies (Finish).
+class PlanBuilder {
+ public:
+  PlanBuilder(TActivityNetwork* net, std::vector<EdgeRole>& roles) : FNet(net), FRoles(roles) {
+    net->SetDirected(true);
+    FFirst = net->CreateNode(ProjectStart);
+    FLast = net->CreateNode(ProjectFinish);
+  }
+
+  // The events and edges of tasks[from] to tasks[to - 1].
+  void AddTasks(const PlanTask* tasks, std::size_t from, std::size_t to) {
+    if (FStarts.capacity() < to) {
+      // Doubling: the tasks come a few thousand at a time.
+      FStarts.reserve(std::max(to, 2 * FStarts.capacity()));
+      FFinishes.reserve(FStarts.capacity());
+    }
+    for (std::size_t i = from; i < to; ++i) {
+      const PlanTask& t = tasks[i];
+      FStarts.push_back(FNet->CreateNode(t.Id + ":start"));
+      FFinishes.push_back(FNet->CreateNode(t.Id + ":finish"));
+      FRoles.push_back({Edge(FStarts.back(), FFinishes.back(), t.Duration),
+                        static_cast<int32_t>(i), 0, -1, t.Line});
+    }
+  }
+
+  // The dummies of the whole plan, whose tasks have all been added; what
+  // each stands for is kept when dummies is set.
+  PlanNetwork Finish(const PlanTasks& tasks, const std::string& file, bool dummies) {
+    PlanNetwork plan;
+    std::vector<bool> carriedOn(tasks.size());
+    std::size_t count = 0;
+    // The number of edges each task's start and finish events will start,
+    // so that their lists are made at their size.
+    std::vector<int32_t> startEdges(tasks.size(), 1), finishEdges(tasks.size());
+    int32_t firstEdges = 0;
+    for (const PlanTask& t : tasks) {
+      count += t.Predecessors.empty() ? 1 : t.Predecessors.size();
+      firstEdges += t.Predecessors.empty();
+      for (const PlanLink& l : t.Predecessors) {
+        const bool afterFinish = l.Type == LinkType::FS || l.Type == LinkType::FF;
+        if (afterFinish && l.Lag >= 0) carriedOn[l.Task] = true;
+        ++(afterFinish ? finishEdges : startEdges)[l.Task];
+      }
+    }
+    count += static_cast<std::size_t>(std::count(carriedOn.begin(), carriedOn.end(), false));
+    FRoles.reserve(tasks.size() + count);
+    FFirst->SetEdgeCapacity(firstEdges);
+    for (std::size_t i = 0; i < tasks.size(); ++i) {
+      FStarts[i]->SetEdgeCapacity(startEdges[i]);
+      FFinishes[i]->SetEdgeCapacity(finishEdges[i] + (carriedOn[i] ? 0 : 1));
+    }
+    auto dummy = [&](std::size_t task, int32_t link) {
+      if (dummies) plan.Dummies.push_back({static_cast<int32_t>(task), link});
+    };
+    if (dummies) plan.Dummies.reserve(count);
+    int64_t total = 0;
+    for (std::size_t i = 0; i < tasks.size(); ++i) {
+      const PlanTask& t = tasks[i];
+      total += t.Duration;
+      if (t.Predecessors.empty()) {
+        dummy(i, -1);
+        FRoles.push_back({Edge(FFirst, FStarts[i], 0), -1, 0, -1, t.Line});
+      }
+      for (std::size_t k = 0; k < t.Predecessors.size(); ++k) {
+        const PlanLink& l = t.Predecessors[k];
+        std::size_t p = l.Task;
+        bool fromFinish = l.Type == LinkType::FS || l.Type == LinkType::FF;
+        bool toFinish = l.Type == LinkType::FF || l.Type == LinkType::SF;
+        int64_t weight = int64_t{l.Lag} - (toFinish ? t.Duration : 0);
+        total += weight < 0 ? -weight : weight;
+        if (total > std::numeric_limits<int32_t>::max())
+          throw CpmError(file + ":" + std::to_string(t.Line) +
+                         ": the durations and lags add up to more than 2147483647");
+        dummy(i, static_cast<int32_t>(k));
+        FRoles.push_back({Edge(fromFinish ? FFinishes[p] : FStarts[p], FStarts[i],
+                               static_cast<int32_t>(weight)),
+                          -1, l.Lag, toFinish ? static_cast<int32_t>(i) : -1, t.Line});
+      }
+    }
+    for (std::size_t i = 0; i < tasks.size(); ++i)
+      if (!carriedOn[i]) {
+        dummy(i, -2);
+        FRoles.push_back({Edge(FFinishes[i], FLast, 0), -1, 0, -1, tasks[i].Line});
+      }
+    return plan;
+  }
+
+ private:
+  static TAOETask* Edge(TPelGraphNode* from, TPelGraphNode* to, int32_t weight) {
     auto* task = As<TAOETask>(from->AddEdge(to));
     task->SetWeight(weight);
     return task;
-  };
-  std::size_t count = 0;
-  // The number of edges each task's start and finish events will start,
-  // so that their lists are made at their size.
-  std::vector<int32_t> startEdges(tasks.size(), 1), finishEdges(tasks.size());
-  for (const PlanTask& t : tasks) {
-    count += t.Predecessors.empty() ? 1 : t.Predecessors.size();
-    for (const PlanLink& l : t.Predecessors) {
-      const bool afterFinish = l.Type == LinkType::FS || l.Type == LinkType::FF;
-      if (afterFinish && l.Lag >= 0) carriedOn[l.Task] = true;
-      ++(afterFinish ? finishEdges : startEdges)[l.Task];
-    }
   }
-  count += static_cast<std::size_t>(std::count(carriedOn.begin(), carriedOn.end(), false));
-  roles.reserve(tasks.size() + count);
-  auto dummy = [&](std::size_t task, int32_t link) {
-    if (dummies) plan.Dummies.push_back({static_cast<int32_t>(task), link});
-  };
-  if (dummies) plan.Dummies.reserve(count);
-  starts.reserve(tasks.size());
-  finishes.reserve(tasks.size());
-  first->SetEdgeCapacity(static_cast<int32_t>(
-      std::count_if(tasks.begin(), tasks.end(), [](const PlanTask& t) { return t.Predecessors.empty(); })));
-  for (std::size_t i = 0; i < tasks.size(); ++i) {
-    const PlanTask& t = tasks[i];
-    starts.push_back(net->CreateNode(t.Id + ":start"));
-    finishes.push_back(net->CreateNode(t.Id + ":finish"));
-    starts.back()->SetEdgeCapacity(startEdges[i]);
-    finishes.back()->SetEdgeCapacity(finishEdges[i] + (carriedOn[i] ? 0 : 1));
-    roles.push_back({edge(starts.back(), finishes.back(), t.Duration),
-                     static_cast<int32_t>(starts.size() - 1), 0, -1, t.Line});
+  TActivityNetwork* FNet;
+  std::vector<EdgeRole>& FRoles;
+  TPelGraphNode* FFirst;
+  TPelGraphNode* FLast;
+  std::vector<TPelGraphNode*> FStarts, FFinishes;
+};
+
+// An input's network with what its edges stand for (none for a saved one).
+struct Network {
+  Owned<TActivityNetwork> Net = Make<TActivityNetwork>(nullptr);
+  Origin From;
+  std::optional<PlanNetwork> Plan;
+  std::vector<EdgeRole> Roles;
+  // A plan's network while the plan is read (see ReadPlanBuilding).
+  std::optional<PlanBuilder> Builder;
+  // Frees the network while the report is written (see Release); joined
+  // before anything else of the network goes.
+  std::jthread Freeing;
+
+  // Hands the network, its roles and estimates to a thread that frees them:
+  // a plan of a million tasks takes a third of a second to tear down, which
+  // a report made without the network need not wait for.
+  void Release() {
+    Freeing = std::jthread([net = std::move(Net), roles = std::move(Roles),
+                            estimates = std::move(From.Estimates)]() mutable {
+      net.reset();
+      std::vector<EdgeRole>().swap(roles);
+      estimates.clear();
+    });
   }
-  int64_t total = 0;
-  for (std::size_t i = 0; i < tasks.size(); ++i) {
-    const PlanTask& t = tasks[i];
-    total += t.Duration;
-    if (t.Predecessors.empty()) {
-      dummy(i, -1);
-      roles.push_back({edge(first, starts[i], 0), -1, 0, -1, t.Line});
+};
+
+// Reads a plan in a thread of its own while this one makes the events and
+// task edges of the tasks read so far: the two halves of the work that need
+// nothing of each other run side by side.
+PlanTasks ReadPlanBuilding(const std::string& data, const std::string& file,
+                           PlanBuilder& builder) {
+  constexpr uint64_t Ended = uint64_t{1} << 63;
+  std::atomic<uint64_t> ready{0};  // the tasks complete so far; Ended once the reader ends
+  std::atomic<const PlanTask*> first{nullptr};
+  PlanTasks plan;
+  std::exception_ptr error;
+  {
+    std::jthread reader([&] {
+      try {
+        plan = ParsePlan(data, file, [&](const PlanTask* tasks, std::size_t count) {
+          first.store(tasks, std::memory_order_relaxed);
+          ready.store(count, std::memory_order_release);
+          ready.notify_one();
+        });
+      } catch (...) {
+        error = std::current_exception();
+      }
+      ready.fetch_or(Ended, std::memory_order_release);
+      ready.notify_one();
+    });
+    std::size_t made = 0;
+    for (;;) {
+      const uint64_t state = ready.load(std::memory_order_acquire);
+      if (state & Ended) break;
+      if (state > made) {
+        builder.AddTasks(first.load(std::memory_order_relaxed), made, state);
+        made = state;
+      }
+      ready.wait(state, std::memory_order_acquire);
     }
-    for (std::size_t k = 0; k < t.Predecessors.size(); ++k) {
-      const PlanLink& l = t.Predecessors[k];
-      std::size_t p = l.Task;
-      bool fromFinish = l.Type == LinkType::FS || l.Type == LinkType::FF;
-      bool toFinish = l.Type == LinkType::FF || l.Type == LinkType::SF;
-      int64_t weight = int64_t{l.Lag} - (toFinish ? t.Duration : 0);
-      total += weight < 0 ? -weight : weight;
-      if (total > std::numeric_limits<int32_t>::max())
-        throw CpmError(file + ":" + std::to_string(t.Line) +
-                       ": the durations and lags add up to more than 2147483647");
-      dummy(i, static_cast<int32_t>(k));
-      roles.push_back({edge(fromFinish ? finishes[p] : starts[p], starts[i],
-                            static_cast<int32_t>(weight)),
-                       -1, l.Lag, toFinish ? static_cast<int32_t>(i) : -1, t.Line});
-    }
+    // The reader has ended; joined here.
+    reader.join();
+    if (error) std::rethrow_exception(error);
+    builder.AddTasks(plan.data(), made, plan.size());
   }
-  for (std::size_t i = 0; i < tasks.size(); ++i)
-    if (!carriedOn[i]) {
-      dummy(i, -2);
-      roles.push_back({edge(finishes[i], last, 0), -1, 0, -1, tasks[i].Line});
-    }
   return plan;
+}
+
+PlanNetwork BuildPlan(TActivityNetwork* net, const PlanTasks& tasks, const std::string& file,
+                      std::vector<EdgeRole>& roles, bool dummies) {
+  PlanBuilder builder(net, roles);
+  builder.AddTasks(tasks.data(), 0, tasks.size());
+  return builder.Finish(tasks, file, dummies);
 }
 
 // Reads the input: a plan, a saved network (loaded into net) or the tasks of
 // an event network.
-Input ReadInput(TActivityNetwork* net, const std::string& data, const CpmOptions& o) {
+// With early, a plan's network is begun while it is read (see
+// ReadPlanBuilding), into n.
+Input ReadInput(Network& n, const std::string& data, const CpmOptions& o, bool early) {
+  TActivityNetwork* net = n.Net.get();
   const std::string& file = o.File;
   Input input;
   std::istringstream in(data);
   if (o.Aon || (EndsWith(file, ".csv") && HasPlanHeader(data))) {
     input.IsPlan = true;
-    input.Plan = ParsePlan(data, file);
+    if (early) {
+      n.Builder.emplace(net, n.Roles);
+      input.Plan = ReadPlanBuilding(data, file, *n.Builder);
+    } else {
+      input.Plan = ParsePlan(data, file);
+    }
   } else if (data.compare(0, 4, "TPF0") == 0) {
     // A network saved by --save: the component stream.
     input.Saved = true;
@@ -315,7 +404,9 @@ void Build(Network& n, const Input& input, int32_t scale, const std::string& fil
   if (input.Saved) return;
   if (input.IsPlan) {
     n.From.Plan = true;
-    n.Plan = BuildPlan(n.Net.get(), input.Plan, file, n.Roles, showDummies);
+    n.Plan = n.Builder ? n.Builder->Finish(input.Plan, file, showDummies)
+                       : BuildPlan(n.Net.get(), input.Plan, file, n.Roles, showDummies);
+    n.Builder.reset();
   } else {
     BuildNetwork(n.Net.get(), input.Lines, file, n.Roles);
   }
@@ -897,7 +988,8 @@ int RunCpm(const std::vector<std::string>& args, std::istream& in, std::ostream&
     }
 
     Network n;
-    Input input = ReadInput(n.Net.get(), data, o);
+    // A plan read for one run only is built while it is read.
+    Input input = ReadInput(n, data, o, o.WhatIf.empty());
     std::string().swap(data);  // a large plan's text is no longer needed
     if (input.Saved && (o.Simulate || !o.WhatIf.empty()))
       throw CpmError("--simulate and --what-if need a network written as text or CSV");

@@ -368,7 +368,8 @@ class TaskIndex {
 
 }  // namespace
 
-PlanTasks ParsePlan(std::string_view data, const std::string& file) {
+PlanTasks ParsePlan(std::string_view data, const std::string& file,
+                    const std::function<void(const PlanTask*, std::size_t)>& ready) {
   PlanTasks tasks;
   std::vector<PlanLink>& links = tasks.Links;
   // Where each task's links begin in Links; the views are made at the end.
@@ -383,6 +384,7 @@ PlanTasks ParsePlan(std::string_view data, const std::string& file) {
   std::vector<std::string_view> fields;
   std::vector<std::string> storage;
   const std::size_t lines = static_cast<std::size_t>(std::count(data.begin(), data.end(), '\n'));
+  // Room for every line: the tasks never move (Ready relies on it).
   tasks.reserve(lines + 1);
   firstLink.reserve(lines + 2);
   // At most one link a ';' or line.
@@ -423,6 +425,7 @@ PlanTasks ParsePlan(std::string_view data, const std::string& file) {
     if (std::size_t known = index.Find(taskId); known != TaskIndex::npos)
       Fail(file, n, "task '" + std::string(taskId) + "' is already defined on line " +
                         std::to_string(tasks[known].Line));
+    if (ready && !tasks.empty() && tasks.size() % 4096 == 0) ready(tasks.data(), tasks.size());
     PlanTask& t = tasks.emplace_back();
     t.Id = taskId;
     index.Add(tasks.size() - 1);
