@@ -306,4 +306,10 @@ TEST(CpmPlanning, LargePlansBuiltWhileReadKeepTheirTimes) {
     }
     EXPECT_EQ(j["completion_time"], earliest[count - 1] + (count - 1) % 7);
   }
+  // An error late in the plan stops the reading; the events made so far go.
+  std::string bad = forward;
+  bad.insert(bad.find("\nT9000,") + 7, "x");
+  Result r = Cpm({"--json", "--aon", "-"}, bad);
+  EXPECT_EQ(r.Status, 2);
+  EXPECT_EQ(r.Err, "pel cpm: -:9002: duration 'x5' is not a whole number\n");
 }

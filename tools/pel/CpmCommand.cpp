@@ -289,7 +289,9 @@ PlanTasks ReadPlanBuilding(const std::string& data, const std::string& file,
   {
     std::jthread reader([&] {
       try {
-        plan = ParsePlan(data, file, [&](const PlanTask* tasks, std::size_t count) {
+        // Into plan, which outlives the reader: the tasks stay for this
+        // thread to read even when the reader stops at an error.
+        ParsePlan(data, file, plan, [&](const PlanTask* tasks, std::size_t count) {
           first.store(tasks, std::memory_order_relaxed);
           ready.store(count, std::memory_order_release);
           ready.notify_one();
@@ -411,9 +413,15 @@ void Build(Network& n, const Input& input, int32_t scale, const std::string& fil
     BuildNetwork(n.Net.get(), input.Lines, file, n.Roles);
   }
   std::vector<Estimate> estimates = input.Estimates();
+  bool threePoint = false;
   for (std::size_t i = 0; i < estimates.size(); ++i)
-    if (estimates[i].ThreePoint) n.From.Estimates[n.Roles[i].Edge] = estimates[i];
-  SetWeights(n, MeanSteps(estimates, scale), scale, file);
+    if (estimates[i].ThreePoint) {
+      n.From.Estimates[n.Roles[i].Edge] = estimates[i];
+      threePoint = true;
+    }
+  // Without three-point estimates, in whole units, the edges were made with
+  // these very weights, their sum already checked.
+  if (threePoint || scale != 1) SetWeights(n, MeanSteps(estimates, scale), scale, file);
 }
 
 TAOEEvent* EventNamed(TActivityNetwork* net, const std::string& name, const char* option) {

@@ -368,9 +368,14 @@ class TaskIndex {
 
 }  // namespace
 
-PlanTasks ParsePlan(std::string_view data, const std::string& file,
-                    const std::function<void(const PlanTask*, std::size_t)>& ready) {
+PlanTasks ParsePlan(std::string_view data, const std::string& file) {
   PlanTasks tasks;
+  ParsePlan(data, file, tasks, {});
+  return tasks;
+}
+
+void ParsePlan(std::string_view data, const std::string& file, PlanTasks& tasks,
+               const std::function<void(const PlanTask*, std::size_t)>& ready) {
   std::vector<PlanLink>& links = tasks.Links;
   // Where each task's links begin in Links; the views are made at the end.
   std::vector<std::size_t> firstLink;
@@ -458,7 +463,6 @@ PlanTasks ParsePlan(std::string_view data, const std::string& file,
   firstLink.push_back(links.size());
   for (std::size_t i = 0; i < tasks.size(); ++i)
     tasks[i].Predecessors = std::span<PlanLink>(links).subspan(firstLink[i], firstLink[i + 1] - firstLink[i]);
-  return tasks;
 }
 
 }  // namespace pel::cli

@@ -88,12 +88,13 @@ bool HasPlanHeader(const std::string& data);
 // ';', each "ID", "ID FS+2", "ID SS", "ID FF-1" or "ID SF+3". Ids are unique,
 // without blanks, ';', ':' or parentheses; every predecessor is a task of the
 // plan and no task its own. Raises CpmError naming file and line.
-// Ready, when given, is called every few thousand tasks with the tasks read
-// so far (complete but for their links' places), from the thread that
-// reads; they stay where they are while the rest is read.
-PlanTasks ParsePlan(
-    std::string_view data, const std::string& file,
-    const std::function<void(const PlanTask* Tasks, std::size_t Count)>& ready = {});
+PlanTasks ParsePlan(std::string_view data, const std::string& file);
+// The same into tasks (empty), which keeps what was read when an error is
+// raised. Ready is called every few thousand tasks with the tasks read so
+// far (complete but for their links' places), from the thread that reads;
+// they stay where they are while the rest is read.
+void ParsePlan(std::string_view data, const std::string& file, PlanTasks& tasks,
+               const std::function<void(const PlanTask* Tasks, std::size_t Count)>& ready);
 std::string LinkText(LinkType type, int32_t lag);  // "FS+2", "SS", "FF-1"
 
 struct EventTimes {
