@@ -677,24 +677,35 @@ Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan, const PlanT
   if (!origin.Estimates.empty()) s.Pert = Pert(order.get(), origin);
   if (showDummies) s.Events = EventList(order.get());
   order.reset();
-  // The figures of the tasks, then those of the dummies shown.
-  std::vector<TaskFigures> figures;
-  figures.reserve(tasks.size());
-  for (std::size_t i = 0; i < tasks.size(); ++i) {
-    TAOETask* edge = (*origin.Roles)[i].Edge;
-    TaskTimes k = EdgeTimes(edge, false);
-    int64_t free = int64_t{s.CompletionTime} - Earliest(edge->GetToNode());
-    for (TPelGraphNode* n : {edge->GetFromNode(), edge->GetToNode()})
-      for (int32_t j = 0; j < n->GetEdgeCount(); ++j) {
-        auto* d = As<TAOETask>(n->GetEdge(j));
-        if (d != edge)
-          free = std::min<int64_t>(free, int64_t{Earliest(d->GetToNode())} - Earliest(n) -
-                                             d->GetWeight());
-      }
-    figures.push_back({k.Duration, k.EarliestStart, k.LatestStart, k.Slack,
-                       static_cast<int32_t>(free)});
-    if (k.Slack == 0) s.Critical.push_back(tasks[i].Id);
+  // The figures of the tasks, then those of the dummies shown. The network
+  // is only read here, so a large plan's tasks are shared out among threads.
+  std::vector<TaskFigures> figures(tasks.size());
+  auto figure = [&](std::size_t from, std::size_t to) {
+    for (std::size_t i = from; i < to; ++i) {
+      TAOETask* edge = (*origin.Roles)[i].Edge;
+      TaskTimes k = EdgeTimes(edge, false);
+      int64_t free = int64_t{s.CompletionTime} - Earliest(edge->GetToNode());
+      for (TPelGraphNode* n : {edge->GetFromNode(), edge->GetToNode()})
+        for (int32_t j = 0; j < n->GetEdgeCount(); ++j) {
+          auto* d = As<TAOETask>(n->GetEdge(j));
+          if (d != edge)
+            free = std::min<int64_t>(free, int64_t{Earliest(d->GetToNode())} - Earliest(n) -
+                                               d->GetWeight());
+        }
+      figures[i] = {k.Duration, k.EarliestStart, k.LatestStart, k.Slack,
+                    static_cast<int32_t>(free)};
+    }
+  };
+  const std::size_t parts =
+      tasks.size() < 65536 ? 1 : std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, 8);
+  {
+    std::vector<std::jthread> helpers;
+    for (std::size_t p = 1; p < parts; ++p)
+      helpers.emplace_back(figure, tasks.size() * p / parts, tasks.size() * (p + 1) / parts);
+    figure(0, tasks.size() / parts);
   }
+  for (std::size_t i = 0; i < tasks.size(); ++i)
+    if (figures[i].Slack == 0) s.Critical.push_back(tasks[i].Id);
   std::vector<TaskTimes> dummies;
   if (showDummies)
     for (std::size_t j = 0; j < plan.Dummies.size(); ++j) {
