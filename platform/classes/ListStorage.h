@@ -17,7 +17,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <new>
 #include <type_traits>
 #include <vector>
@@ -26,8 +25,10 @@ namespace pel::detail {
 
 // The array under the slots. Plain values (pointers) live in a block that
 // grows with realloc, which moves a large block by remapping its pages
-// rather than copying them; anything else lives in a vector. New slots are
-// value-initialised (null) either way.
+// rather than copying them, and whose new slots are left as the allocator
+// gives them, as the framework's ReallocMem leaves them (the list clears
+// what it hands out: SetCount's new items, an opened slot); anything else
+// lives in a vector, its new slots value-initialised.
 template <class T, bool Plain = std::is_trivially_copyable_v<T>>
 class SlotArray {
  public:
@@ -63,7 +64,6 @@ class SlotArray<T, true> {
       void* p = std::realloc(FItems, N * sizeof(T));
       if (!p) throw std::bad_alloc();
       FItems = static_cast<T*>(p);
-      if (N > FSize) std::memset(static_cast<void*>(FItems + FSize), 0, (N - FSize) * sizeof(T));
     }
     FSize = N;
   }
