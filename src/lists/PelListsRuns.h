@@ -32,8 +32,9 @@ class TPriorityRuns {
   void Clear() {
     FFirsts.clear();
     FBlocks.clear();
+    FFront = 0;
   }
-  bool Empty() const { return FBlocks.empty(); }
+  bool Empty() const { return FBlocks.size() == FFront; }
 
   // The run of priority P, or nothing.
   TRun* Find(int32_t P) {
@@ -59,7 +60,8 @@ class TPriorityRuns {
   // Adds the run of P unless there is one; returns the run and whether it
   // was added.
   std::pair<TRun*, bool> Add(int32_t P, TRun Run) {
-    if (FBlocks.empty()) {
+    if (Empty()) {
+      Clear();
       FBlocks.push_back({{P}, {Run}});
       FFirsts.push_back(P);
       return {&FBlocks[0].Run(0), true};
@@ -85,7 +87,16 @@ class TPriorityRuns {
     TPlace at = Locate(P);
     TBlock& b = FBlocks[at.Block];
     b.Erase(at.Index);
-    if (b.Size() == 0) {
+    if (b.Size() == 0 && at.Block == FFront) {
+      // The first block (a queue's pops empty it) only moves the front; the
+      // dead front is dropped once it is half the table.
+      b = TBlock();
+      if (++FFront * 2 >= FBlocks.size()) {
+        FBlocks.erase(FBlocks.begin(), FBlocks.begin() + Diff(FFront));
+        FFirsts.erase(FFirsts.begin(), FFirsts.begin() + Diff(FFront));
+        FFront = 0;
+      }
+    } else if (b.Size() == 0) {
       FBlocks.erase(FBlocks.begin() + Diff(at.Block));
       FFirsts.erase(FFirsts.begin() + Diff(at.Block));
     } else {
@@ -134,7 +145,8 @@ class TPriorityRuns {
   // Where the first priority at least P is, or would go: in the last block
   // whose smallest priority is at most P (else the first block), possibly
   // just after its last priority. Block is past the end only when there are
-  // no blocks.
+  // no blocks. Blocks are counted from the start of the table, dead front
+  // included.
   struct TPlace {
     std::size_t Block;
     std::size_t Index;
@@ -143,8 +155,9 @@ class TPriorityRuns {
   static std::ptrdiff_t Diff(std::size_t N) { return static_cast<std::ptrdiff_t>(N); }
 
   TPlace Locate(int32_t P) const {
-    auto next = std::upper_bound(FFirsts.begin(), FFirsts.end(), P);
-    if (next == FFirsts.begin()) return {0, 0};
+    const auto live = FFirsts.begin() + Diff(FFront);
+    auto next = std::upper_bound(live, FFirsts.end(), P);
+    if (next == live) return {FFront, 0};
     std::size_t block = static_cast<std::size_t>(std::prev(next) - FFirsts.begin());
     const TBlock& b = FBlocks[block];
     auto first = b.Keys.begin() + Diff(b.Start);
@@ -163,8 +176,11 @@ class TPriorityRuns {
     FBlocks.insert(FBlocks.begin() + Diff(Block) + 1, std::move(upper));
   }
 
+  // The blocks from FFront on are live; those before it were emptied at the
+  // front and wait to be dropped together.
   std::vector<int32_t> FFirsts;  // each block's smallest priority
   std::vector<TBlock> FBlocks;
+  std::size_t FFront = 0;
 };
 
 }  // namespace detail
