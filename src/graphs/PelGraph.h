@@ -36,10 +36,10 @@
 // from blocks cut into cells of one size, with a free list of cells per
 // size; a freed cell waits for the next object of its size, and the blocks
 // are given back when the last cell cut from them is freed. A graph of
-// millions of edges so pays no allocator header per object or list. Builds with AddressSanitizer use the
-// ordinary allocator, so that it still sees every object; so does a class
-// aligned beyond what new guarantees (a cell is aligned as its size allows,
-// up to 16).
+// millions of edges so pays no allocator header per object or list. Builds
+// with AddressSanitizer use the ordinary allocator, so that it still sees
+// every object; so does a class aligned beyond what new guarantees (a cell
+// is aligned as its size allows, up to 16).
 //
 // Events: the published handlers carry the method name a stream gave them
 // (kept so that it is written back); code assigns the handlers themselves

@@ -100,7 +100,6 @@ struct Input {
   }
 };
 
-
 // The names of a plan's events. Task ids hold no ':' or parenthesis, so
 // these never clash.
 const char* const ProjectStart = "(start)";
@@ -171,8 +170,8 @@ class PlanBuilder {
       const PlanTask& t = tasks[i];
       FStarts.push_back(FNet->CreateNode(t.Id + ":start"));
       FFinishes.push_back(FNet->CreateNode(t.Id + ":finish"));
-      FRoles.push_back({Edge(FStarts.back(), FFinishes.back(), t.Duration),
-                        static_cast<int32_t>(i), 0, -1, t.Line});
+      FRoles.push_back({Edge(FStarts.back(), FFinishes.back(), t.Duration), static_cast<int32_t>(i),
+                        0, -1, t.Line});
     }
   }
 
@@ -225,9 +224,9 @@ class PlanBuilder {
           throw CpmError(file + ":" + std::to_string(t.Line) +
                          ": the durations and lags add up to more than 2147483647");
         dummy(i, static_cast<int32_t>(k));
-        FRoles.push_back({Edge(fromFinish ? FFinishes[p] : FStarts[p], FStarts[i],
-                               static_cast<int32_t>(weight)),
-                          -1, l.Lag, toFinish ? static_cast<int32_t>(i) : -1, t.Line});
+        FRoles.push_back(
+            {Edge(fromFinish ? FFinishes[p] : FStarts[p], FStarts[i], static_cast<int32_t>(weight)),
+             -1, l.Lag, toFinish ? static_cast<int32_t>(i) : -1, t.Line});
       }
     }
     for (std::size_t i = 0; i < tasks.size(); ++i)
@@ -279,8 +278,7 @@ struct Network {
 // Reads a plan in a thread of its own while this one makes the events and
 // task edges of the tasks read so far: the two halves of the work that need
 // nothing of each other run side by side.
-PlanTasks ReadPlanBuilding(const std::string& data, const std::string& file,
-                           PlanBuilder& builder) {
+PlanTasks ReadPlanBuilding(const std::string& data, const std::string& file, PlanBuilder& builder) {
   constexpr uint64_t Ended = uint64_t{1} << 63;
   std::atomic<uint64_t> ready{0};  // the tasks complete so far; Ended once the reader ends
   std::atomic<const PlanTask*> first{nullptr};
@@ -669,8 +667,8 @@ Schedule Compute(TActivityNetwork* net, TAOEEvent* start, TAOEEvent* finish,
 // With bySource (a report in JSON alone, without dummies), the schedule
 // shows the plan itself and the figures rather than copies of its tasks.
 Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan, const PlanTasks& tasks,
-                     bool showDummies, bool bySource, const std::string& file,
-                     const Origin& origin, const std::function<void()>& release) {
+                     bool showDummies, bool bySource, const std::string& file, const Origin& origin,
+                     const std::function<void()>& release) {
   Schedule s;
   s.Plan = true;
   Owned<TStrings> order = Times(net, nullptr, nullptr, file, origin, s.CompletionTime);
@@ -689,8 +687,8 @@ Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan, const PlanT
         for (int32_t j = 0; j < n->GetEdgeCount(); ++j) {
           auto* d = As<TAOETask>(n->GetEdge(j));
           if (d != edge)
-            free = std::min<int64_t>(free, int64_t{Earliest(d->GetToNode())} - Earliest(n) -
-                                               d->GetWeight());
+            free = std::min<int64_t>(
+                free, int64_t{Earliest(d->GetToNode())} - Earliest(n) - d->GetWeight());
         }
       figures[i] = {k.Duration, k.EarliestStart, k.LatestStart, k.Slack,
                     static_cast<int32_t>(free)};
@@ -730,7 +728,8 @@ Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan, const PlanT
   }
 
   s.Tasks.reserve(tasks.size() + dummies.size());
-  for (std::size_t i = 0; i < tasks.size(); ++i) s.Tasks.push_back(PlanTaskTimes(tasks[i], figures[i]));
+  for (std::size_t i = 0; i < tasks.size(); ++i)
+    s.Tasks.push_back(PlanTaskTimes(tasks[i], figures[i]));
   std::vector<TaskFigures>().swap(figures);
   std::size_t links = 0;
   for (const PlanTask& t : tasks) links += t.Predecessors.size();
@@ -760,8 +759,8 @@ Schedule Run(Network& n, const Input& input, const CpmOptions& o, bool keep) {
         n.Release();
         if (!bySource) n.Freeing.join();
       };
-    return ComputePlan(n.Net.get(), *n.Plan, input.Plan, o.ShowDummies, bySource, o.File,
-                       n.From, release);
+    return ComputePlan(n.Net.get(), *n.Plan, input.Plan, o.ShowDummies, bySource, o.File, n.From,
+                       release);
   }
   TAOEEvent* start = EventNamed(n.Net.get(), o.From, "--from");
   TAOEEvent* finish = EventNamed(n.Net.get(), o.To, "--to");

@@ -473,7 +473,8 @@ void ParsePlan(std::string_view data, const std::string& file, PlanTasks& tasks,
   }
   firstLink.push_back(links.size());
   for (std::size_t i = 0; i < tasks.size(); ++i)
-    tasks[i].Predecessors = std::span<PlanLink>(links).subspan(firstLink[i], firstLink[i + 1] - firstLink[i]);
+    tasks[i].Predecessors =
+        std::span<PlanLink>(links).subspan(firstLink[i], firstLink[i + 1] - firstLink[i]);
 }
 
 }  // namespace pel::cli

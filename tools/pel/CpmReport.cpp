@@ -353,8 +353,7 @@ class JsonWriter {
   // A small value, laid out at the current depth.
   void Value(const nlohmann::ordered_json& value) {
     Item();
-    std::string text =
-        value.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+    std::string text = value.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
     for (char c : text) {
       if (c == '\n')
         NewLine();
