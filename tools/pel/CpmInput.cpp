@@ -63,27 +63,40 @@ bool ReadLine(std::istream& in, std::string& line) {
   return true;
 }
 
-std::string Trim(const std::string& s) {
-  const char* ws = " \t";
-  auto b = s.find_first_not_of(ws);
-  if (b == std::string::npos) return "";
-  return s.substr(b, s.find_last_not_of(ws) - b + 1);
+std::string_view TrimView(std::string_view s) {
+  std::size_t b = s.find_first_not_of(" \t");
+  if (b == std::string_view::npos) return {};
+  return s.substr(b, s.find_last_not_of(" \t") - b + 1);
+}
+
+std::string Trim(const std::string& s) { return std::string(TrimView(s)); }
+
+// The lines of a text as getline gives them, without a '\r' before the '\n'.
+bool NextLine(std::string_view& rest, std::string_view& line) {
+  if (rest.empty()) return false;
+  std::size_t end = rest.find('\n');
+  line = rest.substr(0, end);
+  rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
+  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  return true;
+}
+
+// The fields of a line without quotes: between the commas, blanks trimmed.
+void SplitPlain(std::string_view line, std::vector<std::string_view>& fields) {
+  for (std::size_t at = 0;;) {
+    std::size_t end = std::min(line.find(',', at), line.size());
+    fields.push_back(TrimView(line.substr(at, end - at)));
+    if (end == line.size()) return;
+    at = end + 1;
+  }
 }
 
 // Splits one CSV record; fields may be quoted, with "" for a quote inside.
 std::vector<std::string> SplitCsv(const std::string& line, const std::string& file, int n) {
   if (line.find('"') == std::string::npos) {
-    // No quotes: the fields lie between the commas (most lines of a large plan).
-    std::vector<std::string> fields;
-    for (std::size_t at = 0;;) {
-      std::size_t end = std::min(line.find(',', at), line.size());
-      std::size_t b = at, e = end;
-      while (b < e && (line[b] == ' ' || line[b] == '\t')) ++b;
-      while (e > b && (line[e - 1] == ' ' || line[e - 1] == '\t')) --e;
-      fields.emplace_back(line, b, e - b);
-      if (end == line.size()) return fields;
-      at = end + 1;
-    }
+    std::vector<std::string_view> plain;
+    SplitPlain(line, plain);
+    return {plain.begin(), plain.end()};
   }
   std::vector<std::string> fields(1);
   bool quoted = false, wasQuoted = false;
@@ -218,23 +231,17 @@ std::string LinkText(LinkType type, int32_t lag) {
 }
 
 bool HasPlanHeader(const std::string& data) {
-  std::size_t at = 0;
-  while (at < data.size()) {
-    std::size_t end = data.find('\n', at);
-    std::string line = data.substr(at, end == std::string::npos ? end : end - at);
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    if (!Trim(line).empty()) {
-      std::vector<std::string> names;
-      try {
-        for (auto& f : SplitCsv(line, "", 1)) names.push_back(Lower(f));
-      } catch (const CpmError&) {
-        return false;
-      }
-      auto has = [&](const char* n) { return std::find(names.begin(), names.end(), n) != names.end(); };
-      return has("id") && has("predecessors");
+  std::string_view rest = data, line;
+  while (NextLine(rest, line)) {
+    if (TrimView(line).empty()) continue;
+    std::vector<std::string> names;
+    try {
+      for (auto& f : SplitCsv(std::string(line), "", 1)) names.push_back(Lower(f));
+    } catch (const CpmError&) {
+      return false;
     }
-    if (end == std::string::npos) break;
-    at = end + 1;
+    auto has = [&](const char* n) { return std::find(names.begin(), names.end(), n) != names.end(); };
+    return has("id") && has("predecessors");
   }
   return false;
 }
@@ -245,39 +252,13 @@ bool ValidId(std::string_view id) {
   return !id.empty() && id.find_first_of(" \t;:()") == std::string::npos;
 }
 
-std::string_view TrimView(std::string_view s) {
-  std::size_t b = s.find_first_not_of(" \t");
-  if (b == std::string_view::npos) return {};
-  return s.substr(b, s.find_last_not_of(" \t") - b + 1);
-}
-
-// The lines of a text as getline gives them, without a '\r' before the '\n'.
-bool NextLine(std::string_view& rest, std::string_view& line) {
-  if (rest.empty()) return false;
-  std::size_t end = rest.find('\n');
-  line = rest.substr(0, end);
-  rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
-  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-  return true;
-}
-
 // One CSV record's fields into Fields. Unquoted fields are views of the line;
 // a line with quotes is split by SplitCsv into Storage, which the views then
 // show.
 void SplitFields(std::string_view line, const std::string& file, int n,
                  std::vector<std::string_view>& fields, std::vector<std::string>& storage) {
   fields.clear();
-  if (line.find('"') == std::string_view::npos) {
-    for (std::size_t at = 0;;) {
-      std::size_t end = std::min(line.find(',', at), line.size());
-      std::size_t b = at, e = end;
-      while (b < e && (line[b] == ' ' || line[b] == '\t')) ++b;
-      while (e > b && (line[e - 1] == ' ' || line[e - 1] == '\t')) --e;
-      fields.push_back(line.substr(b, e - b));
-      if (end == line.size()) return;
-      at = end + 1;
-    }
-  }
+  if (line.find('"') == std::string_view::npos) return SplitPlain(line, fields);
   storage = SplitCsv(std::string(line), file, n);
   fields.assign(storage.begin(), storage.end());
 }

@@ -4,7 +4,6 @@
 #include <charconv>
 #include <cmath>
 #include <condition_variable>
-#include <cstring>
 #include <deque>
 #include <map>
 #include <mutex>
@@ -296,11 +295,9 @@ class JsonWriter {
   }
   JsonWriter& Key(std::string_view key) {
     Item();
-    char* at = Room(key.size() + 4);
-    *at++ = '"';
-    at = std::copy(key.begin(), key.end(), at);
-    std::memcpy(at, "\": ", 3);
-    FUsed = static_cast<std::size_t>(at + 3 - FText.data());
+    Put('"');
+    Put(key);
+    Put("\": ");
     FKeyed = true;
     return *this;
   }
@@ -340,11 +337,9 @@ class JsonWriter {
              c != '"' && c != '\\';
     });
     if (plain) {
-      char* at = Room(text.size() + 2);
-      *at++ = '"';
-      at = std::copy(text.begin(), text.end(), at);
-      *at++ = '"';
-      FUsed = static_cast<std::size_t>(at - FText.data());
+      Put('"');
+      Put(text);
+      Put('"');
     } else {
       Put(nlohmann::ordered_json(text).dump(-1, ' ', false,
                                             nlohmann::ordered_json::error_handler_t::replace));
