@@ -240,7 +240,9 @@ bool HasPlanHeader(const std::string& data) {
     } catch (const CpmError&) {
       return false;
     }
-    auto has = [&](const char* n) { return std::find(names.begin(), names.end(), n) != names.end(); };
+    auto has = [&](const char* n) {
+      return std::find(names.begin(), names.end(), n) != names.end();
+    };
     return has("id") && has("predecessors");
   }
   return false;
