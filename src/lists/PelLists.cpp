@@ -62,7 +62,7 @@ void TPelCustomLinkedList::FreeNodes() {
   }
   FHead = nullptr;
   FTail = nullptr;
-  FCurrent = nullptr;
+  SetCurrent(nullptr);
 }
 
 void TPelCustomLinkedList::Assign(TPersistent* Source) {
@@ -92,14 +92,14 @@ TSQNode* TPelCustomLinkedList::GetNode(int32_t Index) {
   TSQNode* node;
   int32_t steps;
   if (FIndex >= 0 && Index >= FIndex) {
-    node = FCurrent;
+    node = Current();
     steps = Index - FIndex;
   } else {
     node = FHead;
     steps = Index;
   }
   for (; steps > 0; --steps) node = CheckAssigned(node)->GetNext();
-  FCurrent = CheckAssigned(node);
+  SetCurrent(CheckAssigned(node));
   FIndex = Index;
   return node;
 }
@@ -153,7 +153,6 @@ TSQNode* TPelCustomLinkedList::AddNode(TSQNode* Node) { return Insert(Node, null
 void TPelCustomLinkedList::Delete(TSQNode* Node) {
   if (!Node) Error(SInvalidIndex);
   TSQNode* prev = Find(Node);
-  if (Node == FCurrent) FCurrent = Node->GetNext();
   if (prev) {
     prev->SetNext(Node->GetNext());
     if (Node == FTail) FTail = prev;
@@ -182,7 +181,7 @@ TSQNode* TPelCustomLinkedList::Insert(TSQNode* Node, TSQNode* Before) {
   CheckAssigned(Node);
   if (Before) {
     TSQNode* prev = Find(Before);
-    if (Before == FCurrent) ++FIndex;
+    if (Before == Current()) ++FIndex;
     if (prev)
       prev->SetNext(Node);
     else
@@ -215,14 +214,14 @@ void TPelCustomLinkedList::SetItem(int32_t Index, TObject* Item) { GetNode(Index
 
 void TPelCustomLinkedList::Reset() {
   FIndex = 0;
-  FCurrent = FHead;
+  SetCurrent(FHead);
 }
 
 TSQNode* TPelCustomLinkedList::GetNext() {
-  if (!FCurrent) Error(SEndOfList);
-  TSQNode* node = FCurrent;
+  TSQNode* node = Current();
+  if (!node) Error(SEndOfList);
   ++FIndex;
-  FCurrent = node->GetNext();
+  SetCurrent(node->GetNext());
   return node;
 }
 
@@ -249,7 +248,7 @@ TSQNode* TPelDoublyLinkedList::GetNode(int32_t Index) {
   TSQDoubleNode* node = As<TSQDoubleNode>(CheckAssigned(FTail));
   for (; back > 0; --back) node = CheckAssigned(node->GetPrevious());
   FIndex = Index;
-  FCurrent = node;
+  SetCurrent(node);
   return node;
 }
 
@@ -657,7 +656,7 @@ TSQNode* TPelPriorityQueue::Insert(TSQNode* Node, TSQNode*) {
   } else if (indexed) {
     next = IndexedPlace(p, prev);
     // Where the walk would have left the cursor: after the node it stopped at.
-    FCurrent = next->GetNext();
+    SetCurrentAfter(next);
     node->SetNext(next);
     prev->SetNext(node);
   } else {

@@ -218,7 +218,7 @@ class TPelCustomLinkedList : public TPersistent {
 
   // The cursor walk: Reset, then GetNext until GetEndOfList.
   void Reset();
-  bool GetEndOfList() const { return FCurrent == nullptr; }
+  bool GetEndOfList() const { return Current() == nullptr; }
   TSQNode* GetNext();
   // The first node carrying Item, or nothing.
   TSQNode* FindItem(TObject* Item);
@@ -263,8 +263,30 @@ class TPelCustomLinkedList : public TPersistent {
   template <class TNode>
   TNode* ReplacePriority(TNode* Old, int32_t Priority);
 
+  // The cursor's node. SetCurrentAfter(Node) puts the cursor on the node
+  // after Node without reading Node yet: the priority queue's indexed insert
+  // leaves the cursor there, and reading a node that lies anywhere in memory
+  // for a cursor nobody may look at was a good part of its cost. Node's link
+  // is read when the cursor is first wanted; until then only the list's own
+  // operations change links, and each of them reads or resets the cursor
+  // first.
+  TSQNode* Current() const {
+    if (FCurrentAfter) {
+      FCurrent = FCurrent->GetNext();
+      FCurrentAfter = false;
+    }
+    return FCurrent;
+  }
+  void SetCurrent(TSQNode* Node) {
+    FCurrent = Node;
+    FCurrentAfter = false;
+  }
+  void SetCurrentAfter(TSQNode* Node) {
+    FCurrent = Node;
+    FCurrentAfter = true;
+  }
+
   int32_t FIndex = -1;
-  TSQNode* FCurrent = nullptr;
   int32_t FCount = 0;
   TSQNode* FHead = nullptr;
   TSQNode* FTail = nullptr;
@@ -273,6 +295,8 @@ class TPelCustomLinkedList : public TPersistent {
 
  private:
   String FOnChangeName;
+  mutable TSQNode* FCurrent = nullptr;
+  mutable bool FCurrentAfter = false;
   void FreeNodes();
 };
 

@@ -22,10 +22,10 @@ class TProbeList : public TPelLinkedList {
     TPelLinkedList::Clear();
   }
   int32_t CursorIndex() const { return FIndex; }
-  TSQNode* Cursor() const { return FCurrent; }
+  TSQNode* Cursor() const { return Current(); }
   void SetCursor(int32_t Index, TSQNode* Node) {
     FIndex = Index;
-    FCurrent = Node;
+    SetCurrent(Node);
   }
 };
 
@@ -34,7 +34,7 @@ class TProbeDoublyList : public TPelDoublyLinkedList {
  public:
   TSQNode* NewNode() override { return New<TCountedDoubleNode>(); }
   int32_t CursorIndex() const { return FIndex; }
-  TSQNode* Cursor() const { return FCurrent; }
+  TSQNode* Cursor() const { return Current(); }
 };
 
 // The items of a list from the head, following the links.
