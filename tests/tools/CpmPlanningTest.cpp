@@ -307,9 +307,17 @@ TEST(CpmPlanning, LargePlansBuiltWhileReadKeepTheirTimes) {
     EXPECT_EQ(j["completion_time"], earliest[count - 1] + (count - 1) % 7);
   }
   // An error late in the plan stops the reading; the events made so far go.
-  std::string bad = forward;
+  // Sums that run over early in the plan are told only when the reading
+  // found nothing wrong.
+  std::string bad = forward, over = forward;
   bad.insert(bad.find("\nT9000,") + 7, "x");
-  Result r = Cpm({"--json", "--aon", "-"}, bad);
-  EXPECT_EQ(r.Status, 2);
-  EXPECT_EQ(r.Err, "pel cpm: -:9002: duration 'x5' is not a whole number\n");
+  over.replace(over.find("\nT100,") + 6, 1, "2147483647");
+  for (const auto& [plan, message] :
+       {std::pair{bad, "-:9002: duration 'x5' is not a whole number"},
+        std::pair{over + "T5,1,\n", "-:10002: task 'T5' is already defined"},
+        std::pair{over, "-:102: the durations and lags add up to more than 2147483647"}}) {
+    Result r = Cpm({"--json", "--aon", "-"}, plan);
+    EXPECT_EQ(r.Status, 2);
+    EXPECT_EQ(r.Err.rfind("pel cpm: " + std::string(message), 0), 0u) << r.Err;
+  }
 }

@@ -45,13 +45,23 @@ struct EdgeRole {
   int Line = 0;  // of the task or link in the file
 };
 
+// The roles of a network's edges: its tasks' in input order, then a plan's
+// dummies' in the order they were made.
+struct EdgeRoles {
+  std::vector<EdgeRole> Tasks, Dummies;
+  template <class F>
+  void ForEach(F f) const {
+    for (const EdgeRole& r : Tasks) f(r);
+    for (const EdgeRole& r : Dummies) f(r);
+  }
+};
+
 // Where a network came from, for naming a cycle: the file line of each edge
 // and, for a plan, the task each event belongs to.
 // The line is looked up only to name a cycle.
-struct EdgeRole;
 struct Origin {
   bool Plan = false;
-  const std::vector<EdgeRole>* Roles = nullptr;
+  const EdgeRoles* Roles = nullptr;
   // The estimates of the tasks with three points.
   std::unordered_map<TPelGraphEdge*, Estimate> Estimates;
   // The task a plan's event belongs to: its name before ":start" or
@@ -65,9 +75,8 @@ struct Origin {
   }
 };
 
-// A plan converted to an event network. Its roles hold the tasks' edges
-// first, in plan order, then the dummies'; what each dummy stands for is
-// kept only when the dummies are shown.
+// A plan converted to an event network; what each dummy stands for is kept
+// only when the dummies are shown.
 struct PlanNetwork {
   // A dummy for task Task: from the project start (Link -1), to the project
   // finish (-2) or the task's Link-th predecessor.
@@ -150,35 +159,59 @@ void BuildNetwork(TActivityNetwork* net, const std::vector<TaskLine>& tasks,
 //
 // The network is built in two steps: the events and the edge of each task
 // as the tasks are read (AddTasks, which needs nothing of their links), then,
-// once the plan is whole, the dummies (Finish).
+// once the plan is whole, the dummies (Finish). While every task read so far
+// names predecessors read before it (as a plan in working order does), the
+// dummies into its start are made as it comes too, in the order Finish would
+// make them; from the first task that names one still to come, Finish makes
+// the rest.
 class PlanBuilder {
  public:
-  PlanBuilder(TActivityNetwork* net, std::vector<EdgeRole>& roles) : FNet(net), FRoles(roles) {
+  PlanBuilder(TActivityNetwork* net, EdgeRoles& roles, bool dummies)
+      : FNet(net), FRoles(roles), FShowDummies(dummies) {
     net->SetDirected(true);
     FFirst = net->CreateNode(ProjectStart);
     FLast = net->CreateNode(ProjectFinish);
   }
 
-  // The events and edges of tasks[from] to tasks[to - 1].
-  void AddTasks(const PlanTask* tasks, std::size_t from, std::size_t to) {
+  // Room for a plan of at most the given numbers of tasks and links, so that
+  // nothing is copied as it grows (room never used costs no memory).
+  void Reserve(std::size_t tasks, std::size_t links) {
+    FStarts.reserve(tasks);
+    FFinishes.reserve(tasks);
+    FRoles.Tasks.reserve(tasks);
+    // A task has at most one dummy a link or one from the project start,
+    // and one to the project finish.
+    FRoles.Dummies.reserve(links + 2 * tasks);
+    if (FShowDummies) FPlan.Dummies.reserve(links + 2 * tasks);
+  }
+
+  // The events and edges of tasks[from] to tasks[to - 1], and the dummies of
+  // the tasks before known, whose predecessors are all known and built.
+  void AddTasks(const PlanTask* tasks, std::size_t from, std::size_t to, std::size_t known = 0) {
     if (FStarts.capacity() < to) {
       // Doubling: the tasks come a few thousand at a time.
       FStarts.reserve(std::max(to, 2 * FStarts.capacity()));
       FFinishes.reserve(FStarts.capacity());
+      FRoles.Tasks.reserve(FStarts.capacity());
     }
     for (std::size_t i = from; i < to; ++i) {
       const PlanTask& t = tasks[i];
       FStarts.push_back(FNet->CreateNode(t.Id + ":start"));
       FFinishes.push_back(FNet->CreateNode(t.Id + ":finish"));
-      FRoles.push_back({Edge(FStarts.back(), FFinishes.back(), t.Duration), static_cast<int32_t>(i),
-                        0, -1, t.Line});
+      FRoles.Tasks.push_back({Edge(FStarts.back(), FFinishes.back(), t.Duration),
+                              static_cast<int32_t>(i), 0, -1, t.Line});
     }
+    // A task whose sums run over is left for Finish to raise on, once the
+    // whole plan has been read without an error.
+    for (known = std::min(known, to); FEarly && FLinked < known; ++FLinked)
+      if (!Link(tasks, FLinked)) {
+        FEarly = false;
+        break;
+      }
   }
 
-  // The dummies of the whole plan, whose tasks have all been added; what
-  // each stands for is kept when dummies is set.
-  PlanNetwork Finish(const PlanTasks& tasks, const std::string& file, bool dummies) {
-    PlanNetwork plan;
+  // The dummies of the whole plan, whose tasks have all been added.
+  PlanNetwork Finish(const PlanTasks& tasks, const std::string& file) {
     std::vector<bool> carriedOn(tasks.size());
     std::size_t count = 0;
     // The number of edges each task's start and finish events will start,
@@ -195,67 +228,84 @@ class PlanBuilder {
       }
     }
     count += static_cast<std::size_t>(std::count(carriedOn.begin(), carriedOn.end(), false));
-    FRoles.reserve(tasks.size() + count);
+    FRoles.Dummies.reserve(count);
+    if (FShowDummies) FPlan.Dummies.reserve(count);
     FFirst->SetEdgeCapacity(firstEdges);
     for (std::size_t i = 0; i < tasks.size(); ++i) {
       FStarts[i]->SetEdgeCapacity(startEdges[i]);
       FFinishes[i]->SetEdgeCapacity(finishEdges[i] + (carriedOn[i] ? 0 : 1));
     }
-    auto dummy = [&](std::size_t task, int32_t link) {
-      if (dummies) plan.Dummies.push_back({static_cast<int32_t>(task), link});
-    };
-    if (dummies) plan.Dummies.reserve(count);
-    int64_t total = 0;
-    for (std::size_t i = 0; i < tasks.size(); ++i) {
-      const PlanTask& t = tasks[i];
-      total += t.Duration;
-      if (t.Predecessors.empty()) {
-        dummy(i, -1);
-        FRoles.push_back({Edge(FFirst, FStarts[i], 0), -1, 0, -1, t.Line});
-      }
-      for (std::size_t k = 0; k < t.Predecessors.size(); ++k) {
-        const PlanLink& l = t.Predecessors[k];
-        std::size_t p = l.Task;
-        bool fromFinish = l.Type == LinkType::FS || l.Type == LinkType::FF;
-        bool toFinish = l.Type == LinkType::FF || l.Type == LinkType::SF;
-        int64_t weight = int64_t{l.Lag} - (toFinish ? t.Duration : 0);
-        total += weight < 0 ? -weight : weight;
-        if (total > std::numeric_limits<int32_t>::max())
-          throw CpmError(file + ":" + std::to_string(t.Line) +
-                         ": the durations and lags add up to more than 2147483647");
-        dummy(i, static_cast<int32_t>(k));
-        FRoles.push_back(
-            {Edge(fromFinish ? FFinishes[p] : FStarts[p], FStarts[i], static_cast<int32_t>(weight)),
-             -1, l.Lag, toFinish ? static_cast<int32_t>(i) : -1, t.Line});
-      }
-    }
+    for (; FLinked < tasks.size(); ++FLinked)
+      if (!Link(tasks.data(), FLinked))
+        throw CpmError(file + ":" + std::to_string(tasks[FLinked].Line) +
+                       ": the durations and lags add up to more than 2147483647");
     for (std::size_t i = 0; i < tasks.size(); ++i)
-      if (!carriedOn[i]) {
-        dummy(i, -2);
-        FRoles.push_back({Edge(FFinishes[i], FLast, 0), -1, 0, -1, tasks[i].Line});
-      }
-    return plan;
+      if (!carriedOn[i]) Dummy(FFinishes[i], FLast, 0, {nullptr, -1, 0, -1, tasks[i].Line}, i, -2);
+    return std::move(FPlan);
   }
 
  private:
+  // The dummies into the start of tasks[i]: from the project start when it
+  // has no predecessor, else one a link. False, with nothing made, when the
+  // durations and lags so far would add up to more than a weight can hold.
+  bool Link(const PlanTask* tasks, std::size_t i) {
+    const PlanTask& t = tasks[i];
+    int64_t total = FTotal + t.Duration;
+    for (const PlanLink& l : t.Predecessors) {
+      const bool toFinish = l.Type == LinkType::FF || l.Type == LinkType::SF;
+      const int64_t weight = int64_t{l.Lag} - (toFinish ? t.Duration : 0);
+      total += weight < 0 ? -weight : weight;
+      if (total > std::numeric_limits<int32_t>::max()) return false;
+    }
+    FTotal = total;
+    if (t.Predecessors.empty()) Dummy(FFirst, FStarts[i], 0, {nullptr, -1, 0, -1, t.Line}, i, -1);
+    for (std::size_t k = 0; k < t.Predecessors.size(); ++k) {
+      const PlanLink& l = t.Predecessors[k];
+      const bool fromFinish = l.Type == LinkType::FS || l.Type == LinkType::FF;
+      const bool toFinish = l.Type == LinkType::FF || l.Type == LinkType::SF;
+      const int64_t weight = int64_t{l.Lag} - (toFinish ? t.Duration : 0);
+      Dummy(fromFinish ? FFinishes[l.Task] : FStarts[l.Task], FStarts[i],
+            static_cast<int32_t>(weight),
+            {nullptr, -1, l.Lag, toFinish ? static_cast<int32_t>(i) : -1, t.Line}, i,
+            static_cast<int32_t>(k));
+    }
+    return true;
+  }
+  // A dummy edge and its role; what it stands for when the dummies are shown.
+  void Dummy(TPelGraphNode* from, TPelGraphNode* to, int32_t weight, EdgeRole role,
+             std::size_t task, int32_t link) {
+    role.Edge = Edge(from, to, weight);
+    FRoles.Dummies.push_back(role);
+    if (FShowDummies) FPlan.Dummies.push_back({static_cast<int32_t>(task), link});
+  }
   static TAOETask* Edge(TPelGraphNode* from, TPelGraphNode* to, int32_t weight) {
     auto* task = As<TAOETask>(from->AddEdge(to));
     task->SetWeight(weight);
     return task;
   }
   TActivityNetwork* FNet;
-  std::vector<EdgeRole>& FRoles;
+  EdgeRoles& FRoles;
+  const bool FShowDummies;
   TPelGraphNode* FFirst;
   TPelGraphNode* FLast;
   std::vector<TPelGraphNode*> FStarts, FFinishes;
+  PlanNetwork FPlan;
+  // The tasks whose dummies are made, and the sum of their durations and
+  // lags; dummies are made as tasks come while FEarly holds.
+  std::size_t FLinked = 0;
+  int64_t FTotal = 0;
+  bool FEarly = true;
 };
+
+// See LeaveNetworksToExit.
+std::atomic<bool> GLeaveToExit{false};
 
 // An input's network with what its edges stand for (none for a saved one).
 struct Network {
   Owned<TActivityNetwork> Net = Make<TActivityNetwork>(nullptr);
   Origin From;
   std::optional<PlanNetwork> Plan;
-  std::vector<EdgeRole> Roles;
+  EdgeRoles Roles;
   // A plan's network while the plan is read (see ReadPlanBuilding).
   std::optional<PlanBuilder> Builder;
   // Frees the network while the report is written (see Release); joined
@@ -269,19 +319,20 @@ struct Network {
     Freeing = std::jthread([net = std::move(Net), roles = std::move(Roles),
                             estimates = std::move(From.Estimates)]() mutable {
       net.reset();
-      std::vector<EdgeRole>().swap(roles);
+      roles = EdgeRoles();
       estimates.clear();
     });
   }
 };
 
-// Reads a plan in a thread of its own while this one makes the events and
-// task edges of the tasks read so far: the two halves of the work that need
-// nothing of each other run side by side.
+// Reads a plan in a thread of its own while this one makes the events, task
+// edges and (while predecessors come first) dummies of the tasks read so far:
+// the two halves of the work run side by side.
 PlanTasks ReadPlanBuilding(const std::string& data, const std::string& file, PlanBuilder& builder) {
   constexpr uint64_t Ended = uint64_t{1} << 63;
   std::atomic<uint64_t> ready{0};  // the tasks complete so far; Ended once the reader ends
   std::atomic<const PlanTask*> first{nullptr};
+  std::atomic<std::size_t> known{0};  // stored before ready
   PlanTasks plan;
   std::exception_ptr error;
   {
@@ -289,8 +340,9 @@ PlanTasks ReadPlanBuilding(const std::string& data, const std::string& file, Pla
       try {
         // Into plan, which outlives the reader: the tasks stay for this
         // thread to read even when the reader stops at an error.
-        ParsePlan(data, file, plan, [&](const PlanTask* tasks, std::size_t count) {
+        ParsePlan(data, file, plan, [&](const PlanTask* tasks, std::size_t count, std::size_t k) {
           first.store(tasks, std::memory_order_relaxed);
+          known.store(k, std::memory_order_relaxed);
           ready.store(count, std::memory_order_release);
           ready.notify_one();
         });
@@ -300,12 +352,17 @@ PlanTasks ReadPlanBuilding(const std::string& data, const std::string& file, Pla
       ready.fetch_or(Ended, std::memory_order_release);
       ready.notify_one();
     });
+    // Bounds the reader works out too, while it reads the first tasks.
+    const std::size_t lines = static_cast<std::size_t>(std::count(data.begin(), data.end(), '\n'));
+    builder.Reserve(
+        lines + 1, lines + 1 + static_cast<std::size_t>(std::count(data.begin(), data.end(), ';')));
     std::size_t made = 0;
     for (;;) {
       const uint64_t state = ready.load(std::memory_order_acquire);
       if (state & Ended) break;
       if (state > made) {
-        builder.AddTasks(first.load(std::memory_order_relaxed), made, state);
+        builder.AddTasks(first.load(std::memory_order_relaxed), made, state,
+                         known.load(std::memory_order_relaxed));
         made = state;
       }
       ready.wait(state, std::memory_order_acquire);
@@ -313,16 +370,17 @@ PlanTasks ReadPlanBuilding(const std::string& data, const std::string& file, Pla
     // The reader has ended; joined here.
     reader.join();
     if (error) std::rethrow_exception(error);
-    builder.AddTasks(plan.data(), made, plan.size());
+    // Every link is known now.
+    builder.AddTasks(plan.data(), made, plan.size(), plan.size());
   }
   return plan;
 }
 
 PlanNetwork BuildPlan(TActivityNetwork* net, const PlanTasks& tasks, const std::string& file,
-                      std::vector<EdgeRole>& roles, bool dummies) {
-  PlanBuilder builder(net, roles);
+                      EdgeRoles& roles, bool dummies) {
+  PlanBuilder builder(net, roles, dummies);
   builder.AddTasks(tasks.data(), 0, tasks.size());
-  return builder.Finish(tasks, file, dummies);
+  return builder.Finish(tasks, file);
 }
 
 // Reads the input: a plan, a saved network (loaded into net) or the tasks of
@@ -337,7 +395,7 @@ Input ReadInput(Network& n, const std::string& data, const CpmOptions& o, bool e
   if (o.Aon || (EndsWith(file, ".csv") && HasPlanHeader(data))) {
     input.IsPlan = true;
     if (early) {
-      n.Builder.emplace(net, n.Roles);
+      n.Builder.emplace(net, n.Roles, o.ShowDummies);
       input.Plan = ReadPlanBuilding(data, file, *n.Builder);
     } else {
       input.Plan = ParsePlan(data, file);
@@ -370,7 +428,7 @@ Input ReadInput(Network& n, const std::string& data, const CpmOptions& o, bool e
 void SetWeights(Network& n, const std::vector<int64_t>& steps, int32_t scale,
                 const std::string& file) {
   int64_t total = 0;
-  for (const EdgeRole& r : n.Roles) {
+  auto set = [&](const EdgeRole& r) {
     int64_t w = int64_t{r.Lag} * scale + (r.Task >= 0 ? steps[r.Task] : 0) - (r.Minus >= 0 ? steps[r.Minus] : 0);
     total += w < 0 ? -w : w;
     if (total > std::numeric_limits<int32_t>::max())
@@ -378,7 +436,8 @@ void SetWeights(Network& n, const std::vector<int64_t>& steps, int32_t scale,
                      std::to_string(std::numeric_limits<int32_t>::max() / scale) +
                      (scale == 1 ? "" : " (counted in steps of 1/" + std::to_string(scale) + ")"));
     r.Edge->SetWeight(static_cast<int32_t>(w));
-  }
+  };
+  n.Roles.ForEach(set);
 }
 
 // The tasks' durations in steps: a three-point estimate by its mean, which is
@@ -404,17 +463,17 @@ void Build(Network& n, const Input& input, int32_t scale, const std::string& fil
   if (input.Saved) return;
   if (input.IsPlan) {
     n.From.Plan = true;
-    n.Plan = n.Builder ? n.Builder->Finish(input.Plan, file, showDummies)
+    n.Plan = n.Builder ? n.Builder->Finish(input.Plan, file)
                        : BuildPlan(n.Net.get(), input.Plan, file, n.Roles, showDummies);
     n.Builder.reset();
   } else {
-    BuildNetwork(n.Net.get(), input.Lines, file, n.Roles);
+    BuildNetwork(n.Net.get(), input.Lines, file, n.Roles.Tasks);
   }
   std::vector<Estimate> estimates = input.Estimates();
   bool threePoint = false;
   for (std::size_t i = 0; i < estimates.size(); ++i)
     if (estimates[i].ThreePoint) {
-      n.From.Estimates[n.Roles[i].Edge] = estimates[i];
+      n.From.Estimates[n.Roles.Tasks[i].Edge] = estimates[i];
       threePoint = true;
     }
   // Without three-point estimates, in whole units, the edges were made with
@@ -493,8 +552,9 @@ std::string DescribeCycle(TActivityNetwork* net, const Origin& origin) {
   std::vector<int> lines;
   std::unordered_set<TPelGraphEdge*> inCycle(cycle.begin(), cycle.end());
   if (origin.Roles)
-    for (const EdgeRole& r : *origin.Roles)
+    origin.Roles->ForEach([&](const EdgeRole& r) {
       if (inCycle.count(r.Edge)) lines.push_back(r.Line);
+    });
   std::sort(lines.begin(), lines.end());
   lines.erase(std::unique(lines.begin(), lines.end()), lines.end());
   for (std::size_t i = 0; i < lines.size(); ++i)
@@ -680,7 +740,7 @@ Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan, const PlanT
   std::vector<TaskFigures> figures(tasks.size());
   auto figure = [&](std::size_t from, std::size_t to) {
     for (std::size_t i = from; i < to; ++i) {
-      TAOETask* edge = (*origin.Roles)[i].Edge;
+      TAOETask* edge = origin.Roles->Tasks[i].Edge;
       TaskTimes k = EdgeTimes(edge, false);
       int64_t free = int64_t{s.CompletionTime} - Earliest(edge->GetToNode());
       for (TPelGraphNode* n : {edge->GetFromNode(), edge->GetToNode()})
@@ -708,7 +768,7 @@ Schedule ComputePlan(TActivityNetwork* net, const PlanNetwork& plan, const PlanT
   if (showDummies)
     for (std::size_t j = 0; j < plan.Dummies.size(); ++j) {
       const PlanNetwork::Dummy& d = plan.Dummies[j];
-      TaskTimes k = EdgeTimes((*origin.Roles)[tasks.size() + j].Edge);
+      TaskTimes k = EdgeTimes(origin.Roles->Dummies[j].Edge);
       const PlanTask& t = tasks[d.Task];
       if (d.Link == -1) {
         k.Name = "project start";
@@ -756,6 +816,14 @@ Schedule Run(Network& n, const Input& input, const CpmOptions& o, bool keep) {
     std::function<void()> release;
     if (!keep)
       release = [&n, bySource] {
+        if (bySource && GLeaveToExit) {
+          // Kept where the end of the process finds it (see
+          // LeaveNetworksToExit); other reports free it first, as their
+          // copies of the tasks need the room.
+          static auto* kept = new std::vector<Owned<TActivityNetwork>>;
+          kept->push_back(std::move(n.Net));
+          return;
+        }
         n.Release();
         if (!bySource) n.Freeing.join();
       };
@@ -827,7 +895,7 @@ SimulationFigures Simulate(Network& n, const Input& input, int64_t runs, uint64_
     Owned<TStrings> order(n.Net->GetEarliestCompletionTime(nullptr, nullptr, nullptr, time));
     completion.push_back(order->GetCount() ? time : 0);
     for (std::size_t i = 0; i < estimates.size(); ++i)
-      if (n.Roles[i].Edge->GetCriticality() == 0) ++critical[i];
+      if (n.Roles.Tasks[i].Edge->GetCriticality() == 0) ++critical[i];
   }
   std::sort(completion.begin(), completion.end());
   // Nearest rank: the smallest time reached by at least k per cent.
@@ -906,6 +974,8 @@ std::string ReadAll(std::istream& in) {
 }
 
 }  // namespace
+
+void LeaveNetworksToExit(bool Leave) { GLeaveToExit = Leave; }
 
 int RunCpm(const std::vector<std::string>& args, std::istream& in, std::ostream& out,
            std::ostream& err) {

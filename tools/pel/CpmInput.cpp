@@ -362,10 +362,8 @@ PlanTasks ParsePlan(std::string_view data, const std::string& file) {
 }
 
 void ParsePlan(std::string_view data, const std::string& file, PlanTasks& tasks,
-               const std::function<void(const PlanTask*, std::size_t)>& ready) {
+               const std::function<void(const PlanTask*, std::size_t, std::size_t)>& ready) {
   std::vector<PlanLink>& links = tasks.Links;
-  // Where each task's links begin in Links; the views are made at the end.
-  std::vector<std::size_t> firstLink;
   TaskIndex index(tasks);
   // A predecessor not defined yet, found once every task is read.
   struct Pending {
@@ -376,9 +374,9 @@ void ParsePlan(std::string_view data, const std::string& file, PlanTasks& tasks,
   std::vector<std::string_view> fields;
   std::vector<std::string> storage;
   const std::size_t lines = static_cast<std::size_t>(std::count(data.begin(), data.end(), '\n'));
-  // Room for every line: the tasks never move (Ready relies on it).
+  // Room for every line: the tasks never move (Ready relies on it), nor do
+  // their links (each task's Predecessors is a view of them).
   tasks.reserve(lines + 1);
-  firstLink.reserve(lines + 2);
   // At most one link a ';' or line.
   links.reserve(lines + 1 + static_cast<std::size_t>(std::count(data.begin(), data.end(), ';')));
   index.Reserve(lines + 1);
@@ -424,7 +422,8 @@ void ParsePlan(std::string_view data, const std::string& file, PlanTasks& tasks,
     if (std::size_t known = index.Find(taskId); known != TaskIndex::npos)
       Fail(file, n, "task '" + std::string(taskId) + "' is already defined on line " +
                         std::to_string(tasks[known].Line));
-    if (ready && !tasks.empty() && tasks.size() % 4096 == 0) ready(tasks.data(), tasks.size());
+    if (ready && !tasks.empty() && tasks.size() % 4096 == 0)
+      ready(tasks.data(), tasks.size(), pending.empty() ? tasks.size() : pending.front().Task);
     PlanTask& t = tasks.emplace_back();
     t.Id = taskId;
     index.Add(tasks.size() - 1);
@@ -432,7 +431,7 @@ void ParsePlan(std::string_view data, const std::string& file, PlanTasks& tasks,
     t.Est = ParseEstimate(fields[duration], file, n);
     t.Duration = t.Est.P;
     t.Line = n;
-    firstLink.push_back(links.size());
+    const std::size_t firstLink = links.size();
     for (std::size_t at = 0; at <= list.size();) {
       std::size_t end = std::min(list.find(';', at), list.size());
       std::string_view item = TrimView(list.substr(at, end - at));
@@ -446,6 +445,7 @@ void ParsePlan(std::string_view data, const std::string& file, PlanTasks& tasks,
         pending.push_back({tasks.size() - 1, links.size(), std::string(linkId)});
       links.push_back(link);
     }
+    t.Predecessors = std::span<PlanLink>(links).subspan(firstLink);
   }
   if (!header) Fail(file, std::max(n, 1), "no header line (expected id,name,duration,predecessors)");
   for (const Pending& p : pending) {
@@ -454,10 +454,6 @@ void ParsePlan(std::string_view data, const std::string& file, PlanTasks& tasks,
       Fail(file, tasks[p.Task].Line, "predecessor '" + std::string(p.Id) + "' is not a task of the plan");
     links[p.Link].Task = found;
   }
-  firstLink.push_back(links.size());
-  for (std::size_t i = 0; i < tasks.size(); ++i)
-    tasks[i].Predecessors =
-        std::span<PlanLink>(links).subspan(firstLink[i], firstLink[i + 1] - firstLink[i]);
 }
 
 }  // namespace pel::cli

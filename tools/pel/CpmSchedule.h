@@ -91,10 +91,13 @@ bool HasPlanHeader(const std::string& data);
 PlanTasks ParsePlan(std::string_view data, const std::string& file);
 // The same into tasks (empty), which keeps what was read when an error is
 // raised. Ready is called every few thousand tasks with the tasks read so
-// far (complete but for their links' places), from the thread that reads;
-// they stay where they are while the rest is read.
-void ParsePlan(std::string_view data, const std::string& file, PlanTasks& tasks,
-               const std::function<void(const PlanTask* Tasks, std::size_t Count)>& ready);
+// far, from the thread that reads; they and their links stay where they are
+// while the rest is read. The first Known of them name only tasks read
+// before them; the places of the others' links to tasks still to come are
+// filled in at the end.
+void ParsePlan(
+    std::string_view data, const std::string& file, PlanTasks& tasks,
+    const std::function<void(const PlanTask* Tasks, std::size_t Count, std::size_t Known)>& ready);
 std::string LinkText(LinkType type, int32_t lag);  // "FS+2", "SS", "FF-1"
 
 struct EventTimes {

@@ -17,6 +17,8 @@ int main(int argc, char** argv) {
   // The locale comparison modes follow the user's locale.
   std::setlocale(LC_ALL, "");
   std::ios::sync_with_stdio(false);
+  // The process ends with the command: what it built need not be freed.
+  pel::cli::LeaveNetworksToExit(true);
 
   using Runner = std::function<int(const std::vector<std::string>&)>;
   const std::map<std::string, std::pair<std::string, Runner>> commands{
