@@ -75,12 +75,6 @@ TEST(PelBufferStream, ReadFillsFromTargetAndPutsBack) {
   EXPECT_EQ(s->Read(rest.data(), 20000), 19999);
   EXPECT_EQ(fills, 4);  // three fills of data, one that found the end
   EXPECT_TRUE(s->IsEof());
-
-  auto empty = Make<TStringStream>();
-  auto e = Make<TPelBufferStream>(empty.get());
-  EXPECT_FALSE(e->IsEof());
-  EXPECT_EQ(e->Read(&c, 1), 0);
-  EXPECT_TRUE(e->IsEof());
 }
 
 TEST(PelBufferStream, WritesWaitForFlushAndSeek) {

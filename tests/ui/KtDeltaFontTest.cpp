@@ -73,10 +73,6 @@ TEST(KtDeltaFont, EditsBecomeDeltasAndTheRestFollowsTheOriginal) {
 TEST(KtDeltaFont, WithoutAnOriginalNothingIsComparedOrCopied) {
   auto font = Make<TKtDeltaFont>();
   font->SetDeltas(DeltaBit(daSize) | DeltaBit(daColor));
-  // SetDeltas changes no attribute and notifies nobody.
-  auto plain = Make<TFont>();
-  EXPECT_EQ(font->GetSize(), plain->GetSize());
-  EXPECT_EQ(font->GetColor(), plain->GetColor());
   font->SetStyle(StyleBit(fsBold));
   EXPECT_EQ(font->GetDeltas(), DeltaBit(daSize) | DeltaBit(daColor));
   font->UpdateNonDelta();
