@@ -256,9 +256,6 @@ TEST_F(PelValue, SetAsVariantDispatchesOnTheVariantType) {
       {Variant(), vtAnsiString, ""},
       {Variant(uint8_t{200}), vtAnsiString, "200"},
       {Variant(int64_t{5000000000}), vtAnsiString, "5000000000"},
-      {Variant(uint32_t{4000000000u}), vtAnsiString, "4000000000"},
-      {Variant::Date(45356.5), vtAnsiString, "3/5/2024 12:00:00 PM"},
-      {Variant::OleStr("ole"), vtAnsiString, "ole"},
       {Variant("text"), vtAnsiString, "text"},
   };
   for (const Row& r : rows) {
