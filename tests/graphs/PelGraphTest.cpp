@@ -4,6 +4,7 @@
 #include <map>
 #include <random>
 #include <set>
+#include <tuple>
 #include <vector>
 
 #include "graphs/PelGraph.h"
@@ -511,26 +512,20 @@ TEST(PelGraph, ShortestPaths) {
   for (bool directed : {true, false}) {
     auto g = Make<TPelGraph>(nullptr);
     g->SetDirected(directed);
-    TWeightedNode* s = Weighted(g.get(), "S");
-    TWeightedNode* a = Weighted(g.get(), "A");
-    TWeightedNode* b = Weighted(g.get(), "B");
-    TWeightedNode* c = Weighted(g.get(), "C");
-    TWeightedNode* d = Weighted(g.get(), "D");
-    TWeightedNode* e = Weighted(g.get(), "E");
-    Join(s, a, 4);
-    Join(s, b, 1);
-    Join(b, a, 2);
-    Join(a, c, 1);
-    Join(b, c, 5);
-    Join(d, c, 3);
+    std::map<char, TWeightedNode*> n;
+    for (char ch : String("SABCDE")) n[ch] = Weighted(g.get(), String(1, ch).c_str());
+    const std::tuple<char, char, TGraphWeight> edges[] = {
+        {'S', 'A', 4}, {'S', 'B', 1}, {'B', 'A', 2}, {'A', 'C', 1}, {'B', 'C', 5}, {'D', 'C', 3}};
+    for (auto [from, to, w] : edges) Join(n[from], n[to], w);
+    TWeightedNode *s = n['S'], *a = n['A'], *b = n['B'], *c = n['C'], *d = n['D'], *e = n['E'];
     g->EnumerateShortestPaths(s);
     // Directed, D cannot be reached: its edge leads into C.
     const TGraphWeight dWeight = directed ? InfiniteWeight : 7;
     const std::pair<TWeightedNode*, TGraphWeight> expected[] = {
         {s, 0}, {a, 3}, {b, 1}, {c, 4}, {d, dWeight}, {e, InfiniteWeight}};
-    for (auto [n, w] : expected) {
-      EXPECT_EQ(n->GetWeight(), w) << n->GetCaption() << directed;
-      EXPECT_TRUE(n->GetVisited());
+    for (auto [node, w] : expected) {
+      EXPECT_EQ(node->GetWeight(), w) << node->GetCaption() << directed;
+      EXPECT_TRUE(node->GetVisited());
     }
     EXPECT_EQ(Captions(c->GetShortestPath()), (std::vector<String>{"S", "B", "A", "C"}));
     EXPECT_EQ(c->GetShortestPath()->GetObject(2), a);
