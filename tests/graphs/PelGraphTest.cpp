@@ -275,6 +275,7 @@ TEST(PelGraph, CaptionsComeFromClassAndCounter) {
   auto g = Make<TPelGraph>(nullptr);
   EXPECT_EQ(g->NewNode()->GetCaption(), "TPelGraphNode0");
   EXPECT_EQ(New<TCityNode>(g.get())->GetCaption(), "TCityNode1");
+  EXPECT_EQ(New<TPelLinkedGraphNode>(g.get())->GetCaption(), "TPelLinkedGraphNode2");
   g->Clear();
   EXPECT_EQ(g->GetNodeCount(), 0);
   EXPECT_EQ(g->NewNode()->GetCaption(), "TPelGraphNode0");
@@ -392,6 +393,7 @@ TEST(PelGraph, EventsAndUpdateBrackets) {
   b->SetOnChange(nullptr);
   b->Change();
   EXPECT_EQ(nodeChanges, 1);
+  EXPECT_FALSE(b->GetOnChange());
   EXPECT_EQ(b->GetOnChangeName(), "NodeChanged");
 }
 

@@ -54,9 +54,13 @@ TEST(PelParser, WalksForwards) {
   EXPECT_EQ(p->GetRestOfText(), " ab");
   EXPECT_EQ(p->GetPosition(), 0);
 
-  // A new text starts over at position 1.
+  // A new text starts over at position 1; setting the token or the rest
+  // moves nothing.
   p->SetText("ab cd");
+  p->SetToken("zz");
+  p->SetRestOfText("yy");
   EXPECT_EQ(p->GetPosition(), 1);
+  EXPECT_EQ(p->GetText(), "ab cd");
 }
 
 TEST(PelParser, WalksBackwards) {
