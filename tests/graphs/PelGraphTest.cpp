@@ -344,7 +344,8 @@ TEST(PelGraph, PlainGraphFindsTheFirstNodeBearingACaption) {
     } else if (op == 2 && count > 40) {
       ASSERT_TRUE(g->RemoveNode(g->GetNode(static_cast<int32_t>(rng() % count))));
     } else if (op == 3 && count > 40) {
-      ASSERT_EQ(g->RemoveNode(name), first(name) != nullptr);
+      const bool bearer = first(name) != nullptr;
+      ASSERT_EQ(g->RemoveNode(name), bearer);
     } else {
       TPelGraphNode* node = g->GetNode(static_cast<int32_t>(rng() % count));
       ASSERT_EQ(g->Extract(node), node);
