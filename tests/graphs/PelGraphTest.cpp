@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <random>
 #include <set>
+#include <tuple>
 #include <vector>
 
 #include "graphs/PelGraph.h"
@@ -54,20 +56,24 @@ void Join(TPelGraphNode* From, TPelGraphNode* To, TGraphWeight Weight) {
   As<TWeightedEdge>(From->AddEdge(To))->SetWeight(Weight);
 }
 
-// Each node as "caption class weight in-degree: from>to=weight ...".
-std::string Describe(TPelGraph* G) {
-  std::string r;
-  for (int32_t i = 0; i < G->GetNodeCount(); ++i) {
-    auto* n = As<TWeightedNode>(G->GetNode(i));
-    r += n->GetCaption() + " " + n->ClassName() + " " + IntToStr(n->GetWeight()) + " " +
-         IntToStr(n->GetInDegree()) + ":";
+// Each node as "caption class weight in-degree: from>to=weight ...", in
+// list order or sorted (a label graph keeps no order).
+std::string Describe(TPelCustomGraph* G, bool Sorted = false) {
+  std::vector<std::string> lines;
+  for (IPtr<IIterator> it = G->GetNodes(); it->HasMoreElements();) {
+    auto* n = As<TWeightedNode>(static_cast<TPelGraphNode*>(it->NextElement()));
+    std::string r = n->GetCaption() + " " + n->ClassName() + " " + IntToStr(n->GetWeight()) + " " +
+                    IntToStr(n->GetInDegree()) + ":";
     for (int32_t j = 0; j < n->GetEdgeCount(); ++j) {
       auto* e = As<TWeightedEdge>(n->GetEdge(j));
       r += " " + e->GetFromNode()->GetCaption() + ">" + e->GetToNode()->GetCaption() + "=" +
            IntToStr(e->GetWeight());
     }
-    r += "\n";
+    lines.push_back(r + "\n");
   }
+  if (Sorted) std::sort(lines.begin(), lines.end());
+  std::string r;
+  for (const std::string& line : lines) r += line;
   return r;
 }
 
@@ -87,11 +93,8 @@ TEST(PelGraph, EdgeRegistrationFollowsDirection) {
   TPelGraphNode* c = g->CreateNode("C");
   TPelGraphEdge* ab = a->AddEdge(b);
   TPelGraphEdge* loop = c->AddEdge(c);
-  // Undirected: in both lists and both in-degrees; a loop once.
-  EXPECT_EQ(a->IndexOfEdge(ab), 0);
-  EXPECT_EQ(b->IndexOfEdge(ab), 0);
+  // Undirected: the start counts it in its in-degree too; a loop once.
   EXPECT_EQ(a->GetInDegree(), 1);
-  EXPECT_EQ(b->GetInDegree(), 1);
   EXPECT_EQ(c->GetEdgeCount(), 1);
   EXPECT_EQ(c->GetInDegree(), 1);
   EXPECT_EQ(c->IndexOfEdgeTo(c), 0);
@@ -108,9 +111,6 @@ TEST(PelGraph, EdgeRegistrationFollowsDirection) {
   EXPECT_EQ(a->GetEdgeCount(), 0);
   EXPECT_EQ(b->GetInDegree(), 0);
   g->SetDirected(false);
-  TPelGraphEdge* ba = b->AddEdge(a);
-  b->RemoveEdge(ba);
-  EXPECT_EQ(a->GetEdgeCount() + b->GetEdgeCount() + a->GetInDegree() + b->GetInDegree(), 0);
   EXPECT_EQ(c->GetEdgeCount(), 1);
   Free(loop);
   EXPECT_EQ(c->GetEdgeCount(), 0);
@@ -164,11 +164,9 @@ TEST(PelGraph, EdgeListsKeepInsertionOrderThroughRemovals) {
         ASSERT_EQ(hub->GetEdge(static_cast<int32_t>(i)), model[i]) << step;
         ASSERT_EQ(hub->IndexOfEdge(model[i]), static_cast<int32_t>(i)) << step;
       }
-      int32_t ending = 0;
-      for (TPelGraphNode* n : others) ending += n->GetInDegree();
       // Undirected, the far ends list the edges as well.
-      int32_t listedThere = 0;
-      for (TPelGraphNode* n : others) listedThere += n->GetEdgeCount();
+      int32_t ending = 0, listedThere = 0;
+      for (TPelGraphNode* n : others) ending += n->GetInDegree(), listedThere += n->GetEdgeCount();
       ASSERT_EQ(ending, static_cast<int32_t>(model.size()));
       ASSERT_EQ(listedThere, directed ? 0 : static_cast<int32_t>(model.size()));
     }
@@ -199,7 +197,9 @@ TEST(PelGraph, EdgeListsKeepInsertionOrderThroughRemovals) {
   }
 }
 
-// Node and edge classes larger than the allocator's cells.
+// Node and edge classes larger than the allocator's cells; a node aligned as
+// a vector register wants, and one beyond new's guarantee whose size (256)
+// the cells would otherwise take.
 class TBigNode : public TPelGraphNode {
   PEL_CLASS(TBigNode, TPelGraphNode)
  public:
@@ -212,9 +212,6 @@ class TBigEdge : public TPelGraphEdge {
   using TPelGraphEdge::TPelGraphEdge;
   char Payload[300] = {};
 };
-
-// A node aligned as a vector register wants, and one beyond new's guarantee
-// whose size (256) the cells would otherwise take.
 class TAlignedNode : public TPelGraphNode {
   PEL_CLASS(TAlignedNode, TPelGraphNode)
  public:
@@ -227,34 +224,25 @@ class alignas(256) TLineNode : public TPelGraphNode {
   using TPelGraphNode::TPelGraphNode;
 };
 
-TEST(PelGraph, NodesKeepTheirClassAlignment) {
-  auto g = Make<TPelGraph>(nullptr);
-  for (int i = 0; i < 200; ++i) {
-    TPelGraphNode* plain = New<TPelGraphNode>(g.get());  // shifts the cells between the others
-    auto* wide = New<TAlignedNode>(g.get());
-    auto* line = New<TLineNode>(g.get());
-    ASSERT_EQ(reinterpret_cast<uintptr_t>(wide) % alignof(TAlignedNode), 0u) << i;
-    ASSERT_EQ(reinterpret_cast<uintptr_t>(line) % 256, 0u) << i;
-    plain->AddEdge(wide);
-    wide->Value = i;
-  }
-  EXPECT_EQ(g->GetNodeCount(), 600);
-}
-
 TEST(PelGraph, NodesAndEdgesOfEverySizeOutliveEachOther) {
-  // Objects of several sizes made and freed in turns: each keeps its data
-  // while the others come and go, and a graph made after all are freed
-  // works as the first did.
+  // Objects of several sizes and alignments made and freed in turns: each
+  // is aligned as its class asks and keeps its data while the others come
+  // and go, and a graph made after all are freed works as the first did.
   for (int round = 0; round < 2; ++round) {
     auto g = Make<TPelGraph>(nullptr);
     g->SetDirected(true);
     std::vector<TPelGraphNode*> nodes;
     std::map<TPelGraphNode*, char> payloads;
     for (int i = 0; i < 3000; ++i) {
-      TPelGraphNode* n = i % 3 == 0   ? New<TBigNode>(g.get())
-                         : i % 3 == 1 ? static_cast<TPelGraphNode*>(New<TWeightedNode>(g.get()))
+      TPelGraphNode* n = i % 5 == 0   ? New<TBigNode>(g.get())
+                         : i % 5 == 1 ? New<TAlignedNode>(g.get())
+                         : i % 5 == 2 ? New<TLineNode>(g.get())
+                         : i % 5 == 3 ? static_cast<TPelGraphNode*>(New<TWeightedNode>(g.get()))
                                       : New<TPelGraphNode>(g.get());
-      if (auto* big = dynamic_cast<TBigNode*>(n)) payloads[n] = big->Payload[299] = static_cast<char>(i);
+      if (auto* big = dynamic_cast<TBigNode*>(n))
+        payloads[n] = big->Payload[299] = static_cast<char>(i);
+      const std::size_t align = i % 5 == 1 ? alignof(TAlignedNode) : i % 5 == 2 ? 256 : 1;
+      ASSERT_EQ(reinterpret_cast<uintptr_t>(n) % align, 0u) << i;
       nodes.push_back(n);
       if (i > 0) {
         if (i % 2)
@@ -262,7 +250,7 @@ TEST(PelGraph, NodesAndEdgesOfEverySizeOutliveEachOther) {
         else
           nodes[i - 1]->AddEdge(n);
       }
-      if (i % 5 == 4) {
+      if (i % 3 == 2) {
         payloads.erase(nodes[i - 2]);
         ASSERT_TRUE(g->RemoveNode(nodes[i - 2]));
       }
@@ -270,68 +258,17 @@ TEST(PelGraph, NodesAndEdgesOfEverySizeOutliveEachOther) {
     int32_t edges = 0;
     for (int32_t i = 0; i < g->GetNodeCount(); ++i) {
       TPelGraphNode* n = g->GetNode(i);
-      if (auto* big = dynamic_cast<TBigNode*>(n)) {
-        EXPECT_EQ(big->Payload[299], payloads.at(n));
-      }
-      for (int32_t k = 0; k < n->GetEdgeCount(); ++k) {
-        ++edges;
-        if (auto* big = dynamic_cast<TBigEdge*>(n->GetEdge(k))) {
-          EXPECT_EQ(big->Payload[0], 'x');
-        }
+      auto* big = dynamic_cast<TBigNode*>(n);
+      EXPECT_TRUE(!big || big->Payload[299] == payloads.at(n));
+      for (int32_t k = 0; k < n->GetEdgeCount(); ++k, ++edges) {
+        auto* bigEdge = dynamic_cast<TBigEdge*>(n->GetEdge(k));
+        EXPECT_TRUE(!bigEdge || bigEdge->Payload[0] == 'x');
       }
     }
-    EXPECT_EQ(g->GetNodeCount(), 3000 - 600);
-    EXPECT_GT(edges, 1000);
-    EXPECT_EQ(Order(g.get()).size(), 2400u);
+    EXPECT_EQ(g->GetNodeCount(), 2000);
+    EXPECT_EQ(edges, 1000);
+    EXPECT_EQ(Order(g.get()).size(), 2000u);
   }
-}
-
-TEST(PelGraph, CaptionIndexIsBuiltForTheFirstSearch) {
-  // Nodes made, renamed, extracted and added again before any search: the
-  // first search finds what a linear search of the list finds.
-  auto g = Make<TPelGraph>(nullptr);
-  TPelGraphNode* a = g->CreateNode("x");
-  TPelGraphNode* b = g->CreateNode("y");
-  TPelGraphNode* c = g->CreateNode("x");
-  TPelGraphNode* d = g->CreateNode("z");
-  a->SetCaption("w");
-  g->Extract(b);
-  g->AddNode(b);  // now last in the list
-  d->SetCaption("y");
-  EXPECT_EQ(g->FindNode("x"), c);
-  EXPECT_EQ(g->FindNode("y"), d);
-  EXPECT_EQ(g->FindNode("w"), a);
-  EXPECT_EQ(g->FindNode("z"), nullptr);
-  // Kept up to date from then on.
-  c->SetCaption("z");
-  EXPECT_EQ(g->FindNode("x"), nullptr);
-  EXPECT_EQ(g->FindNode("z"), c);
-  EXPECT_TRUE(g->RemoveNode(String("y")));
-  EXPECT_EQ(g->FindNode("y"), b);
-  // A cleared graph starts without an index and builds it again.
-  g->Clear();
-  EXPECT_EQ(g->FindNode("z"), nullptr);
-  TPelGraphNode* e = g->CreateNode("z");
-  g->CreateNode("z");
-  EXPECT_EQ(g->FindNode("z"), e);
-  EXPECT_EQ(g->FindNode("TPelGraphNode0"), nullptr);
-}
-
-TEST(PelGraph, NodeHandlersAreThereOnlyWhenSet) {
-  auto g = Make<TPelGraph>(nullptr);
-  TPelGraphNode* a = g->CreateNode("a");
-  EXPECT_FALSE(a->GetOnChange());
-  EXPECT_EQ(a->GetOnChangeName(), "");
-  int changes = 0;
-  a->SetOnChangeName("NodeChanged");
-  a->SetOnChange([&](TObject*) { ++changes; });
-  a->Change();
-  EXPECT_EQ(changes, 1);
-  EXPECT_EQ(a->GetOnChangeName(), "NodeChanged");
-  a->SetOnChange(nullptr);
-  a->Change();
-  EXPECT_EQ(changes, 1);
-  EXPECT_EQ(a->GetOnChangeName(), "NodeChanged");
 }
 
 TEST(PelGraph, CaptionsComeFromClassAndCounter) {
@@ -381,32 +318,42 @@ TEST(PelGraph, LabelGraphKeepsCaptionsUnique) {
 }
 
 TEST(PelGraph, PlainGraphFindsTheFirstNodeBearingACaption) {
-  // Random adds, renames and removals against a linear search of the list.
+  // Random adds, renames, removals (by node and by caption) and extractions
+  // against a linear search of the list. Searches come at some steps only,
+  // and the graph is cleared now and then, so the index is also built after
+  // a run of changes.
   auto g = Make<TPelGraph>(nullptr);
   std::mt19937 rng(7);
   std::vector<String> names;
   for (int i = 0; i < 24; ++i) names.push_back("c" + IntToStr(i));
+  auto first = [&](const String& name) -> TPelGraphNode* {
+    for (int32_t i = 0; i < g->GetNodeCount(); ++i)
+      if (g->GetNode(i)->GetCaption() == name) return g->GetNode(i);
+    return nullptr;
+  };
   for (int step = 0; step < 3000; ++step) {
     const int32_t count = g->GetNodeCount();
-    const unsigned op = rng() % 4;
-    if (op == 0 || count == 0) {
-      g->CreateNode(names[rng() % names.size()]);
-    } else if (op == 1 && count > 0) {
-      g->GetNode(static_cast<int32_t>(rng() % count))->SetCaption(names[rng() % names.size()]);
+    const unsigned op = rng() % 5;
+    const String& name = names[rng() % names.size()];
+    if (step % 700 == 699) {
+      g->Clear();
+    } else if (op == 0 || count == 0) {
+      g->CreateNode(name);
+    } else if (op == 1) {
+      g->GetNode(static_cast<int32_t>(rng() % count))->SetCaption(name);
     } else if (op == 2 && count > 40) {
       ASSERT_TRUE(g->RemoveNode(g->GetNode(static_cast<int32_t>(rng() % count))));
-    } else if (count > 0) {
+    } else if (op == 3 && count > 40) {
+      const bool bearer = first(name) != nullptr;
+      ASSERT_EQ(g->RemoveNode(name), bearer);
+    } else {
       TPelGraphNode* node = g->GetNode(static_cast<int32_t>(rng() % count));
       ASSERT_EQ(g->Extract(node), node);
       g->AddNode(node);
       EXPECT_EQ(node->GetGraph(), g.get());
     }
-    for (const String& name : names) {
-      TPelGraphNode* first = nullptr;
-      for (int32_t i = 0; i < g->GetNodeCount() && !first; ++i)
-        if (g->GetNode(i)->GetCaption() == name) first = g->GetNode(i);
-      ASSERT_EQ(g->FindNode(name), first) << name << " at step " << step;
-    }
+    if (rng() % 4) continue;
+    for (const String& n : names) ASSERT_EQ(g->FindNode(n), first(n)) << n << " at step " << step;
   }
   EXPECT_GT(g->GetNodeCount(), 30);
 }
@@ -435,6 +382,7 @@ TEST(PelGraph, EventsAndUpdateBrackets) {
   TPelGraphNode* b = g->NewNode();
   EXPECT_EQ(b->GetUpdateCount(), 1);
   int nodeChanges = 0;
+  b->SetOnChangeName("NodeChanged");
   b->SetOnChange([&](TObject*) { ++nodeChanges; });
   b->AddEdge(b);
   EXPECT_EQ(nodeChanges, 0);
@@ -442,36 +390,15 @@ TEST(PelGraph, EventsAndUpdateBrackets) {
   EXPECT_EQ(nodeChanges, 1);
   EXPECT_EQ(log, (std::vector<String>{"change", "add TPelGraphNode2", "node TPelGraphNode1",
                                       "node TPelGraphNode2"}));
+  // A node's handler and its name are kept apart.
+  b->SetOnChange(nullptr);
+  b->Change();
+  EXPECT_EQ(nodeChanges, 1);
+  EXPECT_FALSE(b->GetOnChange());
+  EXPECT_EQ(b->GetOnChangeName(), "NodeChanged");
 }
 
-TEST(PelGraph, AssignCopiesNodesEdgesAndWeights) {
-  auto src = Make<TPelGraph>(nullptr);
-  src->SetDirected(true);
-  TWeightedNode* a = Weighted(src.get(), "A");
-  TPelGraphNode* b = New<TCityNode>(src.get());
-  b->SetCaption("B");
-  a->SetWeight(9);
-  Join(a, b, 4);
-  Join(b, a, 6);
-  auto dst = Make<TPelLabelGraph>(nullptr);
-  dst->CreateNode("old");
-  dst->Assign(src.get());
-  EXPECT_TRUE(dst->GetDirected());
-  EXPECT_EQ(dst->GetNodeCount(), 2);
-  EXPECT_EQ(dst->FindNode("old"), nullptr);
-  auto* ca = As<TWeightedNode>(dst->FindNode("A"));
-  TPelGraphNode* cb = dst->FindNode("B");
-  EXPECT_EQ(ca->GetWeight(), 9);
-  EXPECT_EQ(cb->ClassType(), TCityNode::StaticClass());
-  ASSERT_EQ(ca->GetEdgeCount(), 1);
-  EXPECT_EQ(ca->GetEdge(0)->GetToNode(), cb);
-  EXPECT_EQ(As<TWeightedEdge>(ca->GetEdge(0))->GetWeight(), 4);
-  EXPECT_EQ(As<TWeightedEdge>(cb->GetEdge(0))->GetWeight(), 6);
-  EXPECT_FALSE(dst->IsAcyclic());
-  EXPECT_THROW(dst->Assign(Make<TStringList>().get()), EConvertError);
-}
-
-TEST(PelGraph, NodesAndEdgesStreamThroughTheComponent) {
+TEST(PelGraph, NodesAndEdgesAssignAndStream) {
   auto g = Make<TPelGraph>(nullptr);
   TWeightedNode* a = Weighted(g.get(), "A");
   auto* b = New<TCityNode>(g.get());
@@ -480,6 +407,7 @@ TEST(PelGraph, NodesAndEdgesStreamThroughTheComponent) {
   Join(a, b, 7);
   Join(b, b, 2);
   Join(b, Weighted(g.get(), "C"), 300);
+  Join(b, a, 4);
 
   // An unknown node class fails the read naming it, and leaves nothing.
   auto fresh = Make<TPelGraph>(nullptr);
@@ -489,16 +417,24 @@ TEST(PelGraph, NodesAndEdgesStreamThroughTheComponent) {
   EXPECT_EQ(fresh->NewNode()->GetCaption(), "TPelGraphNode0");
   fresh->Clear();
 
-  RegisterGraphClass(TCityNode::StaticClass());
   SetStrProp(g.get(), "OnNodeChange", "CityChanged");
   for (bool directed : {false, true}) {
     g->SetDirected(directed);
+    // Assign copies nodes of every class, registered or not, and the edges,
+    // and drops what was there.
+    auto copy = Make<TPelLabelGraph>(nullptr);
+    copy->CreateNode("old");
+    copy->Assign(g.get());
+    EXPECT_EQ(copy->GetDirected(), directed);
+    EXPECT_EQ(Describe(copy.get(), true), Describe(g.get(), true));
+    RegisterGraphClass(TCityNode::StaticClass());
     auto back = Make<TPelGraph>(nullptr);
     Saved(g.get())->ReadComponent(back.get());
     EXPECT_EQ(back->GetDirected(), directed);
     EXPECT_EQ(GetStrProp(back.get(), "OnNodeChange"), "CityChanged");
     EXPECT_EQ(Describe(back.get()), Describe(g.get()));
   }
+  EXPECT_THROW(g->Assign(Make<TStringList>().get()), EConvertError);
 }
 
 TEST(PelGraph, TopologicalOrderAndAcyclicity) {
@@ -579,26 +515,20 @@ TEST(PelGraph, ShortestPaths) {
   for (bool directed : {true, false}) {
     auto g = Make<TPelGraph>(nullptr);
     g->SetDirected(directed);
-    TWeightedNode* s = Weighted(g.get(), "S");
-    TWeightedNode* a = Weighted(g.get(), "A");
-    TWeightedNode* b = Weighted(g.get(), "B");
-    TWeightedNode* c = Weighted(g.get(), "C");
-    TWeightedNode* d = Weighted(g.get(), "D");
-    TWeightedNode* e = Weighted(g.get(), "E");
-    Join(s, a, 4);
-    Join(s, b, 1);
-    Join(b, a, 2);
-    Join(a, c, 1);
-    Join(b, c, 5);
-    Join(d, c, 3);
+    std::map<char, TWeightedNode*> n;
+    for (char ch : String("SABCDE")) n[ch] = Weighted(g.get(), String(1, ch).c_str());
+    const std::tuple<char, char, TGraphWeight> edges[] = {
+        {'S', 'A', 4}, {'S', 'B', 1}, {'B', 'A', 2}, {'A', 'C', 1}, {'B', 'C', 5}, {'D', 'C', 3}};
+    for (auto [from, to, w] : edges) Join(n[from], n[to], w);
+    TWeightedNode *s = n['S'], *a = n['A'], *b = n['B'], *c = n['C'], *d = n['D'], *e = n['E'];
     g->EnumerateShortestPaths(s);
     // Directed, D cannot be reached: its edge leads into C.
     const TGraphWeight dWeight = directed ? InfiniteWeight : 7;
     const std::pair<TWeightedNode*, TGraphWeight> expected[] = {
         {s, 0}, {a, 3}, {b, 1}, {c, 4}, {d, dWeight}, {e, InfiniteWeight}};
-    for (auto [n, w] : expected) {
-      EXPECT_EQ(n->GetWeight(), w) << n->GetCaption() << directed;
-      EXPECT_TRUE(n->GetVisited());
+    for (auto [node, w] : expected) {
+      EXPECT_EQ(node->GetWeight(), w) << node->GetCaption() << directed;
+      EXPECT_TRUE(node->GetVisited());
     }
     EXPECT_EQ(Captions(c->GetShortestPath()), (std::vector<String>{"S", "B", "A", "C"}));
     EXPECT_EQ(c->GetShortestPath()->GetObject(2), a);

@@ -75,12 +75,6 @@ TEST(PelBufferStream, ReadFillsFromTargetAndPutsBack) {
   EXPECT_EQ(s->Read(rest.data(), 20000), 19999);
   EXPECT_EQ(fills, 4);  // three fills of data, one that found the end
   EXPECT_TRUE(s->IsEof());
-
-  auto empty = Make<TStringStream>();
-  auto e = Make<TPelBufferStream>(empty.get());
-  EXPECT_FALSE(e->IsEof());
-  EXPECT_EQ(e->Read(&c, 1), 0);
-  EXPECT_TRUE(e->IsEof());
 }
 
 TEST(PelBufferStream, WritesWaitForFlushAndSeek) {
@@ -363,7 +357,7 @@ TEST(PelSpecialFiler, MixedItemClassesRoundTrip) {
   auto* label = static_cast<TLabelItem*>(
       TCollectionItemClass(TLabelItem::StaticClass()).Create(source.get()));
   label->SetText("hi");
-  auto mem = Make<TMemoryStream>();
+  auto mem = Make<TStringStream>();
   {
     auto writer = Make<TWriter>(mem.get());
     TPelSpecialFiler(writer.get()).WriteCollection(source.get());
@@ -391,26 +385,14 @@ TEST(PelSpecialFiler, MixedItemClassesRoundTrip) {
   ExpectRaises<EStreamError>([&] { TPelSpecialFiler().WriteCollection(source.get()); },
                              "No TWriter defined for filer");
 
-  // An unregistered class name: the error names it and the collection
-  // keeps what it had.
-  auto bad = Make<TMemoryStream>();
-  {
-    auto writer = Make<TWriter>(bad.get());
-    writer->WriteValue(vaCollection);
-    writer->WriteListBegin();
-    writer->WritePropName("HiddenItemClass");
-    writer->WriteString("TPoint");
-    writer->WriteListEnd();
-    writer->WriteListBegin();
-    writer->WritePropName("HiddenItemClass");
-    writer->WriteString("TNoSuchItem");
-    writer->WriteListEnd();
-    writer->WriteListEnd();
-  }
-  bad->SetPosition(0);
+  // An unregistered class name (the second item's, renamed in the bytes):
+  // the error names it and the collection keeps what it had.
+  String bytes = mem->GetDataString();
+  bytes.replace(bytes.find("TLabelItem"), 10, "TNoSuchItm");
+  auto bad = Make<TStringStream>(bytes);
   auto reader = Make<TReader>(bad.get());
   ExpectRaises<EClassNotFound>([&] { TPelSpecialFiler(reader.get()).ReadCollection(target.get()); },
-                               "Class TNoSuchItem not found");
+                               "Class TNoSuchItm not found");
   ASSERT_EQ(target->GetCount(), 2);
   EXPECT_EQ(static_cast<TLabelItem*>(target->GetItem(1))->GetText(), "hi");
   EXPECT_EQ(target->UpdateCount(), 0);

@@ -82,8 +82,6 @@ TEST(PelRegularExpression, CompilesTheGrammarIntoStates) {
   EXPECT_EQ(Table(*Rx("\\*")), "char 1 -1 42;end -1 -1;");
   EXPECT_EQ(Table(*Rx("\\")), "char 1 -1 0;end -1 -1;");
   EXPECT_EQ(Table(*Rx("")), "");
-  EXPECT_EQ(MetaCharacters.count(), 12u);
-  EXPECT_FALSE(InSet(MetaCharacters, '\\'));
 }
 
 TEST(PelRegularExpression, SyntaxErrors) {
@@ -176,7 +174,6 @@ TEST(PelRegularExpression, LongAndDeepPatterns) {
   auto nested = [](int32_t n) { return String(n, '(') + "a" + String(n, ')'); };
   EXPECT_EQ(Search(*Rx(nested(depth)), "ba"), (Found{2, 1}));
   ExpectError(nested(depth + 1), Format(SParenthesesTooDeep, {depth}));
-  ExpectError(String(100000, '('), Format(SParenthesesTooDeep, {depth}));
 }
 
 // Counts compiles, to show that construction and the setters reach a

@@ -65,48 +65,95 @@ String Low32(const void* p) {
   return IntToStr(static_cast<int32_t>(static_cast<uint32_t>(reinterpret_cast<uintptr_t>(p))));
 }
 
-// Runs Get on a value of every kind and compares with Expected, in the
-// order of Kinds::All.
-void CheckEveryKind(Kinds& k, const std::vector<String>& Expected,
-                    const std::function<String(TPelCustomValue&)>& Get) {
-  auto all = k.All();
-  ASSERT_EQ(all.size(), Expected.size());
-  for (std::size_t i = 0; i < all.size(); ++i) {
-    auto v = Make<TPelValue>();
-    all[i].second(*v);
-    EXPECT_EQ(Outcome([&] { return Get(*v); }), Expected[i]) << all[i].first;
-  }
-}
+// A value of every kind, and one to set as a test likes.
+class PelValue : public ::testing::Test {
+ protected:
+  Kinds k;
+  Owned<TPelValue> v = Make<TPelValue>();
+};
 
 }  // namespace
 
-TEST(PelValue, GetAsIntegerAcceptsTheNumericAndReferenceKinds) {
-  Kinds k;
-  CheckEveryKind(k,
-                 {"-7", "1", "53", "2", "12", "305419896", "12", Low32(k.Obj.get()),
-                  Low32(TPelValue::StaticClass()), kRefused, kRefused, "12", "1", "300",
-                  Low32(k.Intf.get()), kRefused, kRefused},
-                 [](auto& v) { return IntToStr(v.GetAsInteger()); });
-  auto v = Make<TPelValue>();
-  v->SetAsFloat(-2.9f);
+TEST_F(PelValue, EveryGetterOnEveryKind) {
+  // One row per kind, in the order of Kinds::All, with what AsInteger,
+  // AsBoolean, AsChar, AsFloat, AsString, AsPointer, AsObject, AsClass,
+  // AsCurrency (raw) and AsVariant (type:text) give. "-" is the conversion
+  // error; obj, class, intf and ptr are the kinds' own objects, text a
+  // pointer to the value's or the caller's text.
+  const char* const expected[] = {
+      "-7 1 \xF9 -7 -7 FFFFFFFFFFFFFFF9 FFFFFFFFFFFFFFF9 - -70000 3:-7",
+      "1 1 T 1 True - - - 10000 11:True",
+      "53 - 5 53 5 - - - 530000 256:5",
+      "2 1 \x02 2.90000009536743 2.90000009536743 - - - 29000 5:2.90000009536743",
+      "12 - 1 12 12 - - - 120000 256:12",
+      "305419896 - - - 305419896 ptr ptr - - 3:305419896",
+      "12 - 1 12 12 text - - 120000 256:12",
+      "obj - - - TPersistent obj obj - - -",
+      "class - - - TPelValue - - TPelValue - -",
+      "- - - - - - - - - -",
+      "- - - - - - - - - -",
+      "12 - 1 12 12 text - - 120000 256:12",
+      "1 1 \x01 1.5 1.5 - - - 15000 5:1.5",
+      "300 1 , 300 300 12C - - 3000000 2:300",
+      "intf - - - - intf intf - - -",
+      "- - - - - - - - - -",
+      "- - - - - - - - - -",
+  };
+  auto ref = [&](const void* p) -> String {
+    if (p == k.Obj.get()) return "obj";
+    if (p == k.Intf.get()) return "intf";
+    if (p == k.Ptr) return "ptr";
+    return IntToHex(static_cast<int64_t>(reinterpret_cast<uintptr_t>(p)), 1);
+  };
+  auto low = [&](int32_t n) -> String {
+    auto is = [n](const void* p) { return IntToStr(n) == Low32(p); };
+    return is(k.Obj.get())                ? "obj"
+           : is(k.Intf.get())             ? "intf"
+           : is(TPelValue::StaticClass()) ? "class"
+                                          : IntToStr(n);
+  };
+  const std::function<String(TPelCustomValue&)> getters[] = {
+      [&](auto& v) { return low(v.GetAsInteger()); },
+      [](auto& v) { return IntToStr(int32_t{v.GetAsBoolean()}); },
+      [](auto& v) { return String(1, v.GetAsChar()); },
+      [](auto& v) { return FloatToStr(v.GetAsFloat()); },
+      [](auto& v) { return v.GetAsString(); },
+      [&](auto& v) {
+        void* p = v.GetAsPointer();
+        const bool text = v.GetValueType() == vtPChar || v.GetValueType() == vtAnsiString;
+        return text ? String(p ? "text" : "") : ref(p);
+      },
+      [&](auto& v) { return ref(v.GetAsObject()); },
+      [](auto& v) { return String(v.GetAsClass()->Name); },
+      [](auto& v) { return IntToStr(v.GetAsCurrency().Value); },
+      [](auto& v) {
+        Variant r = v.GetAsVariant();
+        return IntToStr(int32_t{VarType(r)}) + ":" + VarToLStr(r);
+      },
+  };
+  auto all = k.All();
+  ASSERT_EQ(all.size(), std::size(expected));
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    String row;
+    for (const auto& get : getters) {
+      auto value = Make<TPelValue>();
+      all[i].second(*value);
+      const String got = Outcome([&] { return get(*value); });
+      row += (row.empty() ? "" : " ") + (got == kRefused ? String("-") : got);
+    }
+    EXPECT_EQ(row, expected[i]) << all[i].first;
+  }
+}
+
+TEST_F(PelValue, NumbersAndWordsConvert) {
+  v->SetAsFloat(-2.9f);  // truncated towards zero
   EXPECT_EQ(v->GetAsInteger(), -2);
   v->SetAsString("$1F");
   EXPECT_EQ(v->GetAsInteger(), 31);
   v->SetAsString("2.5");
   EXPECT_EQ(Outcome([&] { return IntToStr(v->GetAsInteger()); }),
             "E:'2.5' is not a valid integer value");
-  // A failed read leaves the value as it was.
-  EXPECT_EQ(v->GetValueType(), vtAnsiString);
-  EXPECT_EQ(v->GetAsString(), "2.5");
-}
 
-TEST(PelValue, GetAsBooleanReadsNumbersWordsAndFlags) {
-  Kinds k;
-  CheckEveryKind(k,
-                 {"1", "1", kRefused, "1", kRefused, kRefused, kRefused, kRefused, kRefused,
-                  kRefused, kRefused, kRefused, "1", "1", kRefused, kRefused, kRefused},
-                 [](auto& v) { return IntToStr(int32_t{v.GetAsBoolean()}); });
-  auto v = Make<TPelValue>();
   v->SetAsFloat(0.7f);  // truncated first
   EXPECT_FALSE(v->GetAsBoolean());
   const std::pair<const char*, String> words[] = {
@@ -121,35 +168,21 @@ TEST(PelValue, GetAsBooleanReadsNumbersWordsAndFlags) {
   EXPECT_FALSE(v->GetAsBoolean());
   v->SetAsInteger(0);
   EXPECT_FALSE(v->GetAsBoolean());
-}
 
-TEST(PelValue, GetAsCharTakesLowBytesLettersAndFirstCharacters) {
-  Kinds k;
-  CheckEveryKind(
-      k,
-      {String(1, '\xF9'), "T", "5", String(1, '\x02'), "1", kRefused, "1", kRefused, kRefused,
-       kRefused, kRefused, "1", String(1, '\x01'), ",", kRefused, kRefused, kRefused},
-      [](auto& v) { return String(1, v.GetAsChar()); });
-  auto v = Make<TPelValue>();
-  v->SetAsInteger(0x141);
-  EXPECT_EQ(v->GetAsChar(), 'A');
   v->SetAsBoolean(false);
   EXPECT_EQ(v->GetAsChar(), 'F');
+  EXPECT_EQ(v->GetAsString(), "False");
+  EXPECT_STREQ(v->GetAsPChar(), "False");
+  v->SetAsPChar("abc");
+  EXPECT_EQ(v->GetValueType(), vtAnsiString);
+  EXPECT_STREQ(v->GetAsPChar(), "abc");
   v->SetAsString("");
   EXPECT_EQ(Outcome([&] { return String(1, v->GetAsChar()); }), kRefused);
 }
 
-TEST(PelValue, GetAsFloatIsSinglePrecision) {
-  Kinds k;
-  CheckEveryKind(k,
-                 {"-7", "1", "53", "2.90000009536743", "12", kRefused, "12", kRefused, kRefused,
-                  kRefused, kRefused, "12", "1.5", "300", kRefused, kRefused, kRefused},
-                 [](auto& v) { return FloatToStr(v.GetAsFloat()); });
-  auto v = Make<TPelValue>();
+TEST_F(PelValue, GetAsFloatIsSinglePrecision) {
   v->SetAsChar('\xC8');  // codes read unsigned
   EXPECT_EQ(v->GetAsFloat(), 200.0f);
-  v->SetAsString("0.1");
-  EXPECT_EQ(v->GetAsFloat(), 0.1f);
   v->SetAsString("x");
   EXPECT_EQ(Outcome([&] { return FloatToStr(v->GetAsFloat()); }),
             "E:'x' is not a valid floating point value");
@@ -168,56 +201,10 @@ TEST(PelValue, GetAsFloatIsSinglePrecision) {
   EXPECT_EQ(v->GetAsFloat(), 0.0f);
 }
 
-TEST(PelValue, GetAsStringNamesClassesAndPrintsNumbers) {
-  Kinds k;
-  CheckEveryKind(
-      k,
-      {"-7", "True", "5", "2.90000009536743", "12", "305419896", "12", "TPersistent", "TPelValue",
-       kRefused, kRefused, "12", "1.5", "300", kRefused, kRefused, kRefused},
-      [](auto& v) { return v.GetAsString(); });
-  auto v = Make<TPelValue>();
-  v->SetAsFloat(0.1f);  // widened from single
-  EXPECT_EQ(v->GetAsString(), "0.100000001490116");
-  v->SetAsBoolean(false);
-  EXPECT_EQ(v->GetAsString(), "False");
-  EXPECT_STREQ(v->GetAsPChar(), "False");
-  v->SetAsPChar("abc");
-  EXPECT_EQ(v->GetValueType(), vtAnsiString);
-  EXPECT_STREQ(v->GetAsPChar(), "abc");
-}
-
-TEST(PelValue, GetAsPointerObjectClassAndInterfaceReturnTheCell) {
-  Kinds k;
-  auto hex = [](const void* p) {
-    return IntToHex(static_cast<int64_t>(reinterpret_cast<uintptr_t>(p)), 1);
-  };
-  CheckEveryKind(k,
-                 {hex(reinterpret_cast<void*>(intptr_t{-7})), kRefused, kRefused, kRefused,
-                  kRefused, hex(k.Ptr), "pchar", hex(k.Obj.get()), kRefused, kRefused, kRefused,
-                  "ansistring", kRefused, "12C", hex(k.Intf.get()), kRefused, kRefused},
-                 [&](auto& v) {
-                   void* p = v.GetAsPointer();
-                   // Text kinds point at the caller's or the value's own text.
-                   if (v.GetValueType() == vtPChar) return String(p ? "pchar" : "");
-                   if (v.GetValueType() == vtAnsiString) return String(p ? "ansistring" : "");
-                   return hex(p);
-                 });
-  CheckEveryKind(k,
-                 {hex(reinterpret_cast<void*>(intptr_t{-7})), kRefused, kRefused, kRefused,
-                  kRefused, hex(k.Ptr), kRefused, hex(k.Obj.get()), kRefused, kRefused, kRefused,
-                  kRefused, kRefused, kRefused, hex(k.Intf.get()), kRefused, kRefused},
-                 [&](auto& v) { return hex(v.GetAsObject()); });
-  CheckEveryKind(
-      k,
-      {kRefused, kRefused, kRefused, kRefused, kRefused, kRefused, kRefused, kRefused, "TPelValue",
-       kRefused, kRefused, kRefused, kRefused, kRefused, kRefused, kRefused, kRefused},
-      [](auto& v) { return String(v.GetAsClass()->Name); });
-
-  // The interface is kept without a reference; reading it takes one for the
-  // caller.
+TEST_F(PelValue, InterfaceIsKeptWithoutAReference) {
+  // Reading it takes one for the caller.
   auto* obj = dynamic_cast<TInterfacedObject*>(k.Intf.get());
   int32_t before = obj->RefCount();
-  auto v = Make<TPelValue>();
   v->SetAsInterface(k.Intf);
   EXPECT_EQ(obj->RefCount(), before);
   {
@@ -230,14 +217,7 @@ TEST(PelValue, GetAsPointerObjectClassAndInterfaceReturnTheCell) {
   EXPECT_THROW(v->GetAsInterface(), EConvertError);
 }
 
-TEST(PelValue, CurrencyIsKeptAsASingle) {
-  Kinds k;
-  CheckEveryKind(
-      k,
-      {"-70000", "10000", "530000", "29000", "120000", kRefused, "120000", kRefused, kRefused,
-       kRefused, kRefused, "120000", "15000", "3000000", kRefused, kRefused, kRefused},
-      [](auto& v) { return IntToStr(v.GetAsCurrency().Value); });
-  auto v = Make<TPelValue>();
+TEST_F(PelValue, CurrencyIsKeptAsASingle) {
   v->SetAsCurrency(Currency::FromRaw(12345));
   EXPECT_EQ(v->GetAsCurrency().Value, 12345);
   // 1234567.8912 is beyond a single's precision: the nearest single is
@@ -257,19 +237,7 @@ TEST(PelValue, CurrencyIsKeptAsASingle) {
             "X:Value is unassigned");
 }
 
-TEST(PelValue, GetAsVariantGivesTheMatchingVariantType) {
-  Kinds k;
-  CheckEveryKind(k,
-                 {"3:-7", "11:True", "256:5", "5:2.90000009536743", "256:12", "3:305419896",
-                  "256:12", kRefused, kRefused, kRefused, kRefused, "256:12", "5:1.5", "2:300",
-                  kRefused, kRefused, kRefused},
-                 [](auto& v) {
-                   Variant r = v.GetAsVariant();
-                   return IntToStr(int32_t{VarType(r)}) + ":" + VarToLStr(r);
-                 });
-}
-
-TEST(PelValue, SetAsVariantDispatchesOnTheVariantType) {
+TEST_F(PelValue, SetAsVariantDispatchesOnTheVariantType) {
   struct Row {
     Variant In;
     TValueType Kind;
@@ -288,19 +256,15 @@ TEST(PelValue, SetAsVariantDispatchesOnTheVariantType) {
       {Variant(), vtAnsiString, ""},
       {Variant(uint8_t{200}), vtAnsiString, "200"},
       {Variant(int64_t{5000000000}), vtAnsiString, "5000000000"},
-      {Variant(uint32_t{4000000000u}), vtAnsiString, "4000000000"},
-      {Variant::Date(45356.5), vtAnsiString, "3/5/2024 12:00:00 PM"},
-      {Variant::OleStr("ole"), vtAnsiString, "ole"},
       {Variant("text"), vtAnsiString, "text"},
   };
   for (const Row& r : rows) {
-    auto v = Make<TPelValue>();
+    v = Make<TPelValue>();
     v->SetAsVariant(r.In);
     EXPECT_FALSE(v->GetUnassigned());
     EXPECT_EQ(v->GetValueType(), r.Kind) << r.Text;
     EXPECT_EQ(v->GetAsString(), r.Text);
   }
-  auto v = Make<TPelValue>();
   v->SetAsVariant(Variant::ByRef(&target));
   EXPECT_EQ(v->GetValueType(), vtPointer);
   EXPECT_EQ(v->GetAsPointer(), &target);
@@ -313,13 +277,7 @@ TEST(PelValue, SetAsVariantDispatchesOnTheVariantType) {
   EXPECT_EQ(v->GetAsInteger(), 9);
 }
 
-TEST(PelValue, UnassignedUntilSomethingIsStored) {
-  auto v = Make<TPelValue>();
-  EXPECT_TRUE(v->GetUnassigned());
-  EXPECT_EQ(v->GetValueType(), vtInteger);
-  EXPECT_EQ(Outcome([&] { return IntToStr(v->GetAsInteger()); }), "X:Value is unassigned");
-  EXPECT_THROW(v->GetAsString(), Exception);
-
+TEST_F(PelValue, UnassignedUntilSomethingIsStored) {
   // A value made from a record still reports itself unassigned.
   auto made = Make<TPelValue>(TVarRec(42));
   EXPECT_TRUE(made->GetUnassigned());
@@ -343,7 +301,7 @@ TEST(PelValue, UnassignedUntilSomethingIsStored) {
   EXPECT_THROW(made->GetAsFloat(), Exception);
 }
 
-TEST(PelValue, AssignCloneAndEquals) {
+TEST_F(PelValue, AssignCloneAndEquals) {
   auto a = Make<TPelValue>();
   auto b = Make<TPelValue>();
   a->SetAsFloat(1.25f);
@@ -394,7 +352,7 @@ class TDoubledValue : public TPelValue {
 };
 }  // namespace
 
-TEST(PelValue, ConversionsGoThroughTheVirtualGetters) {
+TEST_F(PelValue, ConversionsGoThroughTheVirtualGetters) {
   auto v = Make<TDoubledValue>();
   v->SetAsFloat(0.3f);
   EXPECT_EQ(v->GetAsInteger(), 0);
@@ -424,7 +382,7 @@ class TValueHolder : public TComponent {
 
 }  // namespace
 
-TEST(PelValue, StreamsTheOnePropertyOfItsKind) {
+TEST_F(PelValue, StreamsTheOnePropertyOfItsKind) {
   Variant var(int16_t{-300});
   struct Row {
     std::function<void(TPelValue&)> Set;
@@ -456,19 +414,15 @@ TEST(PelValue, StreamsTheOnePropertyOfItsKind) {
     ReadInto(bytes, back.get());
     TPelValue* got = back->GetValue();
     EXPECT_FALSE(got->GetUnassigned()) << r.Line;
-    if (src->GetValue()->GetValueType() == vtVariant) {
-      // Read back through SetAsVariant, which stores the variant's own kind.
-      EXPECT_EQ(got->GetValueType(), vtInteger);
-      EXPECT_EQ(got->GetAsInteger(), -300);
-    } else if (src->GetValue()->GetValueType() == vtObject) {
-      EXPECT_EQ(got->GetAsObject(), back.get());
-    } else {
-      EXPECT_EQ(got->GetValueType(), src->GetValue()->GetValueType() == vtPChar
-                                         ? vtAnsiString
-                                         : src->GetValue()->GetValueType())
-          << r.Line;
-      EXPECT_EQ(got->GetAsString(), src->GetValue()->GetAsString()) << r.Line;
-    }
+    // Text comes back as a string, a variant through SetAsVariant (as the
+    // variant's own kind), the owner as the reading component.
+    const auto kind = src->GetValue()->GetValueType();
+    EXPECT_EQ(got->GetValueType(), kind == vtPChar     ? vtAnsiString
+                                   : kind == vtVariant ? vtInteger
+                                                       : kind)
+        << r.Line;
+    EXPECT_EQ(got->GetAsString(), src->GetValue()->GetAsString()) << r.Line;
+    EXPECT_TRUE(kind != vtObject || got->GetAsObject() == back.get());
   }
 
   // Nothing is written for an unassigned value, a pointer, or the values
@@ -491,7 +445,6 @@ TEST(PelValue, StreamsTheOnePropertyOfItsKind) {
   EXPECT_EQ(names,
             "AsInteger AsBoolean AsChar AsFloat AsString AsObject AsCurrency AsVariant "
             "AsInterface Unassigned VType ");
-  auto v = Make<TPelValue>();
   EXPECT_EQ(GetEnumProp(v.get(), "VType"), "vtInteger");
   SetVariantProp(v.get(), FindPropInfo(v.get(), "AsVariant"), Variant(true));
   EXPECT_EQ(GetEnumProp(v.get(), "VType"), "vtBoolean");
