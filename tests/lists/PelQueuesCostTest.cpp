@@ -4,8 +4,8 @@
 // the queues and array lists stay fast with many items.
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <algorithm>
+#include <climits>
 #include <cstdint>
 #include <map>
 #include <random>
