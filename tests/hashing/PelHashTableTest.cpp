@@ -223,16 +223,13 @@ TEST(PelHashTable, GrowthAndSettings) {
   auto z = Make<TPelHashtable>(11u, 0.0f);
   EXPECT_THROW(z->Put(P(1), P(1)), EOutOfMemory);
   EXPECT_EQ(0, z->GetCount());
-}
-
-TEST(PelHashTable, ResizeHashesWithTheNewCapacity) {
   // A HashCode that reads Capacity rather than its Size argument finds every
   // key again after the table has grown.
-  auto t = Make<TProbeTable>(5u, 0.75f);
-  t->ByCapacity = true;
-  for (intptr_t k = 1; k <= 40; ++k) t->Put(P(k * 101), P(k));
-  EXPECT_EQ(95u, t->GetCapacity());
-  for (intptr_t k = 1; k <= 40; ++k) ASSERT_EQ(P(k), t->GetValue(P(k * 101))) << k;
+  auto c = Make<TProbeTable>(5u, 0.75f);
+  c->ByCapacity = true;
+  for (intptr_t k = 1; k <= 40; ++k) c->Put(P(k * 101), P(k));
+  EXPECT_EQ(95u, c->GetCapacity());
+  for (intptr_t k = 1; k <= 40; ++k) ASSERT_EQ(P(k), c->GetValue(P(k * 101))) << k;
 }
 
 TEST(PelHashTable, FailuresLeaveTheTableUnchanged) {
@@ -431,7 +428,7 @@ TEST(PelHashTable, ItemsGoStraightToTheEngine) {
             }));
 }
 
-TEST(PelHashTable, AssignBetweenTables) {
+TEST(PelHashTable, AssignBetweenTablesAndLists) {
   auto src = Make<TPelHashtable>(11u, 0.5f);
   src->SetHashType(htMidSquare);
   for (intptr_t k = 1; k <= 20; ++k) src->Put(P(k * 3), P(k));
@@ -464,15 +461,13 @@ TEST(PelHashTable, AssignBetweenTables) {
       TPelHashtableClass(TPelStringHashtable::StaticClass()).Create(7u, 0.5f));
   EXPECT_EQ("TPelStringHashtable", made->ClassName());
   EXPECT_EQ(7u, made->GetCapacity());
-}
 
-TEST(PelHashTable, AssignWithLists) {
   // A linked list receives the keys in enumeration order, in one update.
   auto t = Make<TPelHashtable>();
   for (intptr_t k : {7, 3, 110, 9}) t->Put(P(k), P(k * 2));
   auto linked = Make<TPelLinkedList>();
   linked->Add(nullptr);
-  int changes = 0;
+  changes = 0;
   linked->SetOnChange([&](TObject*) { ++changes; });
   linked->Assign(t.get());
   EXPECT_EQ(1, changes);

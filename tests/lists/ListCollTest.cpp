@@ -43,8 +43,9 @@ class TWatchedCollection : public TListCollection {
 
 }  // namespace
 
-TEST(ListCollection, SearchesByPredicate) {
-  auto l = Make<TListCollection>();
+TEST(ListCollection, SearchesByPredicateAndFreesInIndexOrder) {
+  std::vector<std::string> log;
+  auto* l = New<TWatchedCollection>(&log);
   gTests = 0;
   EXPECT_EQ(l->FirstThat(IsEven), nullptr);
   EXPECT_EQ(l->LastThat(IsEven), nullptr);
@@ -61,21 +62,15 @@ TEST(ListCollection, SearchesByPredicate) {
   TNumber stranger(8);
   EXPECT_EQ(l->NextThat(&stranger, IsEven), nullptr);
   EXPECT_EQ(l->PrevThat(&stranger, IsEven), nullptr);
-
-  static int sum;
-  sum = 0;
-  l->ForEach([](TObject* o) { sum += ValueOf(o); });
-  EXPECT_EQ(sum, 15);
   gFreed.clear();
-}
+  l->ForEach([](TObject* o) { gFreed.push_back(-ValueOf(o)); });
+  EXPECT_EQ(gFreed, (std::vector<int>{-1, -2, -3, -4, -5}));
 
-TEST(ListCollection, FreeingRemovesAndFreesInIndexOrder) {
-  std::vector<std::string> log;
+  // Freeing removes (telling descendants) and frees every element, in index order.
   gFreed.clear();
-  auto* l = New<TWatchedCollection>(&log);
-  for (int i = 1; i <= 3; ++i) l->Add(New<TNumber>(i));
   log.clear();
   Free(l);
-  EXPECT_EQ(gFreed, (std::vector<int>{1, 2, 3}));
-  EXPECT_EQ(log, (std::vector<std::string>{"1 deleted", "2 deleted", "3 deleted"}));
+  EXPECT_EQ(gFreed, (std::vector<int>{1, 2, 3, 4, 5}));
+  EXPECT_EQ(log, (std::vector<std::string>{"1 deleted", "2 deleted", "3 deleted", "4 deleted",
+                                           "5 deleted"}));
 }

@@ -4,9 +4,9 @@
 // the queues and array lists stay fast with many items.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdint>
-#include <limits>
 #include <map>
 #include <random>
 #include <string>
@@ -26,35 +26,27 @@ struct TEntry {
   TSQNode* Node;
   bool operator==(const TEntry&) const = default;
 };
+using TEntries = std::vector<TEntry>;
 
-// The defined insertion, walk and all. Cursor is the node the queue's cursor
-// is left on (nothing at the end).
-struct TPlainQueue {
-  std::vector<TEntry> E;
-  TSQNode* Cursor = nullptr;
-
-  void Push(const TEntry& N) {
-    Cursor = E.empty() ? nullptr : E.front().Node;  // Reset
-    if (E.empty() || N.Priority <= E.front().Priority) {
-      E.insert(E.begin(), N);
-    } else if (N.Priority >= E.back().Priority) {
-      E.push_back(N);
+// The defined insertion, walk and all. Returns the node the queue's cursor is
+// left on (nothing at the end).
+TSQNode* PlainPush(TEntries& E, const TEntry& N) {
+  TSQNode* cursor = E.empty() ? nullptr : E.front().Node;  // Reset
+  auto at = E.begin();
+  if (!E.empty() && N.Priority > E.front().Priority) {
+    if (N.Priority >= E.back().Priority) {
+      at = E.end();
     } else {
-      std::size_t i = 0;
-      while (E[i].Priority < N.Priority) ++i;
-      Cursor = i + 1 < E.size() ? E[i + 1].Node : nullptr;
-      E.insert(E.begin() + static_cast<std::ptrdiff_t>(i), N);
+      while (at->Priority < N.Priority) ++at;
+      cursor = at + 1 < E.end() ? at[1].Node : nullptr;
     }
   }
-  std::size_t IndexOf(TSQNode* Node) const {
-    std::size_t i = 0;
-    while (E[i].Node != Node) ++i;
-    return i;
-  }
-};
+  E.insert(at, N);
+  return cursor;
+}
 
-std::vector<TEntry> Entries(TPelPriorityQueue& Q) {
-  std::vector<TEntry> r;
+TEntries Entries(TPelPriorityQueue& Q) {
+  TEntries r;
   for (int32_t i = 0; i < Q.GetCount(); ++i) {
     TSQPriorityNode* n = Q.GetPriorityNode(i);
     r.push_back({n->GetPriority(), n->GetItem(), n});
@@ -66,10 +58,10 @@ std::vector<TEntry> Entries(TPelPriorityQueue& Q) {
 
 TEST(PelPriorityQueueCost, SameAsThePlainWalkUnderRandomOperations) {
   std::mt19937 rng(16);
-  auto below = [&](std::size_t n) { return static_cast<std::size_t>(rng() % n); };
+  auto below = [&](std::size_t n) { return static_cast<std::ptrdiff_t>(rng() % n); };
   Owned<TPelPriorityQueue> Q = Make<TPelPriorityQueue>();
   Owned<TPelPriorityQueue> Other = Make<TPelPriorityQueue>();
-  TPlainQueue M;
+  TEntries M;
   intptr_t id = 1;
   for (int phase = 0; phase < 12; ++phase) {
     // Few priorities (many ties), some, many, or the whole range.
@@ -79,60 +71,55 @@ TEST(PelPriorityQueueCost, SameAsThePlainWalkUnderRandomOperations) {
     // queue grows to several hundred nodes.
     std::size_t breaks = phase / 4 == 1 ? 6 : 0;
     Q->Clear();
-    M.E.clear();
+    M.clear();
     for (int step = 0; step < 3000; ++step) {
-      std::size_t count = M.E.size();
-      std::size_t op = below(100);
+      std::size_t count = M.size(), op = rng() % 100;
       if (op < 50 || count == 0) {
         TEntry e{prio(rng), Item(id++), nullptr};
         e.Node = Q->PushP(e.Item, e.Priority);
-        M.Push(e);
-        ASSERT_EQ(Q->GetEndOfList(), M.Cursor == nullptr) << phase << ":" << step;
-        if (M.Cursor) {
-          ASSERT_EQ(Q->GetNext(), M.Cursor) << phase << ":" << step;
+        TSQNode* cursor = PlainPush(M, e);
+        ASSERT_EQ(Q->GetEndOfList(), cursor == nullptr) << phase << ":" << step;
+        if (cursor) {
+          ASSERT_EQ(Q->GetNext(), cursor) << phase << ":" << step;
           Q->Reset();  // GetNext after a change leaves the cursor index wrong
         }
       } else if (op < 72) {
-        ASSERT_EQ(Q->Pop(), M.E.front().Item) << phase << ":" << step;
-        M.E.erase(M.E.begin());
+        ASSERT_EQ(Q->Pop(), M.front().Item) << phase << ":" << step;
+        M.erase(M.begin());
       } else if (op < 82) {  // ChangePriority: a copy pushed, the old deleted
-        std::size_t i = below(count);
-        TEntry e{prio(rng), M.E[i].Item, nullptr};
-        TSQNode* old = M.E[i].Node;
-        e.Node = Q->ChangePriority(As<TSQPriorityNode>(old), e.Priority);
-        M.Push(e);
-        M.E.erase(M.E.begin() + static_cast<std::ptrdiff_t>(M.IndexOf(old)));
+        TEntry old = M[below(count)], e{prio(rng), old.Item, nullptr};
+        e.Node = Q->ChangePriority(As<TSQPriorityNode>(old.Node), e.Priority);
+        PlainPush(M, e);
+        M.erase(std::find(M.begin(), M.end(), old));
       } else if (op < 88) {
-        std::size_t i = below(count);
-        Q->Delete(M.E[i].Node);
-        M.E.erase(M.E.begin() + static_cast<std::ptrdiff_t>(i));
+        auto i = below(count);
+        Q->Delete(M[i].Node);
+        M.erase(M.begin() + i);
       } else if (op < 88 + breaks) {
-        std::size_t i = below(count);
+        auto i = below(count);
         if (op % 3 == 0) {  // a priority set directly
-          M.E[i].Priority = prio(rng);
-          As<TSQPriorityNode>(M.E[i].Node)->SetPriority(M.E[i].Priority);
-        } else if (op % 3 == 1) {  // a node placed by the base list
+          M[i].Priority = prio(rng);
+          As<TSQPriorityNode>(M[i].Node)->SetPriority(M[i].Priority);
+        } else if (op % 3 == 1 || i + 1 < static_cast<std::ptrdiff_t>(count)) {
           auto* node = As<TSQPriorityNode>(Q->NewNode());
           TEntry e{prio(rng), Item(id++), node};
           node->SetItem(e.Item);
           node->SetPriority(e.Priority);
-          Q->TPelCustomLinkedList::Insert(node, M.E[i].Node);
-          M.E.insert(M.E.begin() + static_cast<std::ptrdiff_t>(i), e);
-        } else if (i + 1 < count) {  // a node replaced (never the tail)
-          auto* node = As<TSQPriorityNode>(Q->NewNode());
-          TEntry e{prio(rng), Item(id++), node};
-          node->SetItem(e.Item);
-          node->SetPriority(e.Priority);
-          Q->SetPriorityNode(static_cast<int32_t>(i), node);
-          M.E[i] = e;
+          if (op % 3 == 1) {  // placed by the base list
+            Q->TPelCustomLinkedList::Insert(node, M[i].Node);
+            M.insert(M.begin() + i, e);
+          } else {  // replacing a node (never the tail)
+            Q->SetPriorityNode(static_cast<int32_t>(i), node);
+            M[i] = e;
+          }
         }
       } else if (op < 97) {  // another queue's node changes: this one rechecks
         Other->PushP(nullptr, 0)->SetPriority(prio(rng));
       } else if (below(200) == 0) {
         Q->Clear();
-        M.E.clear();
+        M.clear();
       }
-      ASSERT_EQ(Entries(*Q), M.E) << phase << ":" << step;
+      ASSERT_EQ(Entries(*Q), M) << phase << ":" << step;
     }
   }
 }
@@ -149,8 +136,8 @@ TEST(PelPriorityQueueCost, OrderIndexAgreesWithAMap) {
     if (rng() % 3 != 0 || M.empty()) {  // grow to about two thousand
       auto [run, added] = R.Add(p, {node(step), node(step)});
       ASSERT_EQ(added, M.count(p) == 0);
-      run->Last = node(-step);  // the run handed back is the one stored
-      M.insert({p, {node(step), node(step)}}).first->second.Last = node(-step);
+      run->Last = node(~step);  // the run handed back is the one stored
+      M.insert({p, {node(step), node(step)}}).first->second.Last = node(~step);
     } else {
       // Half the removals take the smallest, as a queue's pops do: whole
       // blocks empty at the front.
@@ -159,15 +146,10 @@ TEST(PelPriorityQueueCost, OrderIndexAgreesWithAMap) {
       R.Remove(it->first);
       M.erase(it);
     }
-    auto found = M.find(p);
-    TPriorityRuns::TRun* run = R.Find(p);
-    ASSERT_EQ(run != nullptr, found != M.end());
-    if (run) {
-      ASSERT_EQ(run->Last, found->second.Last);
-    }
-    auto next = M.lower_bound(p);
+    auto found = M.find(p), next = M.lower_bound(p);
+    TPriorityRuns::TRun *run = R.Find(p), *before, *at;
+    ASSERT_EQ(run ? run->Last : nullptr, found != M.end() ? found->second.Last : nullptr);
     if (next != M.begin() && next != M.end()) {
-      TPriorityRuns::TRun *before, *at;
       R.Around(p, before, at);
       ASSERT_EQ(at->First, next->second.First);
       ASSERT_EQ(before->Last, std::prev(next)->second.Last);
@@ -182,18 +164,13 @@ TEST(PelPriorityQueueCost, LargeQueuesKeepTheirOrder) {
   std::uniform_int_distribution<int32_t> prio(0, 1'000'000);
   Owned<TPelPriorityQueue> Q = Make<TPelPriorityQueue>();
   for (int i = 0; i < 200'000; ++i) Q->PushP(nullptr, prio(rng));
-  int32_t last = std::numeric_limits<int32_t>::min();
-  for (int i = 0; i < 200'000; ++i) {
+  for (int32_t i = 0, last = INT32_MIN; i < 200'000; ++i, Q->Pop()) {
     ASSERT_LE(last, Q->GetPriority(0));
     last = Q->GetPriority(0);
-    Q->Pop();
   }
   Owned<TFreeList> F = Make<TFreeList>(false);
   for (intptr_t i = 1; i <= 1'000'000; ++i) F->Add(Item(i));
-  for (intptr_t i = 1; i <= 1'000'000; ++i) {
-    ASSERT_EQ(F->First(), Item(i));
-    F->Delete(0);
-  }
+  for (intptr_t i = 1; i <= 1'000'000; ++i, F->Delete(0)) ASSERT_EQ(F->First(), Item(i));
   Owned<TQStringQueue> T = Make<TQStringQueue>();
   for (int i = 0; i < 300'000; ++i) T->PushItem(std::to_string(i), Item(i));
   for (int i = 0; i < 300'000; ++i) {
@@ -208,10 +185,7 @@ TEST(PelPriorityQueueCost, LargeQueuesKeepTheirOrder) {
   Owned<TPelStringList> L = Make<TPelStringList>();
   for (int i = 0; i < 300'000; ++i) L->Add(std::to_string(i));
   const int32_t capacity = L->GetCapacity();
-  for (int i = 0; i < 299'999; ++i) {
-    ASSERT_EQ(L->Get(0), std::to_string(i));
-    L->Delete(0);
-  }
+  for (int i = 0; i < 299'999; ++i, L->Delete(0)) ASSERT_EQ(L->Get(0), std::to_string(i));
   EXPECT_EQ(L->Get(0), "299999");
   EXPECT_EQ(L->GetCapacity(), capacity);
   // The string priority queue links nothing, but keeps every node it took.
@@ -236,26 +210,21 @@ class TWatchedQueue : public Base {
   void Notify(void* Ptr, TListNotification Action) override { Heard.emplace_back(Ptr, Action); }
 };
 
+template <class Base>
+void ExpectEveryCallHeard(std::vector<intptr_t> Deleted) {
+  TWatchedQueue<Base> q;
+  for (intptr_t i = 1; i <= 3; ++i) q.Push(Item(i));
+  EXPECT_EQ(q.Pop(), Item(Deleted[0]));
+  EXPECT_EQ(q.TopCalls, 1);
+  q.Clear();
+  std::vector<std::pair<void*, TListNotification>> expected;
+  for (intptr_t i = 1; i <= 3; ++i) expected.emplace_back(Item(i), lnAdded);
+  for (intptr_t i : Deleted) expected.emplace_back(Item(i), lnDeleted);  // popped, then cleared
+  EXPECT_EQ(q.Heard, expected);
+  EXPECT_EQ(q.GetCapacity(), 0);
+}
+
 TEST(ArrayQueueCost, DescendantsStillHearEveryCall) {
-  using TPair = std::pair<void*, TListNotification>;
-  for (bool stack : {false, true}) {
-    SCOPED_TRACE(stack ? "stack" : "queue");
-    TWatchedQueue<TQQueue> queue;
-    TWatchedQueue<TQStack> stackQueue;
-    TQQueue& q = stack ? static_cast<TQQueue&>(stackQueue) : queue;
-    auto& heard = stack ? stackQueue.Heard : queue.Heard;
-    auto& tops = stack ? stackQueue.TopCalls : queue.TopCalls;
-    for (intptr_t i = 1; i <= 3; ++i) q.Push(Item(i));
-    EXPECT_EQ(q.Pop(), stack ? Item(3) : Item(1));
-    EXPECT_EQ(tops, 1);
-    q.Clear();
-    std::vector<TPair> expected = {{Item(1), lnAdded}, {Item(2), lnAdded}, {Item(3), lnAdded}};
-    // Popped, then cleared last first.
-    if (stack)
-      expected.insert(expected.end(), {{Item(3), lnDeleted}, {Item(2), lnDeleted}, {Item(1), lnDeleted}});
-    else
-      expected.insert(expected.end(), {{Item(1), lnDeleted}, {Item(3), lnDeleted}, {Item(2), lnDeleted}});
-    EXPECT_EQ(heard, expected);
-    EXPECT_EQ(q.GetCapacity(), 0);
-  }
+  ExpectEveryCallHeard<TQQueue>({1, 3, 2});
+  ExpectEveryCallHeard<TQStack>({3, 2, 1});
 }

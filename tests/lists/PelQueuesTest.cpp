@@ -12,19 +12,15 @@ using namespace pel::test;
 
 namespace {
 
-// A queue and a stack whose nodes are counted.
-class TCountedQueue : public TPelQueue {
-  PEL_CLASS(TCountedQueue, TPelQueue)
+// A queue or a stack whose nodes are counted.
+template <class Base>
+class TCountedNodes : public Base {
  public:
   TSQNode* NewNode() override { return New<TCountedNode>(); }
+  TSQNode* Tail() const { return this->GetTail(); }
 };
-
-class TCountedStack : public TPelStack {
-  PEL_CLASS(TCountedStack, TPelStack)
- public:
-  TSQNode* NewNode() override { return New<TCountedNode>(); }
-  TSQNode* Tail() const { return GetTail(); }
-};
+using TCountedQueue = TCountedNodes<TPelQueue>;
+using TCountedStack = TCountedNodes<TPelStack>;
 
 class TCountedPriorityStringNode : public TSQPriorityStringNode {
   PEL_CLASS(TCountedPriorityStringNode, TSQPriorityStringNode)
@@ -128,6 +124,23 @@ TEST(PelStack, LastInFirstOutAndStackCopies) {
   s->Assign(plain.get());
   EXPECT_EQ(PopAll(s.get()), (std::vector<TObject*>{&c, &b, &a}));
   EXPECT_EQ(TCountedNode::Alive, 2);  // other's nodes
+
+  // A string stack copies strings and items top to top; from a string queue
+  // the order reverses, as through AddNode.
+  Owned<TPelStringStack> strings = Make<TPelStringStack>();
+  for (const char* str : {"bottom", "middle", "top"})
+    strings->PushItem(str, *str == 'm' ? &a : nullptr);
+  Owned<TPelStringStack> stringCopy = Make<TPelStringStack>();
+  stringCopy->PushString("old");
+  stringCopy->Assign(strings.get());
+  EXPECT_TRUE(stringCopy->Equals(strings.get()));
+  EXPECT_EQ(stringCopy->GetStringNode(1)->GetItem(), &a);
+  Owned<TPelStringQueue> q = Make<TPelStringQueue>();
+  q->PushString("first");
+  q->PushString("second");
+  stringCopy->Assign(q.get());
+  EXPECT_EQ(PopAllStrings(stringCopy.get()), (std::vector<String>{"second", "first"}));
+  EXPECT_EQ(PopAllStrings(strings.get()), (std::vector<String>{"top", "middle", "bottom"}));
 }
 
 TEST(PelStringQueue, StringsItemsAndSearch) {
@@ -185,30 +198,8 @@ TEST(PelStringQueue, StringsItemsAndSearch) {
   EXPECT_EQ(item, &b);
 }
 
-TEST(PelStringStack, OrderAndAssignment) {
-  TCountedItem a;
-  Owned<TPelStringStack> s = Make<TPelStringStack>();
-  for (auto [str, item] :
-       {std::pair<const char*, TObject*>{"bottom", nullptr}, {"middle", &a}, {"top", nullptr}})
-    s->PushItem(str, item);
-
-  Owned<TPelStringStack> copy = Make<TPelStringStack>();
-  copy->PushString("old");
-  copy->Assign(s.get());
-  EXPECT_TRUE(copy->Equals(s.get()));
-  EXPECT_EQ(copy->GetStringNode(1)->GetItem(), &a);
-
-  // From a string queue the order reverses, as through AddNode.
-  Owned<TPelStringQueue> q = Make<TPelStringQueue>();
-  q->PushString("first");
-  q->PushString("second");
-  copy->Assign(q.get());
-  EXPECT_EQ(PopAllStrings(copy.get()), (std::vector<String>{"second", "first"}));
-  EXPECT_EQ(PopAllStrings(s.get()), (std::vector<String>{"top", "middle", "bottom"}));
-}
-
-TEST(PelPriorityQueue, SmallestFirstWithTheDefinedTieBreaks) {
-  TCountedItem i5a, i1, i5b, i3, x, y;
+TEST(PelPriorityQueue, TieBreaksChangePriorityAndCopies) {
+  TCountedItem i5a, i1, i5b, i3, x, y, a, b, c;
   Owned<TPelPriorityQueue> q = Make<TPelPriorityQueue>();
   TChangeCounter changes;
   q->SetOnChange(changes.Handler());
@@ -230,20 +221,16 @@ TEST(PelPriorityQueue, SmallestFirstWithTheDefinedTieBreaks) {
   node->SetPriority(10);
   q->Insert(node, q->GetNode(0));
   EXPECT_EQ(q->GetPriorityNode(3), node);
-  Owned<TSQNode> plain = Make<TSQNode>();
-  ExpectRaises<EInvalidCast>([&] { q->Insert(plain.get(), nullptr); }, "Invalid class typecast");
+  Owned<TSQNode> bare = Make<TSQNode>();
+  ExpectRaises<EInvalidCast>([&] { q->Insert(bare.get(), nullptr); }, "Invalid class typecast");
   EXPECT_EQ(q->GetCount(), 4);
-}
 
-TEST(PelPriorityQueue, ChangePriorityAndCopies) {
-  TCountedItem a, b, c;
-  Owned<TPelPriorityQueue> q = Make<TPelPriorityQueue>();
+  // ChangePriority pushes a copy and deletes the old node.
+  q->Clear();
   TSQPriorityNode* na = q->PushP(&a, 1);
-  for (auto [item, priority] : {std::pair<TObject*, int32_t>{&b, 2}, {&c, 3}})
-    q->PushP(item, priority);
-  TChangeCounter changes;
-  q->SetOnChange(changes.Handler());
-
+  q->PushP(&b, 2);
+  q->PushP(&c, 3);
+  changes.Count = 0;
   TSQPriorityNode* moved = q->ChangePriority(na, 9);
   EXPECT_EQ(changes.Count, 2);  // the insert and the delete
   EXPECT_EQ(q->GetPriorityNode(2), moved);

@@ -64,6 +64,7 @@ std::vector<TPelCustomTreeNode*> Visit(TPelCustomTree& T, TTraversalOrder Order)
 }  // namespace
 
 TEST(PelTree, BinaryNodes) {
+  gLiveNodes = 0;
   auto tree = Make<TCountingTree>();
   int changes = 0;
   tree->SetOnChange([&](TObject*) { ++changes; });
@@ -85,11 +86,10 @@ TEST(PelTree, BinaryNodes) {
   Free(spare);
 
   // A full node refuses more children; NewChild frees the node it made.
-  const int live = gLiveNodes;
   for (const auto& f : std::initializer_list<std::function<void()>>{
            [&] { root->InsertChild(0); }, [&] { root->InsertChild(1); }, [&] { root->NewChild(); }})
     ExpectRaises<ETreeException>(f, "Cannot add any more children to node");
-  EXPECT_EQ(gLiveNodes, live);
+  EXPECT_EQ(gLiveNodes, 3);
   auto* stranger = tree->NewNode();
   ExpectRaises<ETreeException>([&] { root->DeleteChild(stranger); }, "Unknown Tree Node");
   ExpectRaises<ETreeException>([&] { root->DeleteChild(nullptr); }, "Unknown Tree Node");
@@ -101,7 +101,7 @@ TEST(PelTree, BinaryNodes) {
   root->DeleteChild(nullptr);
   EXPECT_EQ(changes, 1);
   EXPECT_EQ(root->GetRight(), right);
-  EXPECT_EQ(gLiveNodes, live - 1);
+  EXPECT_EQ(gLiveNodes, 2);
   // InsertChild(0) moves a lone Left to Right; index 2 does not exist.
   ExpectRaises<ETreeException>([&] { root->InsertChild(1); },
                                "Cannot add any more children to node");
@@ -111,27 +111,20 @@ TEST(PelTree, BinaryNodes) {
   auto* inserted = root->InsertChild(0);
   EXPECT_EQ(root->GetLeft(), inserted);
   EXPECT_EQ(root->GetRight(), right);
-}
 
-TEST(PelTree, AddLeftChildFreesTheOldSubtreeFirst) {
-  gLiveNodes = 0;
-  {
-    auto tree = Make<TCountingTree>();
-    tree->SetRoot(As<TPelBinaryTreeNode>(tree->NewNode()));
-    TPelBinaryTreeNode* root = tree->GetRoot();
-    root->AddLeftChild()->AddLeftChild();
-    root->AddRightChild()->AddRightChild();
-    EXPECT_EQ(gLiveNodes, 5);
-    root->AddLeftChild();
-    EXPECT_EQ(tree->LiveAtNewNode, 3);  // the old left pair was already gone
-    EXPECT_EQ(gLiveNodes, 4);
-    // A node that cannot be made leaves the slot empty, the subtree freed.
-    tree->Refuse = true;
-    EXPECT_THROW(root->AddRightChild(), EOutOfMemory);
-    EXPECT_EQ(root->GetRight(), nullptr);
-    EXPECT_EQ(gLiveNodes, 2);
-    tree->Refuse = false;
-  }
+  // AddLeftChild frees the old left subtree before it makes the new node.
+  As<TPelBinaryTreeNode>(inserted)->AddLeftChild();
+  right->AddRightChild();
+  EXPECT_EQ(gLiveNodes, 5);
+  root->AddLeftChild();
+  EXPECT_EQ(tree->LiveAtNewNode, 3);
+  EXPECT_EQ(gLiveNodes, 4);
+  // A node that cannot be made leaves the slot empty, the subtree freed.
+  tree->Refuse = true;
+  EXPECT_THROW(root->AddRightChild(), EOutOfMemory);
+  EXPECT_EQ(root->GetRight(), nullptr);
+  EXPECT_EQ(gLiveNodes, 2);
+  tree.reset();
   EXPECT_EQ(gLiveNodes, 0);
 }
 
