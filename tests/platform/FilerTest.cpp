@@ -201,13 +201,6 @@ TEST(Filer, FrameworkStreamsRoundTripByteForByte) {
   EXPECT_EQ(child->FLoadedCount, 1);
   EXPECT_FALSE(back->ComponentState() & (csLoading | csReading));
 
-  // Reading into an existing instance fills it in.
-  auto target = Make<TDrawing>(nullptr);
-  m->SetPosition(0);
-  EXPECT_EQ(m->ReadComponent(target.get()), target.get());
-  EXPECT_EQ(target->FCount, 70000);
-  EXPECT_EQ(target->GetComponentCount(), 1);
-
   // A component owned below the root is named through its owner; an
   // unnamed one is left out.
   auto form = Make<TDrawing>(nullptr);
