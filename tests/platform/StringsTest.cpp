@@ -89,22 +89,6 @@ TEST(StringList, NotifiesAroundEachChangeAndOncePerUpdate) {
   EXPECT_TRUE(log.empty());
 }
 
-TEST(StringList, AFailureInsideAnUpdateStillClosesIt) {
-  // The duplicate fails inside Assign's bracket; closing it notifies, and
-  // the handler's exception replaces the first.
-  auto src = Make<TStringList>();
-  src->SetText("a\na");
-  auto l = Make<TStringList>();
-  l->SetSorted(true);
-  l->SetDuplicates(dupError);
-  l->SetOnChange([](TObject*) { throw EAbort("changed"); });
-  EXPECT_THROW(l->Assign(src.get()), EAbort);
-  int changes = 0;
-  l->SetOnChange([&](TObject*) { ++changes; });
-  l->Add("b");
-  EXPECT_EQ(changes, 1);
-}
-
 TEST(StringList, TextAndCommaTextRoundTrip) {
   auto l = Make<TStringList>();
   l->SetText("one\r\ntwo\nthree\rfour");
