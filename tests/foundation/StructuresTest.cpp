@@ -147,8 +147,10 @@ TEST(PelStringList, ComparisonModesOrderAndSearch) {
   auto csl = ListOf({"b", "a", "B"}, soCaseSensitiveLocale);
   EXPECT_EQ(csl->IndexOf("A"), -1);
   EXPECT_EQ(csl->IndexOf("B"), 2);
-  auto cil = ListOf({"b", "a", "B"}, soCaseInsensitiveLocale);
-  EXPECT_EQ(cil->IndexOf("A"), 1);  // case ignored even in the "C" locale
+  auto cil = ListOf({"b", "_", "a"}, soCaseInsensitiveLocale);  // the default comparison
+  cil->Sort();
+  EXPECT_EQ(Strings(*cil), (Names{"_", "a", "b"}));  // letters fold down
+  EXPECT_EQ(cil->IndexOf("A"), 1);                   // case ignored even in the "C" locale
 }
 
 TEST(PelStringList, OwnerIsToldFirstEvenWhenTheCheckFails) {
