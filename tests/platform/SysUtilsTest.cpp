@@ -33,12 +33,10 @@ std::string Missing(const String& Fmt) { return "No argument for format '" + Fmt
 TEST(Format, IntegerDirectives) {
   EXPECT_EQ(Format("%d|%5d|%-5d|", {12, 12, 12}), "12|   12|12   |");
   EXPECT_EQ(Format("%.5d|%.5d|%.1d", {12, -12, 123}), "00012|-00012|123");
-  EXPECT_EQ(Format("%d", {int64_t(-9000000000)}), "-9000000000");
   EXPECT_EQ(Format("%d", {std::numeric_limits<int64_t>::min()}), "-9223372036854775808");
   EXPECT_EQ(Format("%u|%u", {-1, int64_t(-1)}), "4294967295|18446744073709551615");
   EXPECT_EQ(Format("%x|%.4x|%x|%X", {255, 255, -1, 171}), "FF|00FF|FFFFFFFF|AB");
   EXPECT_EQ(Format("%x", {int64_t(-1)}), "FFFFFFFFFFFFFFFF");
-  EXPECT_EQ(Format("%D", {7}), "7");
 }
 
 TEST(Format, StringAndPointerDirectives) {
@@ -144,7 +142,6 @@ TEST(FloatConversion, ToAndFromText) {
                                                   {999999999999999.0, "999999999999999"},
                                                   {9999999999999999.0, "1E16"},
                                                   {1e-5, "1E-5"},
-                                                  {1.5e-5, "1.5E-5"},
                                                   {0.0001, "0.0001"},
                                                   {123456789012345678.0, "1.23456789012346E17"},
                                                   {0.0, "0"},
