@@ -2,6 +2,7 @@
 
 #include <clocale>
 #include <functional>
+#include <tuple>
 #include <vector>
 
 #include "foundation/Structures.h"
@@ -137,20 +138,18 @@ TEST(PelStringList, FindMeetsFirstOrAnyEqualString) {
 
 TEST(PelStringList, ComparisonModesOrderAndSearch) {
   std::setlocale(LC_ALL, "C");
-  auto cs = ListOf({"b", "B", "a", "_", "A"}, soCaseSensitive);
-  cs->Sort();
-  EXPECT_EQ(Strings(*cs), (Names{"A", "B", "_", "a", "b"}));
-  auto ci = ListOf({"b", "_", "a"}, soCaseInsensitive);
-  ci->Sort();
-  EXPECT_EQ(Strings(*ci), (Names{"a", "b", "_"}));  // letters fold up
-  EXPECT_EQ(ci->IndexOf("B"), 1);
-  auto csl = ListOf({"b", "a", "B"}, soCaseSensitiveLocale);
-  EXPECT_EQ(csl->IndexOf("A"), -1);
-  EXPECT_EQ(csl->IndexOf("B"), 2);
-  auto cil = ListOf({"b", "_", "a"}, soCaseInsensitiveLocale);  // the default comparison
-  cil->Sort();
-  EXPECT_EQ(Strings(*cil), (Names{"_", "a", "b"}));  // letters fold down
-  EXPECT_EQ(cil->IndexOf("A"), 1);                   // case ignored even in the "C" locale
+  // Each comparison sorts b, _, a, C and searches the result (unsorted) for "A".
+  const std::tuple<TStringOpsType, const char*, int32_t> modes[] = {
+      {soCaseSensitive, "C,_,a,b", -1},
+      {soCaseInsensitive, "a,b,C,_", 0},  // letters fold up
+      {soCaseSensitiveLocale, "C,_,a,b", -1},
+      {soCaseInsensitiveLocale, "_,a,b,C", 1}};  // the default: letters fold down
+  for (auto [ops, sorted, indexOfA] : modes) {
+    auto l = ListOf({"b", "_", "a", "C"}, ops);
+    l->Sort();
+    EXPECT_EQ(l->GetCommaText(), sorted) << ops;
+    EXPECT_EQ(l->IndexOf("A"), indexOfA) << ops;
+  }
 }
 
 TEST(PelStringList, OwnerIsToldFirstEvenWhenTheCheckFails) {
