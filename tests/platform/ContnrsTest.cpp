@@ -47,25 +47,26 @@ TEST(TObjectList, FreesWhatItOwnsOnDeletionOnly) {
   TObjectList* L = New<TObjectList>();  // owning by default
   auto* a = New<TCounted>(1);
   L->Add(a);
-  L->Add(New<TCounted>(2));
-  L->Delete(1);
+  L->Insert(1, New<TCounted>(2));
+  L->Put(1, New<TCounted>(3));  // the replaced object goes
+  EXPECT_EQ(L->Remove(L->Get(1)), 1);
   EXPECT_EQ(L->Extract(a), a);  // handed back alive
-  EXPECT_EQ(gFreed, "2 ");
-  for (TObject* o : {New<TCounted>(3), static_cast<TCounted*>(nullptr), New<TCounted>(4)})
+  EXPECT_EQ(gFreed, "2 3 ");
+  for (TObject* o : {New<TCounted>(4), static_cast<TCounted*>(nullptr), New<TCounted>(5)})
     L->Add(o);
   Free(L);  // last first
-  EXPECT_EQ(gFreed, "2 4 3 ");
+  EXPECT_EQ(gFreed, "2 3 5 4 ");
   Free(a);
 
   // Not owning, nothing is freed; ownership switched on applies from then on.
-  TCounted kept(5);
+  TCounted kept(6);
   Owned<TObjectList> N = Make<TObjectList>(false);
   N->Add(&kept);
-  N->Add(New<TCounted>(6));
+  N->Add(New<TCounted>(7));
   N->Delete(0);
   N->SetOwnsObjects(true);
   N->Delete(0);
-  EXPECT_EQ(gFreed, "2 4 3 1 6 ");
+  EXPECT_EQ(gFreed, "2 3 5 4 1 7 ");
   EXPECT_EQ(gLive, 1);
 }
 
