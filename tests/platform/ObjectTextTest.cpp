@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <sstream>
+#include <iterator>
 
 #include "platform/Classes.h"
 #include "platform/ExpectRaises.h"
@@ -14,8 +14,8 @@
 #include "platform/StreamText.h"
 
 using namespace pel;
-using pel::test::ExpectRaises;
 using pel::test::BytesOf;
+using pel::test::ExpectRaises;
 using pel::test::TextOf;
 using namespace streamtest;
 
@@ -43,6 +43,9 @@ String ToBinary(const String& text) {
   return out->GetDataString();
 }
 
+// Object A of class TX holding Props.
+String Obj(const String& Props) { return "object A: TX\n" + Props + "end\n"; }
+
 Owned<TDrawing> ReadDrawing(const String& bin) {
   RegisterStreamTestClasses();
   auto in = Make<TStringStream>(bin);
@@ -55,7 +58,8 @@ Owned<TDrawing> ReadDrawing(const String& bin) {
 // FilerTest); these are the values a symmetric misreading would hide.
 TEST(ObjectText, FrameworkStreamsReadHere) {
   auto d = ReadDrawing(Fixture("drawing.bin"));
-  EXPECT_EQ(d->GetName() + " " + IntToStr(d->FCount) + " " + IntToStr(d->FBig), "Main 70000 -1099511627776");
+  EXPECT_EQ(d->GetName() + " " + IntToStr(d->FCount) + " " + IntToStr(d->FBig),
+            "Main 70000 -1099511627776");
   EXPECT_TRUE(d->FFlag && d->FMark == 'Z' && d->FShade == shDark && d->FShades == 0b110u);
   EXPECT_TRUE(d->FRatio == 0.25 && d->FScale == 1.5f && d->FPrice.Value == -15000);
   EXPECT_EQ(d->FTitle, "it's\na \xC8 title");
@@ -143,17 +147,24 @@ TEST(ObjectText, ValuesTheFrameworkPrinterRefusesRoundTripWithSuffixes) {
     });
     EXPECT_EQ(ToBinary(TextOf(cb)), cb) << raw;
   }
-  EXPECT_EQ(TextOf(ToBinary("object A: TX\n  C = 0.00005c\n  D = -1.23456E2c\nend\n")),
-            "object A: TX\n  C =  1.00000000000000000000E-0004c\n"
-            "  D = -1.23456000000000000000E+0002c\nend\n");
-  // Infinities print signed and read back; a float beyond a double's range
-  // is one.
-  String inf = ToBinary("object A: TX\n  P = +Inf\n  M = -Infs\n  B = 1.5E+800\nend\n");
-  EXPECT_EQ(TextOf(inf), "object A: TX\n  P = +Inf\n  M = -Infs\n  B = +Inf\nend\n");
-  // Pieces joined by '+', CR LF lines, hex integers and comments parse too.
-  String alt =
-      ToBinary("object A: TX\r\n  V = 'ab' +\r\n    #65'c' // note\r\n  H = $10\r\nend\r\n");
-  EXPECT_EQ(TextOf(alt), "object A: TX\n  V = 'abAc'\n  H = 16\nend\n");
+  // Text and how it prints back: suffixed floats in full; infinities signed
+  // (a float beyond a double's range is one); pieces joined by '+', CR LF
+  // lines, hex integers and comments; Null (outside a list), the extreme
+  // integers, and names just short enough (a class name's length byte must
+  // not read as the flags byte).
+  const String fits = "object " + String(255, 'w') + ": " + String(239, 'T') + "\nend\n";
+  const std::pair<String, String> reprinted[] = {
+      {Obj("  C = 0.00005c\n  D = -1.23456E2c\n"),
+       Obj("  C =  1.00000000000000000000E-0004c\n  D = -1.23456000000000000000E+0002c\n")},
+      {Obj("  P = +Inf\n  M = -Infs\n  B = 1.5E+800\n"),
+       Obj("  P = +Inf\n  M = -Infs\n  B = +Inf\n")},
+      {"object A: TX\r\n  V = 'ab' +\r\n    #65'c' // note\r\n  H = $10\r\nend\r\n",
+       Obj("  V = 'abAc'\n  H = 16\n")},
+      {Obj("  V = Null\n"), Obj("  V = Null\n")},
+      {Obj("  V = -9223372036854775808\n  H = $FFFFFFFFFFFFFFFF\n"),
+       Obj("  V = -9223372036854775808\n  H = -1\n")},
+      {fits, fits}};
+  for (const auto& [text, printed] : reprinted) EXPECT_EQ(TextOf(ToBinary(text)), printed) << text;
 }
 
 TEST(ObjectText, BadInputRaises) {
@@ -172,37 +183,26 @@ TEST(ObjectText, BadInputRaises) {
     }
     return "no error";
   };
-  EXPECT_EQ(parseError("thing A: TX\nend\n"), "object expected on line 1");
-  EXPECT_EQ(parseError("object A: TX\n  V = 'open\nend\n"), "Invalid string constant on line 2");
-  EXPECT_EQ(parseError("object A: TX\n\n  V 3\nend\n"), "'=' expected on line 3");
-  EXPECT_EQ(parseError("object A: TX\n  V = {0}\nend\n"), "Invalid binary value on line 2");
-  EXPECT_EQ(parseError("object A: TX\n  V = 1\n"), "end expected on line 3");
-  EXPECT_EQ(parseError("object A: TX\n  V = <\n  thing end>\nend"), "item expected on line 3");
-  // Null would close the list it stands in (a property may be Null);
-  // decimals must fit 64 bits.
-  EXPECT_EQ(TextOf(ToBinary("object A: TX\n  V = Null\nend\n")), "object A: TX\n  V = Null\nend\n");
-  EXPECT_EQ(parseError("object A: TX\n  V = (1\n  null 2)\nend"),
-            "Invalid property value on line 3");
-  EXPECT_EQ(parseError("object A: TX\n  V = 9223372036854775808\nend"),
-            "Number expected on line 2");
-  // Names are short strings in the binary form: a longer one is refused
+  // Null would close the list it stands in; decimals must fit 64 bits;
+  // names are short strings in the binary form: a longer one is refused
   // wherever it stands, not cut.
   const String longName(256, 'w');
-  for (const String& text : {"object A: " + longName + "\nend", "object " + longName + ": TX\nend",
-                             "object A: TX\n  " + longName + " = 1\nend",
-                             "object A: TX\n  V = [a, " + longName + "]\nend",
-                             "object A: TX\n  V = " + longName + "\nend"})
-    EXPECT_EQ(parseError(text), text.find('\n') > text.find(longName) ? "Line too long on line 1"
-                                                                       : "Line too long on line 2");
-  // A class name whose length byte would read as the flags byte; just below,
-  // it prints back the same.
-  const String longClass(240, 'T');
-  EXPECT_EQ(parseError("object A: " + longClass + "\nend\n"), "Line too long on line 1");
-  const String fits = "object " + longName.substr(1) + ": " + longClass.substr(1) + "\nend\n";
-  EXPECT_EQ(TextOf(ToBinary(fits)), fits);
-  EXPECT_EQ(
-      TextOf(ToBinary("object A: TX\n  V = -9223372036854775808\n  H = $FFFFFFFFFFFFFFFF\nend\n")),
-      "object A: TX\n  V = -9223372036854775808\n  H = -1\nend\n");
+  const std::pair<String, const char*> errors[] = {
+      {"thing A: TX\nend\n", "object expected on line 1"},
+      {Obj("  V = 'open\n"), "Invalid string constant on line 2"},
+      {Obj("\n  V 3\n"), "'=' expected on line 3"},
+      {Obj("  V = {0}\n"), "Invalid binary value on line 2"},
+      {"object A: TX\n  V = 1\n", "end expected on line 3"},
+      {Obj("  V = <\n  thing end>\n"), "item expected on line 3"},
+      {Obj("  V = (1\n  null 2)\n"), "Invalid property value on line 3"},
+      {Obj("  V = 9223372036854775808\n"), "Number expected on line 2"},
+      {"object A: " + String(240, 'T') + "\nend\n", "Line too long on line 1"},
+      {"object A: " + longName + "\nend\n", "Line too long on line 1"},
+      {"object " + longName + ": TX\nend\n", "Line too long on line 1"},
+      {Obj("  " + longName + " = 1\n"), "Line too long on line 2"},
+      {Obj("  V = [a, " + longName + "]\n"), "Line too long on line 2"},
+      {Obj("  V = " + longName + "\n"), "Line too long on line 2"}};
+  for (const auto& [text, message] : errors) EXPECT_EQ(parseError(text), message) << text;
 }
 
 // Damaged bytes anywhere in a framework stream end in one of the library's
@@ -229,37 +229,24 @@ TEST(ObjectText, DamagedFixtureBytesNeverCrash) {
 // and feed it a stream written here.
 TEST(ObjectText, FrameworkReadsWhatWeWrite) {
   if (std::system("command -v fpc > /dev/null 2>&1") != 0) GTEST_SKIP() << "fpc not installed";
-  auto dir = std::filesystem::temp_directory_path() / ("pel_fpc_" + std::to_string(::getpid()));
+  const auto dir =
+      std::filesystem::temp_directory_path() / ("pel_fpc_" + std::to_string(::getpid()));
   std::filesystem::create_directories(dir);
   for (const char* f : {"StreamClasses.pas", "ReadBack.pas"})
     std::filesystem::copy_file(String(PEL_TEST_DATA_DIR) + "/streams/" + f, dir / f,
                                std::filesystem::copy_options::overwrite_existing);
-  String cmd = "cd '" + dir.string() + "' && fpc -Sd ReadBack.pas > build.log 2>&1";
-  ASSERT_EQ(std::system(cmd.c_str()), 0) << "fpc failed; see " << dir;
-
   auto d = ReadDrawing(Fixture("drawing.bin"));
   d->FCount = -5;
   d->FTitle = String(280, 'q');
   d->FTags = {"a b", "c"};
-  String out = (dir / "ours.bin").string();
-  {
-    auto f = Make<TFileStream>(out, fmCreate);
-    f->WriteComponent(d.get());
-  }
-  String run =
-      "'" + (dir / "ReadBack").string() + "' '" + out + "' > '" + (dir / "out.txt").string() + "'";
-  ASSERT_EQ(std::system(run.c_str()), 0);
-  std::ifstream f(dir / "out.txt");
-  std::stringstream ss;
-  ss << f.rdbuf();
-  EXPECT_EQ(ss.str(),
-            "Name=Main\nCount=-5\nBig=-1099511627776\nFlag=TRUE\nMark=Z\nShade=1\n"
-            "Ratio=0.2500\nPrice=-1.5000\nTitle=" +
-                String(280, 'q') +
-                "\nPen=3\nPoints=2 -2\n"
-                "Label=" +
-                String(300, 'w') +
-                "\nExtra=42\nTags=\"a b\",c\nBlob=4\n"
-                "Child=Child 7 TRUE TRUE\n");
+  Make<TFileStream>((dir / "ours.bin").string(), fmCreate)->WriteComponent(d.get());
+  const String cmd = "cd '" + dir.string() +
+                     "' && fpc -Sd ReadBack.pas > build.log 2>&1 && ./ReadBack ours.bin > out.txt";
+  ASSERT_EQ(std::system(cmd.c_str()), 0) << "fpc or its reader failed; see " << dir;
+  EXPECT_EQ(String(std::istreambuf_iterator<char>(std::ifstream(dir / "out.txt").rdbuf()), {}),
+            "Name=Main\nCount=-5\nBig=-1099511627776\nFlag=TRUE\nMark=Z\nShade=1\nRatio=0.2500\n"
+            "Price=-1.5000\nTitle=" +
+                String(280, 'q') + "\nPen=3\nPoints=2 -2\nLabel=" + String(300, 'w') +
+                "\nExtra=42\nTags=\"a b\",c\nBlob=4\nChild=Child 7 TRUE TRUE\n");
   std::filesystem::remove_all(dir);
 }

@@ -20,7 +20,8 @@ inline const char* const kShadeNames[] = {"shLight", "shDark", "shNone"};
 inline const TTypeInfo TShadeInfo = EnumTypeInfo("TShade", kShadeNames);
 inline const TTypeInfo TShadesInfo = SetTypeInfo("TShades", &TShadeInfo);
 
-// A field FName with its getter GetName and setter SetName.
+// A field FName with its getter GetName and setter SetName (the type
+// information tests use it too).
 #define STREAMTEST_FIELD(Type, Name, ...)          \
   Type Get##Name() const { return F##Name; }       \
   void Set##Name(Type v) { F##Name = std::move(v); } \
@@ -146,8 +147,6 @@ class TDrawing : public TComponent {
   std::vector<String> FTags;
   int32_t FLoadedCount = 0;
 };
-
-#undef STREAMTEST_FIELD
 
 inline void RegisterStreamTestClasses() { RegisterClass(TDrawing::StaticClass()); }
 
