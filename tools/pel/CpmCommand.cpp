@@ -213,10 +213,16 @@ class PlanBuilder {
   // The dummies of the whole plan, whose tasks have all been added.
   PlanNetwork Finish(const PlanTasks& tasks, const std::string& file) {
     std::vector<bool> carriedOn(tasks.size());
+    // When no dummy is made yet, the number of edges each task's start and
+    // finish events will start, so that their lists are made at their size
+    // (lists begun while the plan was read have grown as they went).
+    const bool presize = FLinked == 0;
+    std::vector<int32_t> startEdges, finishEdges;
+    if (presize) {
+      startEdges.assign(tasks.size(), 1);
+      finishEdges.assign(tasks.size(), 0);
+    }
     std::size_t count = 0;
-    // The number of edges each task's start and finish events will start,
-    // so that their lists are made at their size.
-    std::vector<int32_t> startEdges(tasks.size(), 1), finishEdges(tasks.size());
     int32_t firstEdges = 0;
     for (const PlanTask& t : tasks) {
       count += t.Predecessors.empty() ? 1 : t.Predecessors.size();
@@ -224,16 +230,18 @@ class PlanBuilder {
       for (const PlanLink& l : t.Predecessors) {
         const bool afterFinish = l.Type == LinkType::FS || l.Type == LinkType::FF;
         if (afterFinish && l.Lag >= 0) carriedOn[l.Task] = true;
-        ++(afterFinish ? finishEdges : startEdges)[l.Task];
+        if (presize) ++(afterFinish ? finishEdges : startEdges)[l.Task];
       }
     }
     count += static_cast<std::size_t>(std::count(carriedOn.begin(), carriedOn.end(), false));
     FRoles.Dummies.reserve(count);
     if (FShowDummies) FPlan.Dummies.reserve(count);
-    FFirst->SetEdgeCapacity(firstEdges);
-    for (std::size_t i = 0; i < tasks.size(); ++i) {
-      FStarts[i]->SetEdgeCapacity(startEdges[i]);
-      FFinishes[i]->SetEdgeCapacity(finishEdges[i] + (carriedOn[i] ? 0 : 1));
+    if (presize) {
+      FFirst->SetEdgeCapacity(firstEdges);
+      for (std::size_t i = 0; i < tasks.size(); ++i) {
+        FStarts[i]->SetEdgeCapacity(startEdges[i]);
+        FFinishes[i]->SetEdgeCapacity(finishEdges[i] + (carriedOn[i] ? 0 : 1));
+      }
     }
     for (; FLinked < tasks.size(); ++FLinked)
       if (!Link(tasks.data(), FLinked))
