@@ -55,15 +55,22 @@ class SlotArray<T, true> {
   T* data() { return FItems; }
   const T* data() const { return FItems; }
   std::size_t size() const { return FSize; }
+  // The block grows at least twofold and shrinks only to a quarter: a list
+  // that grows in the framework's steps of a quarter would otherwise have
+  // realloc copy it at every step once the allocator no longer maps large
+  // blocks on their own (glibc stops doing so after the first is freed).
   void resize(std::size_t N) {
     if (N == FSize) return;
     if (N == 0) {
       std::free(FItems);
       FItems = nullptr;
-    } else {
-      void* p = std::realloc(FItems, N * sizeof(T));
+      FRoom = 0;
+    } else if (N > FRoom || N < FRoom / 4) {
+      const std::size_t room = N > FRoom ? std::max(N, 2 * FRoom) : N;
+      void* p = std::realloc(FItems, room * sizeof(T));
       if (!p) throw std::bad_alloc();
       FItems = static_cast<T*>(p);
+      FRoom = room;
     }
     FSize = N;
   }
@@ -72,6 +79,7 @@ class SlotArray<T, true> {
  private:
   T* FItems = nullptr;
   std::size_t FSize = 0;
+  std::size_t FRoom = 0;  // slots allocated, FSize of them in use
 };
 
 template <class T>
@@ -96,7 +104,9 @@ class FrontGapSlots {
     T* first = Data();
     if (Index < Count / 2) {
       std::move_backward(first, first + Index, first + Index + 1);
-      *first = T();
+      // The slot joins the gap, which nothing reads: only what holds a
+      // resource is let go.
+      if constexpr (!std::is_trivially_copyable_v<T>) *first = T();
       ++FFront;
       KeepRoom(Count - 1, Capacity);
     } else {
