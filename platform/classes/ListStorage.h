@@ -24,11 +24,11 @@
 namespace pel::detail {
 
 // The array under the slots. Plain values (pointers) live in a block that
-// grows with realloc, which moves a large block by remapping its pages
-// rather than copying them, and whose new slots are left as the allocator
-// gives them, as the framework's ReallocMem leaves them (the list clears
-// what it hands out: SetCount's new items, an opened slot); anything else
-// lives in a vector, its new slots value-initialised.
+// grows with realloc (at least twofold, see resize), and whose new slots
+// are left as the allocator gives them, as the framework's ReallocMem
+// leaves them (the list clears what it hands out: SetCount's new items, an
+// opened slot); anything else lives in a vector, its new slots
+// value-initialised.
 template <class T, bool Plain = std::is_trivially_copyable_v<T>>
 class SlotArray {
  public:
