@@ -360,10 +360,9 @@ PlanTasks ReadPlanBuilding(const std::string& data, const std::string& file, Pla
       ready.fetch_or(Ended, std::memory_order_release);
       ready.notify_one();
     });
-    // Bounds the reader works out too, while it reads the first tasks.
-    const std::size_t lines = static_cast<std::size_t>(std::count(data.begin(), data.end(), '\n'));
-    builder.Reserve(
-        lines + 1, lines + 1 + static_cast<std::size_t>(std::count(data.begin(), data.end(), ';')));
+    // The reader works the bounds out too, while this thread makes room.
+    const PlanBounds bounds = BoundsOfPlan(data);
+    builder.Reserve(bounds.Tasks, bounds.Links);
     std::size_t made = 0;
     for (;;) {
       const uint64_t state = ready.load(std::memory_order_acquire);

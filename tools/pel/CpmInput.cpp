@@ -361,6 +361,11 @@ PlanTasks ParsePlan(std::string_view data, const std::string& file) {
   return tasks;
 }
 
+PlanBounds BoundsOfPlan(std::string_view data) {
+  const auto lines = static_cast<std::size_t>(std::count(data.begin(), data.end(), '\n')) + 1;
+  return {lines, lines + static_cast<std::size_t>(std::count(data.begin(), data.end(), ';'))};
+}
+
 void ParsePlan(std::string_view data, const std::string& file, PlanTasks& tasks,
                const std::function<void(const PlanTask*, std::size_t, std::size_t)>& ready) {
   std::vector<PlanLink>& links = tasks.Links;
@@ -373,13 +378,13 @@ void ParsePlan(std::string_view data, const std::string& file, PlanTasks& tasks,
   std::vector<Pending> pending;
   std::vector<std::string_view> fields;
   std::vector<std::string> storage;
-  const std::size_t lines = static_cast<std::size_t>(std::count(data.begin(), data.end(), '\n'));
+  const PlanBounds bounds = BoundsOfPlan(data);
   // Room for every line: the tasks never move (Ready relies on it), nor do
   // their links (each task's Predecessors is a view of them).
-  tasks.reserve(lines + 1);
+  tasks.reserve(bounds.Tasks);
   // At most one link a ';' or line.
-  links.reserve(lines + 1 + static_cast<std::size_t>(std::count(data.begin(), data.end(), ';')));
-  index.Reserve(lines + 1);
+  links.reserve(bounds.Links);
+  index.Reserve(bounds.Tasks);
   int n = 0;
   std::size_t id = 0, name = 0, duration = 0, predecessors = 0, needed = 0;
   bool header = false, named = false;

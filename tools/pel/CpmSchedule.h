@@ -98,6 +98,12 @@ PlanTasks ParsePlan(std::string_view data, const std::string& file);
 void ParsePlan(
     std::string_view data, const std::string& file, PlanTasks& tasks,
     const std::function<void(const PlanTask* Tasks, std::size_t Count, std::size_t Known)>& ready);
+// At most how many tasks and links a plan's text holds: a task a line, a
+// link a line or ';'.
+struct PlanBounds {
+  std::size_t Tasks, Links;
+};
+PlanBounds BoundsOfPlan(std::string_view data);
 std::string LinkText(LinkType type, int32_t lag);  // "FS+2", "SS", "FF-1"
 
 struct EventTimes {
