@@ -632,8 +632,20 @@ class TQQueue : public TList {
   // the copy stays). Anything else: that error, nothing copied.
   virtual void Assign(TObject* Source);
   void Clear() override;
-  virtual void* Pop();
-  virtual void Push(void* Item);
+  // Push and Pop are defined here, so that the compiler can inline them where
+  // it knows (or guesses) the queue's class: a plain queue then costs a few
+  // loads and stores per item. They stay virtual.
+  virtual void* Pop() {
+    if (!IsPlain()) return TakeNotified(0);
+    if (IsEmpty()) Empty();
+    return DeleteUnnotified(0);
+  }
+  virtual void Push(void* Item) {
+    if (IsPlain())
+      AddUnnotified(Item);
+    else
+      Add(Item);
+  }
   virtual void* Top();
   bool IsEmpty() const { return GetCount() == 0; }
 
@@ -643,13 +655,19 @@ class TQQueue : public TList {
   // are known: Push and Pop then skip the calls (a queue or stack of a
   // descendant class makes every call, as it may have overridden them).
   bool IsPlain() const;
+  // Pop for a descendant: Top, then the list's notified Delete(Index).
+  void* TakeNotified(int32_t Index);
 };
 
 // A last-in-first-out stack: Top and Pop take the last item.
 class TQStack : public TQQueue {
   PEL_CLASS(TQStack, TQQueue)
  public:
-  void* Pop() override;
+  void* Pop() override {
+    if (!IsPlain()) return TakeNotified(GetCount() - 1);
+    if (IsEmpty()) Empty();
+    return DeleteUnnotified(GetCount() - 1);
+  }
   void* Top() override;
 };
 

@@ -193,13 +193,6 @@ bool TFreeList::Equals(TObject* Obj) {
 
 void TQQueue::Empty() { throw EListError(SListEmpty); }
 
-void TQQueue::Push(void* Item) {
-  if (IsPlain())
-    AddUnnotified(Item);
-  else
-    Add(Item);
-}
-
 void TQQueue::Clear() {
   if (IsPlain())
     ClearUnnotified();
@@ -212,29 +205,15 @@ void* TQQueue::Top() {
   return Get(0);
 }
 
-void* TQQueue::Pop() {
-  if (IsPlain()) {
-    if (IsEmpty()) Empty();
-    return DeleteUnnotified(0);
-  }
+void* TQQueue::TakeNotified(int32_t Index) {
   void* item = Top();
-  Delete(0);
+  Delete(Index);
   return item;
 }
 
 void* TQStack::Top() {
   if (IsEmpty()) Empty();
   return Get(GetCount() - 1);
-}
-
-void* TQStack::Pop() {
-  if (IsPlain()) {
-    if (IsEmpty()) Empty();
-    return DeleteUnnotified(GetCount() - 1);
-  }
-  void* item = Top();
-  Delete(GetCount() - 1);
-  return item;
 }
 
 void TQQueue::Assign(TObject* Source) {
