@@ -47,78 +47,6 @@ class TNodeListIterator : public TInterfacedObject, public IIterator {
   int32_t FIndex = -1;
 };
 
-#if defined(__SANITIZE_ADDRESS__)
-#define PEL_GRAPH_POOLS 0
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define PEL_GRAPH_POOLS 0
-#endif
-#endif
-#ifndef PEL_GRAPH_POOLS
-#define PEL_GRAPH_POOLS 1
-#endif
-
-// Cells of 8-byte steps up to 256 bytes, cut from blocks of 64 KiB;
-// larger objects go to the ordinary allocator. When the last object made
-// from the blocks is freed, the blocks go back to the ordinary allocator
-// too: a program that frees a large graph has the memory for what follows.
-class TCellPool {
- public:
-  void* Take(std::size_t Size) {
-    const std::size_t k = (Size + 7) / 8;
-    if (!PEL_GRAPH_POOLS || k >= kSizes) return ::operator new(Size);
-    std::lock_guard<std::mutex> lock(FLock);
-    if (!FFree[k]) Refill(k);
-    void* cell = FFree[k];
-    FFree[k] = *static_cast<void**>(cell);
-    ++FLive;
-    return cell;
-  }
-  void Give(void* Ptr, std::size_t Size) noexcept {
-    const std::size_t k = (Size + 7) / 8;
-    if (!PEL_GRAPH_POOLS || k >= kSizes) {
-      ::operator delete(Ptr);
-      return;
-    }
-    std::lock_guard<std::mutex> lock(FLock);
-    *static_cast<void**>(Ptr) = FFree[k];
-    FFree[k] = Ptr;
-    if (--FLive > 0) return;
-    for (void* block : FBlocks) ::operator delete(block);
-    FBlocks.clear();
-    std::fill(std::begin(FFree), std::end(FFree), nullptr);
-  }
-
- private:
-  static constexpr std::size_t kSizes = 33;
-  static constexpr std::size_t kBlock = 64 * 1024;
-  void Refill(std::size_t k) {
-    const std::size_t cell = 8 * k;
-    // Room first, so that the push cannot fail once the block is taken;
-    // doubling, so that a million blocks are not copied a million times.
-    if (FBlocks.size() == FBlocks.capacity()) FBlocks.reserve(2 * FBlocks.size() + 16);
-    auto* block = static_cast<char*>(::operator new(kBlock));
-    FBlocks.push_back(block);
-    // Linked front to back, so that objects made one after the other lie
-    // side by side.
-    for (std::size_t at = (kBlock / cell - 1) * cell;; at -= cell) {
-      *reinterpret_cast<void**>(block + at) = FFree[k];
-      FFree[k] = block + at;
-      if (at == 0) break;
-    }
-  }
-  std::mutex FLock;
-  void* FFree[kSizes] = {};
-  std::vector<void*> FBlocks;
-  std::size_t FLive = 0;
-};
-
-// Never destroyed: objects may be freed while the program ends.
-TCellPool& Cells() {
-  static TCellPool* pool = new TCellPool;
-  return *pool;
-}
-
 std::map<String, TClass>& GraphClasses() {
   static std::map<String, TClass> classes = [] {
     std::map<String, TClass> m;
@@ -138,21 +66,6 @@ TClass GraphClassNamed(const String& Name, TClass Base, const char* Msg) {
 }
 
 }  // namespace
-
-// Edges and nodes of every class take their memory from the cells, except
-// a class aligned beyond what new guarantees.
-#define PEL_GRAPH_CELLS(Class)                                                                   \
-  void* Class::operator new(std::size_t Size) { return Cells().Take(Size); }                     \
-  void Class::operator delete(void* Ptr, std::size_t Size) noexcept { Cells().Give(Ptr, Size); } \
-  void* Class::operator new(std::size_t Size, std::align_val_t Align) {                          \
-    return ::operator new(Size, Align);                                                          \
-  }                                                                                              \
-  void Class::operator delete(void* Ptr, std::size_t, std::align_val_t Align) noexcept {         \
-    ::operator delete(Ptr, Align);                                                               \
-  }
-PEL_GRAPH_CELLS(TPelGraphEdge)
-PEL_GRAPH_CELLS(TPelGraphNode)
-#undef PEL_GRAPH_CELLS
 
 void RegisterGraphClass(TClass AClass) { GraphClasses()[UpperCase(AClass->Name)] = AClass; }
 
@@ -275,10 +188,10 @@ void TPelGraphNode::ListEdge(TPelGraphEdge* Edge) {
 }
 
 void TPelGraphNode::MoveEdgeList(uint8_t Log2) {
-  auto** block = static_cast<TPelGraphEdge**>(Cells().Take(sizeof(TPelGraphEdge*) << Log2));
+  auto** block = static_cast<TPelGraphEdge**>(detail::TakeCell(sizeof(TPelGraphEdge*) << Log2));
   if (FEdgeFirst) {
     std::memcpy(block, FEdgeFirst, sizeof(TPelGraphEdge*) * static_cast<std::size_t>(FEdgeCount));
-    Cells().Give(FEdgeFirst - FEdgeGap, sizeof(TPelGraphEdge*) << FEdgeBlock);
+    detail::GiveCell(FEdgeFirst - FEdgeGap, sizeof(TPelGraphEdge*) << FEdgeBlock);
   }
   FEdgeFirst = block;
   FEdgeGap = 0;
@@ -316,7 +229,7 @@ int32_t TPelGraphNode::ScanEdges(TPelGraphEdge* Edge) const {
 }
 
 void TPelGraphNode::ClearEdgeList() {
-  if (FEdgeFirst) Cells().Give(FEdgeFirst - FEdgeGap, sizeof(TPelGraphEdge*) << FEdgeBlock);
+  if (FEdgeFirst) detail::GiveCell(FEdgeFirst - FEdgeGap, sizeof(TPelGraphEdge*) << FEdgeBlock);
   FEdgeFirst = nullptr;
   FEdgeGap = FEdgeCount = 0;
   FEdgeBlock = 0;

@@ -33,13 +33,8 @@
 // are the caller's to free.
 //
 // Memory: nodes and edges (of every class), and the nodes' edge lists, come
-// from blocks cut into cells of one size, with a free list of cells per
-// size; a freed cell waits for the next object of its size, and the blocks
-// are given back when the last cell cut from them is freed. A graph of
-// millions of edges so pays no allocator header per object or list. Builds
-// with AddressSanitizer use the ordinary allocator, so that it still sees
-// every object; so does a class aligned beyond what new guarantees (a cell
-// is aligned as its size allows, up to 16).
+// from the library's cells (see foundation/Cells.h): a graph of millions of
+// edges pays no allocator header per object or list.
 //
 // Events: the published handlers carry the method name a stream gave them
 // (kept so that it is written back); code assigns the handlers themselves
@@ -52,6 +47,7 @@
 #include <new>
 #include <vector>
 
+#include "foundation/Cells.h"
 #include "foundation/CommonInterfaces.h"
 #include "hashing/PelHashTable.h"
 #include "platform/Classes.h"
@@ -110,12 +106,8 @@ class TPelGraphEdge : public TPersistent {
 
   TPelGraphEdge(TPelGraphNode* AFromNode, TPelGraphNode* AToNode)
       : FFromNode(AFromNode), FToNode(AToNode) {}
-  // Edges and nodes are cut from blocks shared by the objects of a size
-  // (see the unit's header comment).
-  static void* operator new(std::size_t Size);
-  static void operator delete(void* Ptr, std::size_t Size) noexcept;
-  static void* operator new(std::size_t Size, std::align_val_t Align);
-  static void operator delete(void* Ptr, std::size_t Size, std::align_val_t Align) noexcept;
+  // Edges and nodes come from the cells (see the unit's header comment).
+  PEL_CELL_ALLOCATED
   // Both ends must be present ("Edge must be created with two valid
   // nodes"); then FromNode.AddingEdgeTo and ToNode.AddingEdgeFrom.
   void AfterConstruction() override;
@@ -193,10 +185,7 @@ class TPelGraphNode : public TPersistent {
 
   explicit TPelGraphNode(TPelCustomGraph* AGraph);
   ~TPelGraphNode() override;
-  static void* operator new(std::size_t Size);
-  static void operator delete(void* Ptr, std::size_t Size) noexcept;
-  static void* operator new(std::size_t Size, std::align_val_t Align);
-  static void operator delete(void* Ptr, std::size_t Size, std::align_val_t Align) noexcept;
+  PEL_CELL_ALLOCATED
   // Captions the node with its own class name and the graph's next id
   // ("TPelGraphNode0" for a graph's first node), then joins the graph. A
   // missing graph is an access violation.

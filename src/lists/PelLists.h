@@ -19,6 +19,10 @@
 // a descendant's AddNode may link it and drop another. So Add, Push and the
 // copying operations never free a node they have handed over.
 //
+// Nodes (of every class) take their memory from the library's cells (see
+// foundation/Cells.h): a queue of a million nodes frees them without the
+// allocator merging its free blocks.
+//
 // OnChange is published as an event: it streams as the name of its handler
 // method. A handler bound with SetOnChange(Handler) alone has no name and so
 // is not written; SetOnChange(Handler, Name) gives it one. Reading the
@@ -30,6 +34,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "foundation/Cells.h"
 #include "foundation/Structures.h"
 #include "lists/PelListsRuns.h"
 #include "platform/Classes.h"
@@ -66,6 +71,7 @@ class TSQNode : public TPersistent {
   PEL_PUBLISHED(TSQNode, Property<&TSQNode::GetItem, &TSQNode::SetItem>("Item"),
                 Property<&TSQNode::GetNext, &TSQNode::SetNext>("Next").NotStored())
  public:
+  PEL_CELL_ALLOCATED
   // Copies Item from another TSQNode; anything else goes to TPersistent.
   void Assign(TPersistent* Source) override;
 
