@@ -52,6 +52,7 @@
 
 #include <cstdint>
 
+#include "foundation/Cells.h"
 #include "foundation/CommonInterfaces.h"
 #include "platform/Classes.h"
 #include "platform/SysUtils.h"
@@ -100,6 +101,7 @@ struct IHashTableOwner : virtual IInterface {
 class TPelHashtableEntry : public TObject {
   PEL_CLASS(TPelHashtableEntry, TObject)
  public:
+  PEL_CELL_ALLOCATED
   virtual void* GetKey();
   virtual void SetKey(void* Key);
   // Pointer identity.

@@ -26,6 +26,7 @@
 #include <cstdint>
 #include <functional>
 
+#include "foundation/Cells.h"
 #include "lists/PelLists.h"
 #include "platform/Classes.h"
 #include "platform/SysUtils.h"
@@ -81,6 +82,7 @@ class TPelCustomTreeNode : public TPersistent {
   // The node family's virtual constructor takes the owning tree.
   using TCreateArgs = TCtorArgs<TPelCustomTree*>;
 
+  PEL_CELL_ALLOCATED
   explicit TPelCustomTreeNode(TPelCustomTree* AOwner) : FOwner(AOwner) {}
   TPelCustomTreeNode(TPelCustomTree* AOwner, void* AData) : FData(AData), FOwner(AOwner) {}
   // Frees the subtree through the (possibly overridden) Clear.
