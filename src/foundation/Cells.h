@@ -1,5 +1,6 @@
-// Cells: memory for the library's many small objects (graph nodes and edges,
-// their edge lists, list nodes), cut from shared blocks.
+// Cells: memory for the library's many small objects (list and tree nodes,
+// hash-table entries, graph nodes, edges and edge lists), cut from shared
+// blocks.
 //
 // A request of up to 256 bytes is rounded up to 8 and served from a free
 // list of cells of that size; the free lists are refilled from blocks of
