@@ -281,8 +281,12 @@ class BackgroundWriter {
   std::thread FThread;  // last: starts once the rest is ready
 };
 
-// Writes JSON as nlohmann's dump(2) lays it out, item by item, to a
-// background writer in pieces of about a megabyte. Strings that are not
+// Writes JSON item by item to a background writer, in pieces of about a
+// megabyte. The layout is nlohmann's dump(2) (a key or an item a line,
+// indented by two a level) except that an object or array that is an item
+// of an array is written on one line, its items parted by ", ": a report's
+// tasks, links and events are a line each, which keeps a million-task
+// report readable, greppable and a third smaller. Strings that are not
 // UTF-8 get U+FFFD for their bad bytes, as dump's replace handler does.
 class JsonWriter {
  public:
@@ -302,14 +306,15 @@ class JsonWriter {
     return *this;
   }
   void Begin(char bracket) {
+    const bool flat = !FOpen.empty() && (FOpen.back().Flat || FOpen.back().Bracket == '[');
     Item();
     Put(bracket);
-    FEmpty.push_back(true);
+    FOpen.push_back({bracket, true, flat});
   }
   void End(char bracket) {
-    bool empty = FEmpty.back();
-    FEmpty.pop_back();
-    if (!empty) NewLine();
+    const Open open = FOpen.back();
+    FOpen.pop_back();
+    if (!open.Empty && !open.Flat) NewLine();
     Put(bracket);
   }
   void Int(int64_t n) {
@@ -345,16 +350,20 @@ class JsonWriter {
                                             nlohmann::ordered_json::error_handler_t::replace));
     }
   }
-  // A small value, laid out at the current depth.
+  // A small value, laid out as the items written one by one would be.
   void Value(const nlohmann::ordered_json& value) {
-    Item();
-    std::string text = value.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
-    for (char c : text) {
-      if (c == '\n')
-        NewLine();
-      else
-        Put(c);
+    if (!value.is_structured()) {
+      Item();
+      Put(value.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
+      return;
     }
+    const char bracket = value.is_object() ? '{' : '[';
+    Begin(bracket);
+    for (auto it = value.begin(); it != value.end(); ++it) {
+      if (value.is_object()) Key(it.key());
+      Value(*it);
+    }
+    End(bracket == '{' ? '}' : ']');
   }
 
  private:
@@ -373,13 +382,18 @@ class JsonWriter {
       FKeyed = false;
       return;
     }
-    if (FEmpty.empty()) return;
-    if (!FEmpty.back()) Put(',');
-    FEmpty.back() = false;
-    NewLine();
+    if (FOpen.empty()) return;
+    Open& open = FOpen.back();
+    if (open.Flat) {
+      if (!open.Empty) Put(", ");
+    } else {
+      if (!open.Empty) Put(',');
+      NewLine();
+    }
+    open.Empty = false;
   }
   void NewLine() {
-    const std::size_t indent = 2 * FEmpty.size();
+    const std::size_t indent = 2 * FOpen.size();
     char* at = Room(indent + 1);
     *at = '\n';
     std::fill_n(at + 1, indent, ' ');
@@ -402,7 +416,12 @@ class JsonWriter {
   // The piece being written: its first FUsed characters.
   std::string FText;
   std::size_t FUsed = 0;
-  std::vector<bool> FEmpty;  // per open bracket: nothing in it yet
+  struct Open {
+    char Bracket;
+    bool Empty;  // nothing in it yet
+    bool Flat;   // on one line
+  };
+  std::vector<Open> FOpen;
   bool FKeyed = false;
 };
 
@@ -467,8 +486,8 @@ void RenderJson(const Schedule& s, std::ostream& out) {
     out << j.dump(2, ' ', false, replace) << "\n";
     return;
   }
-  // A plan may hold a million tasks: the report is written as it goes, in
-  // the layout of nlohmann's dump(2), not built as one JSON value.
+  // A plan may hold a million tasks: the report is written as it goes, not
+  // built as one JSON value.
   BackgroundWriter sink(out);
   JsonWriter w(sink);
   const bool dates = s.Calendar != nullptr;
