@@ -1,12 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <map>
-#include <random>
 #include <nlohmann/json.hpp>
+#include <random>
 #include <sstream>
 
 #include "pel/CpmCommand.h"
+#include "pel/CpmSchedule.h"
 #include "tools/RunCommand.h"
 
 namespace {
@@ -214,4 +216,22 @@ TEST(CpmAon, RandomPlansAgreeWithTheDefinitions) {
       EXPECT_EQ(k["free_float"], free);
     }
   }
+}
+
+// The room a plan's reader reserves is counted sixteen bytes at a time; it
+// must be exactly a task a line and a link a line or ';', at every length
+// and however dense the lines (all of them newlines: the byte counters at
+// their fullest).
+TEST(CpmAon, BoundsOfAPlanCountEveryLineAndSemicolon) {
+  std::mt19937 rng(7);
+  for (std::size_t length : {0, 1, 15, 16, 17, 255, 4079, 4080, 4081, 4096, 9000, 70000})
+    for (const std::string chars : {"\n", ";", "a\n;", "abcdefgh,;\n", "\n\n\n;"}) {
+      std::string data(length, ' ');
+      for (char& c : data) c = chars[rng() % chars.size()];
+      const auto lines = static_cast<std::size_t>(std::count(data.begin(), data.end(), '\n')) + 1;
+      const auto semis = static_cast<std::size_t>(std::count(data.begin(), data.end(), ';'));
+      const pel::cli::PlanBounds b = pel::cli::BoundsOfPlan(data);
+      EXPECT_EQ(b.Tasks, lines) << length << " " << chars;
+      EXPECT_EQ(b.Links, lines + semis) << length << " " << chars;
+    }
 }

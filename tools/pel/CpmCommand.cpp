@@ -343,25 +343,25 @@ PlanTasks ReadPlanBuilding(const std::string& data, const std::string& file, Pla
   std::atomic<std::size_t> known{0};  // stored before ready
   PlanTasks plan;
   std::exception_ptr error;
+  const PlanBounds bounds = BoundsOfPlan(data);
   {
     std::jthread reader([&] {
       try {
         // Into plan, which outlives the reader: the tasks stay for this
         // thread to read even when the reader stops at an error.
-        ParsePlan(data, file, plan, [&](const PlanTask* tasks, std::size_t count, std::size_t k) {
-          first.store(tasks, std::memory_order_relaxed);
-          known.store(k, std::memory_order_relaxed);
-          ready.store(count, std::memory_order_release);
-          ready.notify_one();
-        });
+        ParsePlan(data, bounds, file, plan,
+                  [&](const PlanTask* tasks, std::size_t count, std::size_t k) {
+                    first.store(tasks, std::memory_order_relaxed);
+                    known.store(k, std::memory_order_relaxed);
+                    ready.store(count, std::memory_order_release);
+                    ready.notify_one();
+                  });
       } catch (...) {
         error = std::current_exception();
       }
       ready.fetch_or(Ended, std::memory_order_release);
       ready.notify_one();
     });
-    // The reader works the bounds out too, while this thread makes room.
-    const PlanBounds bounds = BoundsOfPlan(data);
     builder.Reserve(bounds.Tasks, bounds.Links);
     std::size_t made = 0;
     for (;;) {

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <cstring>
 #include <istream>
 #include <limits>
 #include <string_view>
@@ -357,16 +358,39 @@ class TaskIndex {
 
 PlanTasks ParsePlan(std::string_view data, const std::string& file) {
   PlanTasks tasks;
-  ParsePlan(data, file, tasks, {});
+  ParsePlan(data, BoundsOfPlan(data), file, tasks, {});
   return tasks;
 }
 
 PlanBounds BoundsOfPlan(std::string_view data) {
-  const auto lines = static_cast<std::size_t>(std::count(data.begin(), data.end(), '\n')) + 1;
-  return {lines, lines + static_cast<std::size_t>(std::count(data.begin(), data.end(), ';'))};
+  // Both characters in one pass, sixteen bytes at a time: a byte that
+  // matches compares as all ones, and taking that away from a byte counter
+  // adds one; the counters are emptied before they can wrap.
+  using Bytes = unsigned char __attribute__((vector_size(16)));
+  const Bytes newline = Bytes{} + '\n', semicolon = Bytes{} + ';';
+  std::size_t lines = 1, semicolons = 0, at = 0;
+  while (data.size() - at >= 16) {
+    Bytes n{}, s{};
+    const std::size_t end = at + 16 * std::min<std::size_t>(255, (data.size() - at) / 16);
+    for (; at < end; at += 16) {
+      Bytes b;
+      std::memcpy(&b, data.data() + at, 16);
+      n -= reinterpret_cast<Bytes>(b == newline);
+      s -= reinterpret_cast<Bytes>(b == semicolon);
+    }
+    for (int i = 0; i < 16; ++i) {
+      lines += n[i];
+      semicolons += s[i];
+    }
+  }
+  for (; at < data.size(); ++at) {
+    lines += data[at] == '\n';
+    semicolons += data[at] == ';';
+  }
+  return {lines, lines + semicolons};
 }
 
-void ParsePlan(std::string_view data, const std::string& file, PlanTasks& tasks,
+void ParsePlan(std::string_view data, PlanBounds bounds, const std::string& file, PlanTasks& tasks,
                const std::function<void(const PlanTask*, std::size_t, std::size_t)>& ready) {
   std::vector<PlanLink>& links = tasks.Links;
   TaskIndex index(tasks);
@@ -378,7 +402,6 @@ void ParsePlan(std::string_view data, const std::string& file, PlanTasks& tasks,
   std::vector<Pending> pending;
   std::vector<std::string_view> fields;
   std::vector<std::string> storage;
-  const PlanBounds bounds = BoundsOfPlan(data);
   // Room for every line: the tasks never move (Ready relies on it), nor do
   // their links (each task's Predecessors is a view of them).
   tasks.reserve(bounds.Tasks);

@@ -89,21 +89,21 @@ bool HasPlanHeader(const std::string& data);
 // without blanks, ';', ':' or parentheses; every predecessor is a task of the
 // plan and no task its own. Raises CpmError naming file and line.
 PlanTasks ParsePlan(std::string_view data, const std::string& file);
-// The same into tasks (empty), which keeps what was read when an error is
-// raised. Ready is called every few thousand tasks with the tasks read so
-// far, from the thread that reads; they and their links stay where they are
-// while the rest is read. The first Known of them name only tasks read
-// before them; the places of the others' links to tasks still to come are
-// filled in at the end.
-void ParsePlan(
-    std::string_view data, const std::string& file, PlanTasks& tasks,
-    const std::function<void(const PlanTask* Tasks, std::size_t Count, std::size_t Known)>& ready);
 // At most how many tasks and links a plan's text holds: a task a line, a
 // link a line or ';'.
 struct PlanBounds {
   std::size_t Tasks, Links;
 };
 PlanBounds BoundsOfPlan(std::string_view data);
+// The same into tasks (empty), which keeps what was read when an error is
+// raised; bounds are the data's. Ready is called every few thousand tasks
+// with the tasks read so far, from the thread that reads; they and their
+// links stay where they are while the rest is read. The first Known of them
+// name only tasks read before them; the places of the others' links to
+// tasks still to come are filled in at the end.
+void ParsePlan(
+    std::string_view data, PlanBounds bounds, const std::string& file, PlanTasks& tasks,
+    const std::function<void(const PlanTask* Tasks, std::size_t Count, std::size_t Known)>& ready);
 std::string LinkText(LinkType type, int32_t lag);  // "FS+2", "SS", "FF-1"
 
 struct EventTimes {
