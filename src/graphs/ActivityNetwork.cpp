@@ -196,6 +196,10 @@ void TActivityNetwork::ModifySuccessor(TPelGraphNode* Node, TPelGraphNode* Succe
     ForwardStepChecked(Node, Successor, Edge);
 }
 
+// Events in reverse topological order: an event's latest time is the
+// least of its tasks' latest starts (the last event's is its earliest
+// time), and each task's times are set on the way, its successor's latest
+// time being final by then.
 void TActivityNetwork::BackwardPass(TStrings* Order) {
   const int32_t count = Order->GetCount();
   for (int32_t i = count - 1; i >= 0; --i) {
@@ -205,22 +209,12 @@ void TActivityNetwork::BackwardPass(TStrings* Order) {
       auto* task = As<TAOETask>(event->GetEdgeUnchecked(j));
       const int32_t time = SubtractWeights(As<TAOEEvent>(task->GetToNode())->GetLatestEventTime(),
                                            task->GetWeight());
+      task->SetEarliestStartTime(event->GetEarliestEventTime());
+      task->SetLatestStartTime(time);
       if (time < latest) latest = time;
     }
     event->SetLatestEventTime(latest);
   }
-}
-
-void TActivityNetwork::SetTaskTimes() {
-  ForEachNode([](TPelGraphNode* node) {
-    auto* event = As<TAOEEvent>(node);
-    for (int32_t i = 0; i < event->GetEdgeCount(); ++i) {
-      auto* task = As<TAOETask>(event->GetEdgeUnchecked(i));
-      task->SetEarliestStartTime(event->GetEarliestEventTime());
-      task->SetLatestStartTime(SubtractWeights(
-          As<TAOEEvent>(task->GetToNode())->GetLatestEventTime(), task->GetWeight()));
-    }
-  });
 }
 
 TStrings* TActivityNetwork::GetEarliestCompletionTime(TAOEEvent* Start, TAOEEvent* Finish,
@@ -234,7 +228,6 @@ TStrings* TActivityNetwork::GetEarliestCompletionTime(TAOEEvent* Start, TAOEEven
           order = TopologicalOrder(List);
           if (!IsAcyclic()) throw EGraphException(SGraphNotAcyclic);
           BackwardPass(order);
-          SetTaskTimes();
         },
         [this] { EndUpdateNodes(); });
     RestrictOrder(order, Start, Finish);

@@ -111,7 +111,6 @@ class TActivityNetwork : public TPelGraph {
 
  private:
   void BackwardPass(TStrings* Order);
-  void SetTaskTimes();
 };
 
 namespace ActivityNetwork {
