@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cctype>
+#include <cstring>
 #include <fstream>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -64,6 +66,10 @@ TEST(CpmAon, EachLinkTypeWithLagAndLead) {
     // B has no successor: both floats run to the project finish.
     EXPECT_EQ(b["total_float"], completion - c.Start - 3);
     EXPECT_EQ(b["free_float"], b["total_float"]);
+    // The link reads back as written, a plain "ID" as FS, the type in capitals.
+    std::string type = std::string(c.Link).substr(std::min<std::size_t>(2, std::strlen(c.Link)));
+    for (char& ch : type) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
+    EXPECT_EQ(t["*"]["links"].back()["type"], type.empty() ? "FS" : type);
   }
   // The converted network: a lead is a dummy of negative duration, FF and SF
   // links run to the successor's start less its duration.

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <condition_variable>
+#include <cstring>
 #include <deque>
 #include <map>
 #include <mutex>
@@ -297,11 +298,14 @@ class JsonWriter {
     FText.resize(FUsed);
     FSink.Write(FText);
   }
+  // Keys are plain text: written as they are.
   JsonWriter& Key(std::string_view key) {
     Item();
-    Put('"');
-    Put(key);
-    Put("\": ");
+    char* at = Room(key.size() + 4);
+    *at++ = '"';
+    for (char c : key) *at++ = c;  // a few characters: no call
+    std::memcpy(at, "\": ", 3);
+    FUsed += key.size() + 4;
     FKeyed = true;
     return *this;
   }
@@ -322,6 +326,19 @@ class JsonWriter {
     char* at = Room(24);
     FUsed = static_cast<std::size_t>(std::to_chars(at, at + 24, n).ptr - FText.data());
   }
+  // A link's type and lag as LinkText writes them ("FS", "SS+2", "FF-1").
+  void Link(LinkType type, int32_t lag) {
+    Item();
+    static constexpr const char* names[] = {"FS", "SS", "FF", "SF"};
+    char* at = Room(16);
+    *at++ = '"';
+    std::memcpy(at, names[static_cast<int>(type)], 2);
+    at += 2;
+    if (lag > 0) *at++ = '+';
+    if (lag) at = std::to_chars(at, at + 12, lag).ptr;
+    *at++ = '"';
+    FUsed = static_cast<std::size_t>(at - FText.data());
+  }
   // A date, or null for "-".
   void Date(const std::string& date) {
     if (date == "-") {
@@ -337,18 +354,21 @@ class JsonWriter {
   }
   void String(const std::string& text) {
     Item();
-    bool plain = std::all_of(text.begin(), text.end(), [](char c) {
-      return static_cast<unsigned char>(c) >= 0x20 && static_cast<unsigned char>(c) < 0x80 &&
-             c != '"' && c != '\\';
-    });
-    if (plain) {
-      Put('"');
-      Put(text);
-      Put('"');
-    } else {
-      Put(nlohmann::ordered_json(text).dump(-1, ' ', false,
-                                            nlohmann::ordered_json::error_handler_t::replace));
+    // Copied as it is checked: text that needs escaping (or is not ASCII)
+    // is taken back and written by nlohmann.
+    char* at = Room(text.size() + 2);
+    *at++ = '"';
+    for (char c : text) {
+      if (static_cast<unsigned char>(c) < 0x20 || static_cast<unsigned char>(c) >= 0x80 ||
+          c == '"' || c == '\\') {
+        Put(nlohmann::ordered_json(text).dump(-1, ' ', false,
+                                              nlohmann::ordered_json::error_handler_t::replace));
+        return;
+      }
+      *at++ = c;
     }
+    *at = '"';
+    FUsed += text.size() + 2;
   }
   // A small value, laid out as the items written one by one would be.
   void Value(const nlohmann::ordered_json& value) {
@@ -448,6 +468,11 @@ nlohmann::ordered_json SimulationJson(const Schedule& s) {
 
 TaskTimes PlanTaskTimes(const PlanTask& task, const TaskFigures& figures) {
   TaskTimes k;
+  PlanTaskTimes(task, figures, k);
+  return k;
+}
+
+void PlanTaskTimes(const PlanTask& task, const TaskFigures& figures, TaskTimes& k) {
   k.Duration = figures.Duration;
   k.EarliestStart = figures.EarliestStart;
   k.LatestStart = figures.LatestStart;
@@ -457,7 +482,6 @@ TaskTimes PlanTaskTimes(const PlanTask& task, const TaskFigures& figures) {
   k.Id = task.Id;
   k.Name = task.Name;
   k.Est = task.Est;
-  return k;
 }
 
 std::string RenderJson(const Schedule& s) {
@@ -556,12 +580,17 @@ void RenderJson(const Schedule& s, std::ostream& out) {
     w.Begin('{');
     w.Key("from").String(from);
     w.Key("to").String(to);
-    w.Key("type").String(LinkText(type, lag));
+    w.Key("type").Link(type, lag);
     w.End('}');
   };
   if (s.Source) {
     const PlanTasks& plan = *s.Source;
-    for (std::size_t i = 0; i < plan.size(); ++i) task(PlanTaskTimes(plan[i], s.Figures[i]));
+    // One record for every task: its strings keep their room.
+    TaskTimes k;
+    for (std::size_t i = 0; i < plan.size(); ++i) {
+      PlanTaskTimes(plan[i], s.Figures[i], k);
+      task(k);
+    }
     w.End(']');
     w.Key("links").Begin('[');
     for (const PlanTask& t : plan)

@@ -167,6 +167,8 @@ struct TaskFigures {
 
 // A plan's task with its figures, as the reports show it.
 TaskTimes PlanTaskTimes(const PlanTask& task, const TaskFigures& figures);
+// The same into k.
+void PlanTaskTimes(const PlanTask& task, const TaskFigures& figures, TaskTimes& k);
 
 struct Schedule {
   bool Plan = false;  // read as tasks: the reports name tasks, not events
