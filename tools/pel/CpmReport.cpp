@@ -388,16 +388,10 @@ class JsonWriter {
 
  private:
   static constexpr std::size_t PieceSize = std::size_t{1} << 20;
-  // Before a value: a comma after the previous item, a new line and the
-  // indentation, unless the value follows its key. A full piece goes to the
-  // sink first.
+  // Before a value: a comma after the previous item and, outside a record
+  // on one line, a new line and the indentation, unless the value follows
+  // its key.
   void Item() {
-    if (FUsed > PieceSize - 4096) {
-      FText.resize(FUsed);
-      FSink.Write(FText);
-      FText.resize(PieceSize);
-      FUsed = 0;
-    }
     if (FKeyed) {
       FKeyed = false;
       return;
@@ -405,8 +399,19 @@ class JsonWriter {
     if (FOpen.empty()) return;
     Open& open = FOpen.back();
     if (open.Flat) {
-      if (!open.Empty) Put(", ");
+      if (!open.Empty) {
+        std::memcpy(Room(2), ", ", 2);
+        FUsed += 2;
+      }
     } else {
+      // Only a line's start hands a full piece over: a record on one line
+      // stays in one piece (the piece grows for a long one).
+      if (FUsed > PieceSize - 4096) {
+        FText.resize(FUsed);
+        FSink.Write(FText);
+        FText.resize(PieceSize);
+        FUsed = 0;
+      }
       if (!open.Empty) Put(',');
       NewLine();
     }
@@ -522,7 +527,7 @@ void RenderJson(const Schedule& s, std::ostream& out) {
     w.Key("start_date").String(StartDate(s, 0));
     w.Key("finish_date").String(CompletionDate(s, s.CompletionTime));
   }
-  auto time = [&](const char* key, int64_t steps) {
+  auto time = [&](std::string_view key, int64_t steps) {
     if (s.Scale == 1)
       w.Key(key).Int(steps);
     else
