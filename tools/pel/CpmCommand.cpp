@@ -93,6 +93,7 @@ struct Input {
   PlanTasks Plan;
   std::vector<Estimate> Estimates() const {
     std::vector<Estimate> e;
+    e.reserve(IsPlan ? Plan.size() : Lines.size());
     if (IsPlan)
       for (const auto& t : Plan) e.push_back(t.Est);
     else
