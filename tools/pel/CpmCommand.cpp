@@ -261,8 +261,7 @@ class PlanBuilder {
     const PlanTask& t = tasks[i];
     int64_t total = FTotal + t.Duration;
     for (const PlanLink& l : t.Predecessors) {
-      const bool toFinish = l.Type == LinkType::FF || l.Type == LinkType::SF;
-      const int64_t weight = int64_t{l.Lag} - (toFinish ? t.Duration : 0);
+      const int64_t weight = Weight(l, t);
       total += weight < 0 ? -weight : weight;
       if (total > std::numeric_limits<int32_t>::max()) return false;
     }
@@ -271,14 +270,21 @@ class PlanBuilder {
     for (std::size_t k = 0; k < t.Predecessors.size(); ++k) {
       const PlanLink& l = t.Predecessors[k];
       const bool fromFinish = l.Type == LinkType::FS || l.Type == LinkType::FF;
-      const bool toFinish = l.Type == LinkType::FF || l.Type == LinkType::SF;
-      const int64_t weight = int64_t{l.Lag} - (toFinish ? t.Duration : 0);
       Dummy(fromFinish ? FFinishes[l.Task] : FStarts[l.Task], FStarts[i],
-            static_cast<int32_t>(weight),
-            {nullptr, -1, l.Lag, toFinish ? static_cast<int32_t>(i) : -1, t.Line}, i,
+            static_cast<int32_t>(Weight(l, t)),
+            {nullptr, -1, l.Lag, ToFinish(l) ? static_cast<int32_t>(i) : -1, t.Line}, i,
             static_cast<int32_t>(k));
     }
     return true;
+  }
+  // Whether link l fixes its task's finish (FF, SF): its dummy then runs to
+  // the task's start less the task's duration.
+  static bool ToFinish(const PlanLink& l) {
+    return l.Type == LinkType::FF || l.Type == LinkType::SF;
+  }
+  // The duration of the dummy for link l into task t.
+  static int64_t Weight(const PlanLink& l, const PlanTask& t) {
+    return int64_t{l.Lag} - (ToFinish(l) ? t.Duration : 0);
   }
   // A dummy edge and its role; what it stands for when the dummies are shown.
   void Dummy(TPelGraphNode* from, TPelGraphNode* to, int32_t weight, EdgeRole role,

@@ -224,11 +224,17 @@ std::vector<TaskLine> ParseCsvNetwork(std::istream& in, const std::string& file)
   return tasks;
 }
 
+char* WriteLinkText(char* at, LinkType type, int32_t lag) {
+  static constexpr char names[][3] = {"FS", "SS", "FF", "SF"};
+  std::memcpy(at, names[static_cast<int>(type)], 2);
+  at += 2;
+  if (lag > 0) *at++ = '+';
+  return lag ? std::to_chars(at, at + 11, lag).ptr : at;
+}
+
 std::string LinkText(LinkType type, int32_t lag) {
-  static const char* names[] = {"FS", "SS", "FF", "SF"};
-  std::string text = names[static_cast<int>(type)];
-  if (lag) text += (lag > 0 ? "+" : "") + std::to_string(lag);
-  return text;
+  char text[MaxLinkText];
+  return std::string(text, WriteLinkText(text, type, lag));
 }
 
 bool HasPlanHeader(const std::string& data) {

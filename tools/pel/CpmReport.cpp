@@ -329,13 +329,9 @@ class JsonWriter {
   // A link's type and lag as LinkText writes them ("FS", "SS+2", "FF-1").
   void Link(LinkType type, int32_t lag) {
     Item();
-    static constexpr const char* names[] = {"FS", "SS", "FF", "SF"};
-    char* at = Room(16);
-    *at++ = '"';
-    std::memcpy(at, names[static_cast<int>(type)], 2);
-    at += 2;
-    if (lag > 0) *at++ = '+';
-    if (lag) at = std::to_chars(at, at + 12, lag).ptr;
+    char* at = Room(MaxLinkText + 2);
+    *at = '"';
+    at = WriteLinkText(at + 1, type, lag);
     *at++ = '"';
     FUsed = static_cast<std::size_t>(at - FText.data());
   }

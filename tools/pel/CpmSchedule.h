@@ -105,6 +105,10 @@ void ParsePlan(
     std::string_view data, PlanBounds bounds, const std::string& file, PlanTasks& tasks,
     const std::function<void(const PlanTask* Tasks, std::size_t Count, std::size_t Known)>& ready);
 std::string LinkText(LinkType type, int32_t lag);  // "FS+2", "SS", "FF-1"
+// The same written at At, which has room for MaxLinkText characters; returns
+// the end of the text.
+constexpr std::size_t MaxLinkText = 14;
+char* WriteLinkText(char* at, LinkType type, int32_t lag);
 
 struct EventTimes {
   std::string Name;
