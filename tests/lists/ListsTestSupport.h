@@ -12,31 +12,23 @@
 
 namespace pel::test {
 
-// An item whose destruction is counted: lists must never free items.
-class TCountedItem : public TObject {
-  PEL_CLASS(TCountedItem, TObject)
+// Objects of Base whose number alive is counted: lists must never free
+// items, and must free exactly their nodes (a table exactly its entries).
+template <class Base>
+class TCounted : public Base {
  public:
+  using Base::Base;
   static inline int Alive = 0;
-  TCountedItem() { ++Alive; }
-  ~TCountedItem() override { --Alive; }
-};
 
-// Nodes whose destruction is counted: lists must free exactly their nodes.
-class TCountedNode : public TSQNode {
-  PEL_CLASS(TCountedNode, TSQNode)
- public:
-  static inline int Alive = 0;
-  TCountedNode() { ++Alive; }
-  ~TCountedNode() override { --Alive; }
+ private:
+  struct TTally {
+    TTally() { ++Alive; }
+    ~TTally() { --Alive; }
+  } FTally;
 };
-
-class TCountedDoubleNode : public TSQDoubleNode {
-  PEL_CLASS(TCountedDoubleNode, TSQDoubleNode)
- public:
-  static inline int Alive = 0;
-  TCountedDoubleNode() { ++Alive; }
-  ~TCountedDoubleNode() override { --Alive; }
-};
+using TCountedItem = TCounted<TObject>;
+using TCountedNode = TCounted<TSQNode>;
+using TCountedDoubleNode = TCounted<TSQDoubleNode>;
 
 // Counts OnChange calls of a list.
 struct TChangeCounter {

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <climits>
 #include <cstdint>
-#include <map>
 #include <random>
 #include <string>
 #include <vector>
@@ -124,39 +123,6 @@ TEST(PelPriorityQueueCost, SameAsThePlainWalkUnderRandomOperations) {
   }
 }
 
-// The order index alone, against a map, through block splits and removals.
-TEST(PelPriorityQueueCost, OrderIndexAgreesWithAMap) {
-  using detail::TPriorityRuns;
-  auto node = [](intptr_t n) { return reinterpret_cast<TSQNode*>(n * 16); };
-  std::mt19937 rng(7);
-  TPriorityRuns R;
-  std::map<int32_t, TPriorityRuns::TRun> M;
-  for (int step = 0; step < 40000; ++step) {
-    int32_t p = static_cast<int32_t>(rng() % 3000);
-    if (rng() % 3 != 0 || M.empty()) {  // grow to about two thousand
-      auto [run, added] = R.Add(p, {node(step), node(step)});
-      ASSERT_EQ(added, M.count(p) == 0);
-      run->Last = node(~step);  // the run handed back is the one stored
-      M.insert({p, {node(step), node(step)}}).first->second.Last = node(~step);
-    } else {
-      // Half the removals take the smallest, as a queue's pops do: whole
-      // blocks empty at the front.
-      auto it = rng() % 2 ? M.lower_bound(p) : M.begin();
-      if (it == M.end()) it = M.begin();
-      R.Remove(it->first);
-      M.erase(it);
-    }
-    auto found = M.find(p), next = M.lower_bound(p);
-    TPriorityRuns::TRun *run = R.Find(p), *before, *at;
-    ASSERT_EQ(run ? run->Last : nullptr, found != M.end() ? found->second.Last : nullptr);
-    if (next != M.begin() && next != M.end()) {
-      R.Around(p, before, at);
-      ASSERT_EQ(at->First, next->second.First);
-      ASSERT_EQ(before->Last, std::prev(next)->second.Last);
-    }
-  }
-}
-
 TEST(PelPriorityQueueCost, LargeQueuesKeepTheirOrder) {
   // Sizes at which a quadratic step would stall the suite; what they cost is
   // measured in bench/QueuesBench.
@@ -188,10 +154,6 @@ TEST(PelPriorityQueueCost, LargeQueuesKeepTheirOrder) {
   for (int i = 0; i < 299'999; ++i, L->Delete(0)) ASSERT_EQ(L->Get(0), std::to_string(i));
   EXPECT_EQ(L->Get(0), "299999");
   EXPECT_EQ(L->GetCapacity(), capacity);
-  // The string priority queue links nothing, but keeps every node it took.
-  Owned<TPelPriorityStringQueue> S = Make<TPelPriorityStringQueue>();
-  for (int i = 0; i < 200'000; ++i) S->PushP(nullptr, prio(rng));
-  EXPECT_TRUE(S->IsEmpty());
 }
 
 // A plain queue or stack skips its own no-op calls; a descendant that

@@ -22,16 +22,8 @@ class TCountedNodes : public Base {
 using TCountedQueue = TCountedNodes<TPelQueue>;
 using TCountedStack = TCountedNodes<TPelStack>;
 
-class TCountedPriorityStringNode : public TSQPriorityStringNode {
-  PEL_CLASS(TCountedPriorityStringNode, TSQPriorityStringNode)
- public:
-  static inline int Alive = 0;
-  explicit TCountedPriorityStringNode(int32_t P) : TSQPriorityStringNode(P) { ++Alive; }
-  ~TCountedPriorityStringNode() override { --Alive; }
-};
-
+using TCountedPriorityStringNode = TCounted<TSQPriorityStringNode>;
 class TCountedPriorityStringQueue : public TPelPriorityStringQueue {
-  PEL_CLASS(TCountedPriorityStringQueue, TPelPriorityStringQueue)
  public:
   TSQNode* NewNode() override { return New<TCountedPriorityStringNode>(0); }
 };
