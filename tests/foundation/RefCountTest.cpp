@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <vector>
-
 #include "foundation/CommonInterfaces.h"
 #include "foundation/RefCount.h"
 
@@ -67,46 +65,8 @@ TEST(RefCount, OwnerDiesOnlyOnTheStepToZero) {
   Free(obj);
 }
 
-namespace {
-
-// One position served as pointers and as strings.
-class TWordIterator : public TInterfacedObject,
-                      public TPointerIteratorAdapter,
-                      public TStringIteratorAdapter {
-  PEL_CLASS(TWordIterator, TInterfacedObject)
- public:
-  explicit TWordIterator(std::vector<String> words) : FWords(std::move(words)) {}
-  bool GetInterface(const TGUID& IID, void** Obj) override {
-    return GetInterfaceOf<TWordIterator, IIterator, IStringIterator>(this, IID, Obj);
-  }
-  int32_t GetCount() override { return static_cast<int32_t>(FWords.size()); }
-  bool HasMoreElements() override { return GetCount() - 1 > FPos; }
-  void Reset() override { FPos = -1; }
-  void* CurrentElementP() override { return &FWords[FPos]; }
-  void* NextElementP() override { return &FWords[++FPos]; }
-  String CurrentElementS() override { return FWords[FPos]; }
-  String NextElementS() override { return FWords[++FPos]; }
-
- private:
-  std::vector<String> FWords;
-  int32_t FPos = -1;
-};
-
-}  // namespace
-
-TEST(CommonInterfaces, IteratorsShareOnePosition) {
-  IPtr<IStringIterator> s(New<TWordIterator>(std::vector<String>{"a", "b", "c"}));
-  IPtr<IIterator> p = Supports<IIterator>(s);
-  ASSERT_TRUE(p);
-  EXPECT_EQ(s->NextElement(), "a");
-  EXPECT_EQ(*static_cast<String*>(p->NextElement()), "b");
-  EXPECT_EQ(s->CurrentElement(), "b");
-  EXPECT_EQ(s->NextElement(), "c");
-  EXPECT_FALSE(p->HasMoreElements());
-  p->Reset();
-  EXPECT_EQ(s->NextElement(), "a");
-}
-
+// The iterator adapters are exercised through the hash tables' and the
+// interface collections' enumerators.
 TEST(CommonInterfaces, IdentitiesAreDistinct) {
   const TGUID ids[] = {ICloneable::IID,      IIntegerLocation::IID, ILocation::IID,
                        IIterator::IID,       IStringIterator::IID,  IInterfaceIterator::IID,

@@ -24,18 +24,6 @@ class TTreeHolder : public TComponent {
 }  // namespace
 
 TEST(PelTreeProperties, PublishedPropertiesRoundTrip) {
-  // The getters behind the node properties.
-  auto tree = Make<TPelHeightBalancedTree>();
-  tree->Add(nullptr, 2);
-  TPelHeightBalancedTreeNode* low = tree->Add(nullptr, 1);
-  tree->Add(nullptr, 3);
-  TPelHeightBalancedTreeNode* root = tree->GetRoot();
-  EXPECT_EQ(GetObjectProp(tree.get(), "Root"), root);
-  EXPECT_EQ(GetOrdProp(root, "ChildCount"), 2);
-  EXPECT_EQ(GetObjectProp(root, "Left"), low);
-  EXPECT_EQ(GetObjectProp(low, "Parent"), root);
-  EXPECT_EQ(GetObjectProp(low, "Owner"), tree.get());
-
   // Duplicates and a named handler survive a component stream; an unnamed
   // handler is not written. The nodes are not written either, so a tree
   // with contents still reads back (into an empty tree).
