@@ -336,7 +336,7 @@ TEST(PelHashTable, PositionsRunUpwardsEnumerationDownwards) {
 TEST(PelHashTable, EnumeratorsAndZeroCapacity) {
   auto t = Make<TProbeTable>();
   ExpectRaises<EPelHashtableError>([&] { t->Elements()->NextElement(); }, "No such element");
-    for (intptr_t k = 1; k <= 30; ++k) t->Put(P(k), P(k * 100));
+  for (intptr_t k = 1; k <= 30; ++k) t->Put(P(k), P(k * 100));
   IPtr<IIterator> values = t->Elements();
   EXPECT_EQ(P(3000), values->NextElement());
   EXPECT_EQ(P(3000), values->CurrentElement());

@@ -379,7 +379,8 @@ TEST(PelHeightBalancedTree, RotationsAndFactors) {
   // The table is not mirrored for the right-hand case: 30 and 50 keep the
   // left-hand values (the real factors are +1 and 0, then 0 and -1). Intended.
   EXPECT_EQ(shapeOf({30, 20, 50, 40, 60, 45}), "40/0(30/0(20/0(- -) -) 50/1(45/0(- -) 60/0(- -)))");
-  EXPECT_EQ(shapeOf({30, 20, 50, 40, 60, 35}), "40/0(30/-1(20/0(- -) 35/0(- -)) 50/0(- 60/0(- -)))");
+  EXPECT_EQ(shapeOf({30, 20, 50, 40, 60, 35}),
+            "40/0(30/-1(20/0(- -) 35/0(- -)) 50/0(- 60/0(- -)))");
 }
 
 TEST(PelHeightBalancedTree, DuplicatesFindAndBracket) {
