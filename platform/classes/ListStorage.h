@@ -35,6 +35,7 @@ class SlotArray {
   T* data() { return FItems.data(); }
   const T* data() const { return FItems.data(); }
   std::size_t size() const { return FItems.size(); }
+  std::size_t room() const { return FItems.capacity(); }
   void resize(std::size_t N) { FItems.resize(N); }
   void release_spare() {
     if (FItems.capacity() > FItems.size() * 2 + 16) FItems.shrink_to_fit();
@@ -55,6 +56,7 @@ class SlotArray<T, true> {
   T* data() { return FItems; }
   const T* data() const { return FItems; }
   std::size_t size() const { return FSize; }
+  std::size_t room() const { return FRoom; }
   // The block grows at least twofold and shrinks only to a quarter: a list
   // that grows in the framework's steps of a quarter would otherwise have
   // realloc copy it at every step once the allocator no longer maps large
@@ -85,8 +87,12 @@ class SlotArray<T, true> {
 template <class T>
 class FrontGapSlots {
  public:
-  T* Data() { return FSlots.data() + FFront; }
-  const T* Data() const { return FSlots.data() + FFront; }
+  FrontGapSlots() = default;
+  FrontGapSlots(const FrontGapSlots&) = delete;
+  FrontGapSlots& operator=(const FrontGapSlots&) = delete;
+
+  T* Data() { return FFirst; }
+  const T* Data() const { return FFirst; }
   T& operator[](int32_t Index) { return Data()[Index]; }
   const T& operator[](int32_t Index) const { return Data()[Index]; }
 
@@ -96,6 +102,7 @@ class FrontGapSlots {
     FSlots.resize(Pos(Capacity));
     // Memory goes back when the slots shrink a lot.
     FSlots.release_spare();
+    SetFront(0);
   }
 
   // Removes slot Index of the Count in use; the vacated slot is cleared.
@@ -108,11 +115,12 @@ class FrontGapSlots {
       // resource is let go.
       if constexpr (!std::is_trivially_copyable_v<T>) *first = T();
       ++FFront;
+      ++FFirst;
       KeepRoom(Count - 1, Capacity);
     } else {
       std::move(first + Index + 1, first + Count, first + Index);
       first[Count - 1] = T();
-      if (Count == 1) FFront = 0;
+      if (Count == 1) SetFront(0);
     }
   }
 
@@ -122,7 +130,7 @@ class FrontGapSlots {
   T& Open(int32_t Index, int32_t Count) {
     T* first;
     if (FFront > 0 && Index < Count / 2 + 1) {
-      --FFront;
+      SetFront(FFront - 1);
       first = Data();
       std::move(first + 1, first + Index + 1, first);
     } else {
@@ -136,32 +144,46 @@ class FrontGapSlots {
  private:
   static std::size_t Pos(int32_t N) { return static_cast<std::size_t>(N); }
 
+  // The gap, and the first item's slot with it (kept apart as the
+  // queue's every step reads it).
+  void SetFront(int32_t Front) {
+    FFront = Front;
+    FFirst = FSlots.data() + Front;
+  }
+
   // Moves the items to the start of the array.
   void Compact(int32_t Count) {
     if (FFront == 0) return;
     T* slots = FSlots.data();
     std::move(slots + FFront, slots + FFront + Count, slots);
     std::fill(slots + Count, slots + FFront + Count, T());
-    FFront = 0;
+    SetFront(0);
   }
 
-  // Keeps Capacity slots after the gap: gives the gap back when it is at
-  // least as large as the items, otherwise adds room by half again, so both
-  // cost constant time per deletion on average.
+  // Keeps Capacity slots after the gap: first takes the room the array
+  // already has, then gives the gap back when it is at least as large as the
+  // items, otherwise adds room by half again, so each costs constant time per
+  // deletion on average.
   void KeepRoom(int32_t Count, int32_t Capacity) {
     if (Pos(FFront) + Pos(Capacity) > FSlots.size()) MakeRoom(Count, Capacity);
   }
   void MakeRoom(int32_t Count, int32_t Capacity) {
     std::size_t need = Pos(FFront) + Pos(Capacity);
+    if (need <= FSlots.room()) {
+      FSlots.resize(FSlots.room());
+      return;
+    }
     if (FFront >= Count) {
       Compact(Count);
       return;
     }
     FSlots.resize(std::max(need, FSlots.size() + FSlots.size() / 2));
+    SetFront(FFront);
   }
 
   SlotArray<T> FSlots;
-  int32_t FFront = 0;  // slots before the first item
+  T* FFirst = nullptr;  // FSlots.data() + FFront
+  int32_t FFront = 0;   // slots before the first item
 };
 
 }  // namespace pel::detail
