@@ -603,17 +603,18 @@ void TPelPriorityQueue::Rebuild() {
   FOrder = orSorted;
 }
 
-TSQNode* TPelPriorityQueue::IndexedPlace(int32_t P, TSQNode*& Prev) {
+TSQNode* TPelPriorityQueue::IndexedPlace(detail::TPriorityRuns::TPlace At, TSQNode*& Prev) {
   detail::TPriorityRuns::TRun* before;
   detail::TPriorityRuns::TRun* run;
-  FRuns.Around(P, before, run);
+  FRuns.Around(At, before, run);
   Prev = before->Last;
   return run->First;
 }
 
-void TPelPriorityQueue::IndexInsert(TSQPriorityNode* Node, TSQNode* Prev, TSQNode* Next) {
+void TPelPriorityQueue::IndexInsert(TSQPriorityNode* Node, TSQNode* Prev, TSQNode* Next,
+                                    detail::TPriorityRuns::TPlace At) {
   Node->FLinked = true;
-  auto [run, added] = FRuns.Add(Node->GetPriority(), {Node, Node});
+  auto [run, added] = FRuns.Add(Node->GetPriority(), {Node, Node}, At);
   if (added) return;
   // Linked into the run of equal priorities: at its front or its back.
   if (run->First == Next) run->First = Node;
@@ -621,9 +622,10 @@ void TPelPriorityQueue::IndexInsert(TSQPriorityNode* Node, TSQNode* Prev, TSQNod
 }
 
 void TPelPriorityQueue::IndexDelete(TSQPriorityNode* Node, TSQNode* Prev) {
-  detail::TPriorityRuns::TRun* run = FRuns.Find(Node->GetPriority());
+  const auto at = FRuns.Locate(Node->GetPriority());
+  detail::TPriorityRuns::TRun* run = FRuns.Find(Node->GetPriority(), at);
   if (run->First == Node && run->Last == Node) {
-    FRuns.Remove(Node->GetPriority());
+    FRuns.Remove(at);
   } else if (run->First == Node) {
     run->First = Node->GetNext();
   } else if (run->Last == Node) {
@@ -635,6 +637,9 @@ TSQNode* TPelPriorityQueue::Insert(TSQNode* Node, TSQNode*) {
   TSQPriorityNode* node = As<TSQPriorityNode>(CheckAssigned(Node));
   int32_t p = node->GetPriority();
   bool indexed = Indexed(true);
+  // Where the index has or takes priority p: found once for the place and
+  // the entry.
+  const auto at = indexed ? FRuns.Locate(p) : detail::TPriorityRuns::TPlace{};
   Reset();
   TSQNode* prev = nullptr;
   TSQNode* next = nullptr;
@@ -654,7 +659,7 @@ TSQNode* TPelPriorityQueue::Insert(TSQNode* Node, TSQNode*) {
     FTail->SetNext(node);
     FTail = node;
   } else if (indexed) {
-    next = IndexedPlace(p, prev);
+    next = IndexedPlace(at, prev);
     // Where the walk would have left the cursor: after the node it stopped at.
     SetCurrentAfter(next);
     node->SetNext(next);
@@ -671,7 +676,7 @@ TSQNode* TPelPriorityQueue::Insert(TSQNode* Node, TSQNode*) {
       prev = walked;
     }
   }
-  if (indexed) IndexInsert(node, prev, next);
+  if (indexed) IndexInsert(node, prev, next, at);
   ++FCount;
   OwnChange([this] { Change(); });
   return Node;

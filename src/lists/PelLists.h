@@ -538,8 +538,9 @@ class TPelPriorityQueue : public TPelQueue {
   bool Indexed(bool Check);
   void Rebuild();
   // The node before which the walk would link priority P (head < P < tail).
-  TSQNode* IndexedPlace(int32_t P, TSQNode*& Prev);
-  void IndexInsert(TSQPriorityNode* Node, TSQNode* Prev, TSQNode* Next);
+  TSQNode* IndexedPlace(detail::TPriorityRuns::TPlace At, TSQNode*& Prev);
+  void IndexInsert(TSQPriorityNode* Node, TSQNode* Prev, TSQNode* Next,
+                   detail::TPriorityRuns::TPlace At);
   void IndexDelete(TSQPriorityNode* Node, TSQNode* Prev);
   // Runs Body, whose change notification is the queue's own.
   template <class Body>

@@ -36,55 +36,72 @@ class TPriorityRuns {
   }
   bool Empty() const { return FBlocks.size() == FFront; }
 
+  // Where the first priority at least P is, or would go: in the last block
+  // whose smallest priority is at most P (else the first block), possibly
+  // just after its last priority. Block is past the end only when there are
+  // no blocks. Blocks are counted from the start of the table, dead front
+  // included. A place holds until the index next changes; the operations
+  // below take the place of their priority.
+  struct TPlace {
+    std::size_t Block;
+    std::size_t Index;
+  };
+  TPlace Locate(int32_t P) const {
+    const auto live = FFirsts.begin() + Diff(FFront);
+    auto next = std::upper_bound(live, FFirsts.end(), P);
+    if (next == live) return {FFront, 0};
+    std::size_t block = static_cast<std::size_t>(std::prev(next) - FFirsts.begin());
+    const TBlock& b = FBlocks[block];
+    auto first = b.Keys.begin() + Diff(b.Start);
+    return {block, static_cast<std::size_t>(std::lower_bound(first, b.Keys.end(), P) - first)};
+  }
+
   // The run of priority P, or nothing.
-  TRun* Find(int32_t P) {
-    TPlace at = Locate(P);
-    if (at.Block == FBlocks.size() || at.Index == FBlocks[at.Block].Size()) return nullptr;
-    TBlock& b = FBlocks[at.Block];
-    return b.Key(at.Index) == P ? &b.Run(at.Index) : nullptr;
+  TRun* Find(int32_t P, TPlace At) {
+    if (At.Block == FBlocks.size() || At.Index == FBlocks[At.Block].Size()) return nullptr;
+    TBlock& b = FBlocks[At.Block];
+    return b.Key(At.Index) == P ? &b.Run(At.Index) : nullptr;
   }
 
   // The run of the smallest priority at least P, and the run before it;
   // both must exist.
-  void Around(int32_t P, TRun*& Before, TRun*& Run) {
-    TPlace at = Locate(P);
-    if (at.Index == FBlocks[at.Block].Size()) {
-      ++at.Block;
-      at.Index = 0;
+  void Around(TPlace At, TRun*& Before, TRun*& Run) {
+    if (At.Index == FBlocks[At.Block].Size()) {
+      ++At.Block;
+      At.Index = 0;
     }
-    Run = &FBlocks[at.Block].Run(at.Index);
+    Run = &FBlocks[At.Block].Run(At.Index);
     Before =
-        at.Index > 0 ? &FBlocks[at.Block].Run(at.Index - 1) : &FBlocks[at.Block - 1].Runs.back();
+        At.Index > 0 ? &FBlocks[At.Block].Run(At.Index - 1) : &FBlocks[At.Block - 1].Runs.back();
   }
 
   // Adds the run of P unless there is one; returns the run and whether it
   // was added.
-  std::pair<TRun*, bool> Add(int32_t P, TRun Run) {
+  std::pair<TRun*, bool> Add(int32_t P, TRun Run) { return Add(P, Run, Locate(P)); }
+  std::pair<TRun*, bool> Add(int32_t P, TRun Run, TPlace At) {
     if (Empty()) {
       Clear();
       FBlocks.push_back({{P}, {Run}});
       FFirsts.push_back(P);
       return {&FBlocks[0].Run(0), true};
     }
-    TPlace at = Locate(P);
-    TBlock* b = &FBlocks[at.Block];
-    if (at.Index < b->Size() && b->Key(at.Index) == P) return {&b->Run(at.Index), false};
-    b->Insert(at.Index, P, Run);
-    FFirsts[at.Block] = b->Key(0);
+    TBlock* b = &FBlocks[At.Block];
+    if (At.Index < b->Size() && b->Key(At.Index) == P) return {&b->Run(At.Index), false};
+    b->Insert(At.Index, P, Run);
+    FFirsts[At.Block] = b->Key(0);
     if (b->Size() > kMaxBlock) {
-      Split(at.Block);
-      if (at.Index >= kMaxBlock / 2) {
-        ++at.Block;
-        at.Index -= kMaxBlock / 2;
+      Split(At.Block);
+      if (At.Index >= kMaxBlock / 2) {
+        ++At.Block;
+        At.Index -= kMaxBlock / 2;
       }
-      b = &FBlocks[at.Block];
+      b = &FBlocks[At.Block];
     }
-    return {&b->Run(at.Index), true};
+    return {&b->Run(At.Index), true};
   }
 
-  // Removes the run of P, which must exist.
-  void Remove(int32_t P) {
-    TPlace at = Locate(P);
+  // Removes the run at At, which must exist.
+  void Remove(TPlace at) {
     TBlock& b = FBlocks[at.Block];
     b.Erase(at.Index);
     if (b.Size() == 0 && at.Block == FFront) {
@@ -142,27 +159,8 @@ class TPriorityRuns {
       Start = 0;
     }
   };
-  // Where the first priority at least P is, or would go: in the last block
-  // whose smallest priority is at most P (else the first block), possibly
-  // just after its last priority. Block is past the end only when there are
-  // no blocks. Blocks are counted from the start of the table, dead front
-  // included.
-  struct TPlace {
-    std::size_t Block;
-    std::size_t Index;
-  };
 
   static std::ptrdiff_t Diff(std::size_t N) { return static_cast<std::ptrdiff_t>(N); }
-
-  TPlace Locate(int32_t P) const {
-    const auto live = FFirsts.begin() + Diff(FFront);
-    auto next = std::upper_bound(live, FFirsts.end(), P);
-    if (next == live) return {FFront, 0};
-    std::size_t block = static_cast<std::size_t>(std::prev(next) - FFirsts.begin());
-    const TBlock& b = FBlocks[block];
-    auto first = b.Keys.begin() + Diff(b.Start);
-    return {block, static_cast<std::size_t>(std::lower_bound(first, b.Keys.end(), P) - first)};
-  }
 
   void Split(std::size_t Block) {
     TBlock upper;
