@@ -1,9 +1,11 @@
 #include "foundation/Cells.h"
 
 #include <algorithm>
+#include <atomic>
 #include <iterator>
 #include <mutex>
 #include <new>
+#include <thread>
 #include <vector>
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -21,13 +23,28 @@ namespace pel::detail {
 
 namespace {
 
+// The pool's lock: a cell is taken or given in a few instructions, and an
+// uncontended mutex would cost more than that (two atomic operations and
+// two calls); a waiting thread yields.
+class TSpinLock {
+ public:
+  void lock() noexcept {
+    while (FHeld.exchange(true, std::memory_order_acquire))
+      while (FHeld.load(std::memory_order_relaxed)) std::this_thread::yield();
+  }
+  void unlock() noexcept { FHeld.store(false, std::memory_order_release); }
+
+ private:
+  std::atomic<bool> FHeld{false};
+};
+
 // See Cells.h.
 class TCellPool {
  public:
   void* Take(std::size_t Size) {
     const std::size_t k = (Size + 7) / 8;
     if (!PEL_CELL_POOLS || k >= kSizes) return ::operator new(Size);
-    std::lock_guard<std::mutex> lock(FLock);
+    std::lock_guard<TSpinLock> lock(FLock);
     if (!FFree[k]) Refill(k);
     void* cell = FFree[k];
     FFree[k] = *static_cast<void**>(cell);
@@ -40,7 +57,7 @@ class TCellPool {
       ::operator delete(Ptr);
       return;
     }
-    std::lock_guard<std::mutex> lock(FLock);
+    std::lock_guard<TSpinLock> lock(FLock);
     *static_cast<void**>(Ptr) = FFree[k];
     FFree[k] = Ptr;
     if (--FLive > 0) return;
@@ -67,7 +84,7 @@ class TCellPool {
       if (at == 0) break;
     }
   }
-  std::mutex FLock;
+  TSpinLock FLock;
   void* FFree[kSizes] = {};
   std::vector<void*> FBlocks;
   std::size_t FLive = 0;

@@ -12,7 +12,7 @@
 // program that keeps one object of a million freed ones keeps their blocks.
 // Larger requests go to the ordinary allocator.
 //
-// The cells are shared by all threads (a mutex guards them). Builds with
+// The cells are shared by all threads (a spin lock guards them). Builds with
 // AddressSanitizer use the ordinary allocator, so that it still sees every
 // object; so does a class aligned beyond what new guarantees (a cell is
 // aligned as its size allows, up to 16).
