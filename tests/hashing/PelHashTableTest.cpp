@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <limits>
 #include <random>
@@ -62,15 +63,12 @@ class TProbeStringTable : public TPelStringHashtable {
 String Digits(int32_t K) { return IntToStr(static_cast<int32_t>(K & 0x7FFFFFFF)); }
 int32_t TextTruncation(int32_t K, int32_t Size) {
   String s = Digits(K);
-  size_t d = IntToStr(Size).size();
-  if (d < s.size()) s = s.substr(s.size() - d);
-  return StrToInt(s) % Size;
+  return StrToInt(s.substr(s.size() - std::min(s.size(), IntToStr(Size).size()))) % Size;
 }
 int32_t TextMidSquare(int32_t K, int32_t Size) {
   String s = Digits(static_cast<int32_t>(static_cast<uint32_t>(K) * static_cast<uint32_t>(K)));
-  size_t d = IntToStr(Size).size(), m = s.size(), h = m / 2;
-  if (d < h) s = s.substr(m - h, d);
-  return StrToInt(s) % Size;
+  size_t d = IntToStr(Size).size(), h = s.size() / 2;
+  return StrToInt(d < h ? s.substr(s.size() - h, d) : s) % Size;
 }
 int32_t TextFolding(int32_t K, int32_t Size) {
   String s = Digits(K), t(1, s[0]);
@@ -464,7 +462,8 @@ TEST(PelHashTable, AssignBetweenTablesAndLists) {
   out->Add("old");
   out->Assign(s.get());
   IPtr<IStringIterator> keys = s->Indices();
-  EXPECT_EQ(keys->NextElement() + "," + keys->NextElement(), out->GetCommaText());
+  String order = keys->NextElement();
+  EXPECT_EQ(order + "," + keys->NextElement(), out->GetCommaText());
   EXPECT_EQ(objs[2], out->GetObject(out->IndexOf("one")));
   // Freeing a table clears it through the descendant's Clear.
   EXPECT_EQ("clear(2) ", Logged([&] { s.reset(); }));
