@@ -6,7 +6,6 @@
 #include <cstring>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <new>
 #include <vector>
 

@@ -101,10 +101,10 @@ class TPriorityRuns {
   }
 
   // Removes the run at At, which must exist.
-  void Remove(TPlace at) {
-    TBlock& b = FBlocks[at.Block];
-    b.Erase(at.Index);
-    if (b.Size() == 0 && at.Block == FFront) {
+  void Remove(TPlace At) {
+    TBlock& b = FBlocks[At.Block];
+    b.Erase(At.Index);
+    if (b.Size() == 0 && At.Block == FFront) {
       // The first block (a queue's pops empty it) only moves the front; the
       // dead front is dropped once it is half the table.
       b = TBlock();
@@ -114,10 +114,10 @@ class TPriorityRuns {
         FFront = 0;
       }
     } else if (b.Size() == 0) {
-      FBlocks.erase(FBlocks.begin() + Diff(at.Block));
-      FFirsts.erase(FFirsts.begin() + Diff(at.Block));
+      FBlocks.erase(FBlocks.begin() + Diff(At.Block));
+      FFirsts.erase(FFirsts.begin() + Diff(At.Block));
     } else {
-      FFirsts[at.Block] = b.Key(0);
+      FFirsts[At.Block] = b.Key(0);
     }
   }
 
