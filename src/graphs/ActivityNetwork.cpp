@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <limits>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -217,6 +218,116 @@ void TActivityNetwork::BackwardPass(TStrings* Order) {
   }
 }
 
+TStrings* TActivityNetwork::ComputeInArrays(TStrings* List) {
+  if (!detail::IsExactly<TActivityNetwork>(this) || !GetDirected()) return nullptr;
+  if (auto* list = dynamic_cast<TStringList*>(List);
+      list && (list->GetOnChange() || list->GetOnChanging()))
+    return nullptr;
+  IPtr<IIterator> iterator = GetNodes();
+  TList* nodes = NodeListOf(iterator.get());
+  if (!nodes) return nullptr;
+  const int32_t count = nodes->GetCount();
+  const auto at = [nodes](int32_t Index) {
+    return static_cast<TPelGraphNode*>(nodes->List()[Index]);
+  };
+
+  // The nodes are numbered in enumeration order (the work tags hold the
+  // numbers meanwhile); each node's successors and the durations of the
+  // tasks leading there are listed node after node.
+  std::vector<int32_t> tag(static_cast<std::size_t>(count));  // the working in-degree
+  std::size_t edges = 0;
+  for (int32_t i = 0; i < count; ++i) {
+    TPelGraphNode* node = at(i);
+    if (!detail::IsExactly<TAOEEvent>(node)) return nullptr;
+    tag[i] = node->GetInDegree();
+    node->SetWorkTag(i);
+    edges += static_cast<std::size_t>(node->GetEdgeCount());
+  }
+  if (edges > static_cast<std::size_t>(std::numeric_limits<int32_t>::max())) return nullptr;
+  std::vector<int32_t> first(static_cast<std::size_t>(count) + 1), to, weight;
+  to.reserve(edges);
+  weight.reserve(edges);
+  // A few hundred nodes at a time, each step for all their edges before the
+  // next: the edges, and then their end nodes, are fetched together rather
+  // than one after the other.
+  std::vector<TPelGraphEdge*> chunkEdges;
+  std::vector<TPelGraphNode*> chunkEnds;
+  for (int32_t from = 0; from < count; from += 256) {
+    const int32_t until = std::min(count, from + 256);
+    chunkEdges.clear();
+    for (int32_t i = from; i < until; ++i) {
+      TPelGraphNode* node = at(i);
+      first[i] = static_cast<int32_t>(to.size() + chunkEdges.size());
+      for (int32_t j = 0; j < node->GetEdgeCount(); ++j)
+        chunkEdges.push_back(node->GetEdgeUnchecked(j));
+    }
+    chunkEnds.clear();
+    for (TPelGraphEdge* edge : chunkEdges) {
+      if (!detail::IsExactly<TAOETask>(edge)) return nullptr;
+      chunkEnds.push_back(edge->GetToNode());
+      weight.push_back(static_cast<TAOETask*>(edge)->GetWeight());
+    }
+    const std::size_t base = to.size();
+    for (TPelGraphNode* successor : chunkEnds) to.push_back(successor->GetWorkTag());
+    for (std::size_t k = 0; k < chunkEnds.size(); ++k) {
+      const int32_t index = to[base + k];
+      if (index < 0 || index >= count || at(index) != chunkEnds[k]) return nullptr;
+    }
+  }
+  first[count] = static_cast<int32_t>(to.size());
+
+  // The walk, step for step: the node made ready last goes next. A working
+  // in-degree that falls below zero means an in-degree that does not count
+  // the edges; the walk itself answers for such a network.
+  std::vector<int32_t> earliest(static_cast<std::size_t>(count)), order, ready;
+  order.reserve(static_cast<std::size_t>(count));
+  for (int32_t i = 0; i < count; ++i)
+    if (tag[i] == 0) ready.push_back(i);
+  while (static_cast<int32_t>(order.size()) < count && !ready.empty()) {
+    const int32_t node = ready.back();
+    ready.pop_back();
+    order.push_back(node);
+    for (int32_t k = first[node]; k < first[node + 1]; ++k) {
+      const int32_t successor = to[k];
+      const int32_t time = AddWeights(earliest[node], weight[k]);
+      if (time > earliest[successor]) earliest[successor] = time;
+      if (--tag[successor] == 0)
+        ready.push_back(successor);
+      else if (tag[successor] < 0)
+        return nullptr;
+    }
+  }
+  if (static_cast<int32_t>(order.size()) < count) return nullptr;
+  std::vector<int32_t>().swap(ready);
+
+  // Every successor comes after its node, so each latest time is final
+  // before the nodes leading there read it.
+  std::vector<int32_t> latest(static_cast<std::size_t>(count));
+  for (int32_t place = count - 1; place >= 0; --place) {
+    const int32_t node = order[place];
+    int32_t time = place == count - 1 ? earliest[node] : InfiniteWeight;
+    for (int32_t k = first[node]; k < first[node + 1]; ++k)
+      time = std::min(time, SubtractWeights(latest[to[k]], weight[k]));
+    latest[node] = time;
+  }
+  for (int32_t i = 0; i < count; ++i) {
+    auto* event = static_cast<TAOEEvent*>(at(i));
+    event->SetWorkTag(tag[i]);
+    event->SetEarliestEventTime(earliest[i]);
+    event->SetLatestEventTime(latest[i]);
+    for (int32_t j = 0; j < event->GetEdgeCount(); ++j) {
+      auto* task = static_cast<TAOETask*>(event->GetEdgeUnchecked(j));
+      const int32_t k = first[i] + j;
+      task->SetEarliestStartTime(earliest[i]);
+      task->SetLatestStartTime(SubtractWeights(latest[to[k]], weight[k]));
+    }
+  }
+  return FillOrder(List, [&](TStrings* Result) {
+    for (int32_t node : order) Result->AddObject(at(node)->GetCaption(), at(node));
+    return true;
+  });
+}
+
 TStrings* TActivityNetwork::GetEarliestCompletionTime(TAOEEvent* Start, TAOEEvent* Finish,
                                                       TStrings* List, int32_t& Time) {
   TStrings* order = nullptr;
@@ -224,6 +335,8 @@ TStrings* TActivityNetwork::GetEarliestCompletionTime(TAOEEvent* Start, TAOEEven
     BeginUpdateNodes();
     TryFinally(
         [&] {
+          order = ComputeInArrays(List);
+          if (order) return;
           ForEachNode([](TPelGraphNode* node) { As<TAOEEvent>(node)->SetEarliestEventTime(0); });
           order = TopologicalOrder(List);
           if (!IsAcyclic()) throw EGraphException(SGraphNotAcyclic);

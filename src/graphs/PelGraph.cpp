@@ -805,7 +805,7 @@ bool Presize(TStrings* List, int32_t Count) {
 
 }  // namespace
 
-TStrings* TPelCustomGraph::TopologicalOrder(TStrings* List) {
+TStrings* TPelCustomGraph::FillOrder(TStrings* List, const std::function<bool(TStrings*)>& Walk) {
   FAcyclic = false;
   FStale = false;
   TStrings* result = List ? List : New<TStringList>();
@@ -815,6 +815,21 @@ TStrings* TPelCustomGraph::TopologicalOrder(TStrings* List) {
     if (auto* sorted = dynamic_cast<TStringList*>(result)) sorted->SetSorted(false);
     if (result->GetCount() > 0) result->Clear();
     if (!FDirected) return result;
+    initialCapacity = result->GetCapacity();
+    presized = Presize(result, GetNodeCount());
+    FAcyclic = Walk(result);
+    // Short of a full order (a cycle), the capacity the appends made.
+    if (presized) result->SetCapacity(GrownCapacity(initialCapacity, result->GetCount()));
+  } catch (...) {
+    if (presized) result->SetCapacity(GrownCapacity(initialCapacity, result->GetCount()));
+    if (!List) Free(result);
+    throw;
+  }
+  return result;
+}
+
+TStrings* TPelCustomGraph::TopologicalOrder(TStrings* List) {
+  return FillOrder(List, [this](TStrings* Result) {
     // The nodes ready for output; the one made ready last is on top.
     std::vector<TPelGraphNode*> ready;
     ready.reserve(static_cast<std::size_t>(GetNodeCount()));
@@ -822,21 +837,15 @@ TStrings* TPelCustomGraph::TopologicalOrder(TStrings* List) {
       node->SetWorkTag(node->GetInDegree());
       if (node->GetInDegree() == 0) ready.push_back(node);
     });
-    initialCapacity = result->GetCapacity();
-    presized = Presize(result, GetNodeCount());
     // One step of the node enumeration per node output: when it runs out,
     // every node is in the order.
     IPtr<IIterator> nodes = GetNodes();
-    while (true) {
-      if (!nodes->HasMoreElements()) {
-        FAcyclic = true;
-        break;
-      }
-      if (ready.empty()) break;
+    while (nodes->HasMoreElements()) {
+      if (ready.empty()) return false;
       nodes->NextElement();
       TPelGraphNode* node = ready.back();
       ready.pop_back();
-      result->AddObject(node->GetCaption(), node);
+      Result->AddObject(node->GetCaption(), node);
       // The count is read again after each hook: an override may change
       // the node's edges.
       for (int32_t i = 0; i < node->GetEdgeCount(); ++i) {
@@ -846,14 +855,8 @@ TStrings* TPelCustomGraph::TopologicalOrder(TStrings* List) {
         if (successor->GetWorkTag() == 0) ready.push_back(successor);
       }
     }
-    // Short of a full order (a cycle), the capacity the appends made.
-    if (presized) result->SetCapacity(GrownCapacity(initialCapacity, result->GetCount()));
-  } catch (...) {
-    if (presized) result->SetCapacity(GrownCapacity(initialCapacity, result->GetCount()));
-    if (!List) Free(result);
-    throw;
-  }
-  return result;
+    return true;
+  });
 }
 
 bool TPelCustomGraph::IsAcyclic() {

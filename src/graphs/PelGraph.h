@@ -534,6 +534,13 @@ class TPelCustomGraph : public TComponent {
   // The list that Nodes, a fresh iterator of TPelGraph's nodes, walks; null
   // for every other iterator.
   static TList* NodeListOf(IIterator* Nodes);
+  // TopologicalOrder's handling of its list around the walk: List (a new
+  // string list when null) unsorted and emptied, then, in a directed graph,
+  // handed to Walk, which appends the nodes in order and answers whether
+  // every node is in (kept for IsAcyclic). A plain string list that nobody
+  // watches is sized for every node first and, short of a full order, left
+  // with the capacity its appends would have given it.
+  TStrings* FillOrder(TStrings* List, const std::function<bool(TStrings*)>& Walk);
 
   // Set while a node is being added, so that AddNode and SetGraph do not
   // call each other in circles.

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <tuple>
 #include <vector>
@@ -148,17 +149,26 @@ TEST(ActivityNetwork, APlainWeightedEdgeIsNoTask) {
 }
 
 TEST(ActivityNetwork, RandomNetworks) {
-  // The same random network with plain events, and with milestones (a
-  // descendant class) under a logging network: equal times; the hook is
-  // called for every task of each event in topological order; the order
-  // returned for a start and a finish is the plain cut of that order.
+  // The same random network with plain events (computed on arrays), and
+  // with milestones (a descendant class) under a logging network (the walk
+  // itself): equal times and work tags; the hook is called for every task
+  // of each event in topological order; the order returned for a start and
+  // a finish is the plain cut of that order. Some networks are large, with
+  // tasks made in random order, some of them twice.
   std::mt19937 rng(11);
   for (int round = 0; round < 200; ++round) {
-    const int count = 2 + static_cast<int>(rng() % 12);
+    const bool large = round % 10 == 0;
+    const int count =
+        large ? 300 + static_cast<int>(rng() % 400) : 2 + static_cast<int>(rng() % 12);
     std::vector<std::tuple<int, int, int32_t>> links;
     for (int i = 0; i < count; ++i)
       for (int j = i + 1; j < count; ++j)
-        if (rng() % 3 == 0) links.emplace_back(i, j, static_cast<int32_t>(rng() % 10));
+        if (large ? rng() % count < 3 : rng() % 3 == 0)
+          links.emplace_back(i, j, static_cast<int32_t>(rng() % 10));
+    if (large) {
+      for (int k = 0; k < 20; ++k) links.push_back(links[rng() % links.size()]);
+      std::shuffle(links.begin(), links.end(), rng);
+    }
     const int startAt = rng() % 4 ? static_cast<int>(rng() % count) : -1;
     const int finishAt = rng() % 4 ? static_cast<int>(rng() % count) : -1;
     auto plain = Directed();
@@ -193,8 +203,13 @@ TEST(ActivityNetwork, RandomNetworks) {
                                : As<TAOEEvent>(cut->GetObject(last))->GetEarliestEventTime() -
                                      As<TAOEEvent>(cut->GetObject(0))->GetEarliestEventTime());
       for (TAOEEvent* e : events) {
-        times[k].push_back(e->GetEarliestEventTime());
-        times[k].push_back(e->GetLatestEventTime());
+        times[k].insert(times[k].end(),
+                        {e->GetEarliestEventTime(), e->GetLatestEventTime(), e->GetWorkTag()});
+        for (int32_t j = 0; j < e->GetEdgeCount(); ++j) {
+          auto* task = As<TAOETask>(e->GetEdge(j));
+          times[k].insert(times[k].end(),
+                          {task->GetEarliestStartTime(), task->GetLatestStartTime()});
+        }
       }
     }
     EXPECT_EQ(times[1], times[0]) << "round " << round;
