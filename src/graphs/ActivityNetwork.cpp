@@ -1,8 +1,10 @@
 #include "graphs/ActivityNetwork.h"
 
 #include <algorithm>
+#include <exception>
 #include <functional>
 #include <limits>
+#include <thread>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -110,6 +112,29 @@ void RestrictOrder(TStrings* Order, TAOEEvent* Start, TAOEEvent* Finish) {
     Order->Clear();
     for (auto& [caption, event] : kept) Order->AddObject(caption, event);
   });
+}
+
+// Work(From, Until) over [0, Count): for a large network in two halves side
+// by side, the first in a thread of its own (the halves read the network
+// and write apart). True when every part is.
+template <class Fn>
+bool InParts(int32_t Count, Fn Work) {
+  if (Count < 65536) return Work(0, Count);
+  bool firstHalf = false;
+  std::exception_ptr error;
+  {
+    std::jthread helper([&] {
+      try {
+        firstHalf = Work(0, Count / 2);
+      } catch (...) {
+        error = std::current_exception();
+      }
+    });
+    const bool secondHalf = Work(Count / 2, Count);
+    helper.join();
+    if (error) std::rethrow_exception(error);
+    return firstHalf && secondHalf;
+  }
 }
 
 }  // namespace
@@ -233,48 +258,49 @@ TStrings* TActivityNetwork::ComputeInArrays(TStrings* List) {
 
   // The nodes are numbered in enumeration order (the work tags hold the
   // numbers meanwhile); each node's successors and the durations of the
-  // tasks leading there are listed node after node.
+  // tasks leading there are listed node after node, from first[node] on.
   std::vector<int32_t> tag(static_cast<std::size_t>(count));  // the working in-degree
-  std::size_t edges = 0;
+  std::vector<int32_t> first(static_cast<std::size_t>(count) + 1);
+  int64_t edges = 0;
   for (int32_t i = 0; i < count; ++i) {
     TPelGraphNode* node = at(i);
     if (!detail::IsExactly<TAOEEvent>(node)) return nullptr;
     tag[i] = node->GetInDegree();
     node->SetWorkTag(i);
-    edges += static_cast<std::size_t>(node->GetEdgeCount());
+    first[i] = static_cast<int32_t>(edges);
+    edges += node->GetEdgeCount();
+    if (edges > std::numeric_limits<int32_t>::max()) return nullptr;
   }
-  if (edges > static_cast<std::size_t>(std::numeric_limits<int32_t>::max())) return nullptr;
-  std::vector<int32_t> first(static_cast<std::size_t>(count) + 1), to, weight;
-  to.reserve(edges);
-  weight.reserve(edges);
+  first[count] = static_cast<int32_t>(edges);
+  std::vector<int32_t> to(static_cast<std::size_t>(edges)), weight(to.size());
   // A few hundred nodes at a time, each step for all their edges before the
   // next: the edges, and then their end nodes, are fetched together rather
   // than one after the other.
-  std::vector<TPelGraphEdge*> chunkEdges;
-  std::vector<TPelGraphNode*> chunkEnds;
-  for (int32_t from = 0; from < count; from += 256) {
-    const int32_t until = std::min(count, from + 256);
-    chunkEdges.clear();
-    for (int32_t i = from; i < until; ++i) {
-      TPelGraphNode* node = at(i);
-      first[i] = static_cast<int32_t>(to.size() + chunkEdges.size());
-      for (int32_t j = 0; j < node->GetEdgeCount(); ++j)
-        chunkEdges.push_back(node->GetEdgeUnchecked(j));
+  const bool listed = InParts(count, [&](int32_t From, int32_t Until) {
+    std::vector<TPelGraphNode*> ends;
+    for (int32_t from = From; from < Until; from += 256) {
+      const int32_t until = std::min(Until, from + 256);
+      ends.clear();
+      for (int32_t i = from; i < until; ++i) {
+        TPelGraphNode* node = at(i);
+        for (int32_t j = 0; j < node->GetEdgeCount(); ++j) {
+          TPelGraphEdge* edge = node->GetEdgeUnchecked(j);
+          if (!detail::IsExactly<TAOETask>(edge)) return false;
+          ends.push_back(edge->GetToNode());
+          weight[first[i] + j] = static_cast<TAOETask*>(edge)->GetWeight();
+        }
+      }
+      int32_t* out = to.data() + first[from];
+      for (TPelGraphNode* end : ends) *out++ = end->GetWorkTag();
+      out = to.data() + first[from];
+      for (TPelGraphNode* end : ends) {
+        const int32_t index = *out++;
+        if (index < 0 || index >= count || at(index) != end) return false;
+      }
     }
-    chunkEnds.clear();
-    for (TPelGraphEdge* edge : chunkEdges) {
-      if (!detail::IsExactly<TAOETask>(edge)) return nullptr;
-      chunkEnds.push_back(edge->GetToNode());
-      weight.push_back(static_cast<TAOETask*>(edge)->GetWeight());
-    }
-    const std::size_t base = to.size();
-    for (TPelGraphNode* successor : chunkEnds) to.push_back(successor->GetWorkTag());
-    for (std::size_t k = 0; k < chunkEnds.size(); ++k) {
-      const int32_t index = to[base + k];
-      if (index < 0 || index >= count || at(index) != chunkEnds[k]) return nullptr;
-    }
-  }
-  first[count] = static_cast<int32_t>(to.size());
+    return true;
+  });
+  if (!listed) return nullptr;
 
   // The walk, step for step: the node made ready last goes next. A working
   // in-degree that falls below zero means an in-degree that does not count
@@ -310,18 +336,21 @@ TStrings* TActivityNetwork::ComputeInArrays(TStrings* List) {
       time = std::min(time, SubtractWeights(latest[to[k]], weight[k]));
     latest[node] = time;
   }
-  for (int32_t i = 0; i < count; ++i) {
-    auto* event = static_cast<TAOEEvent*>(at(i));
-    event->SetWorkTag(tag[i]);
-    event->SetEarliestEventTime(earliest[i]);
-    event->SetLatestEventTime(latest[i]);
-    for (int32_t j = 0; j < event->GetEdgeCount(); ++j) {
-      auto* task = static_cast<TAOETask*>(event->GetEdgeUnchecked(j));
-      const int32_t k = first[i] + j;
-      task->SetEarliestStartTime(earliest[i]);
-      task->SetLatestStartTime(SubtractWeights(latest[to[k]], weight[k]));
+  InParts(count, [&](int32_t From, int32_t Until) {
+    for (int32_t i = From; i < Until; ++i) {
+      auto* event = static_cast<TAOEEvent*>(at(i));
+      event->SetWorkTag(tag[i]);
+      event->SetEarliestEventTime(earliest[i]);
+      event->SetLatestEventTime(latest[i]);
+      for (int32_t j = 0; j < event->GetEdgeCount(); ++j) {
+        auto* task = static_cast<TAOETask*>(event->GetEdgeUnchecked(j));
+        const int32_t k = first[i] + j;
+        task->SetEarliestStartTime(earliest[i]);
+        task->SetLatestStartTime(SubtractWeights(latest[to[k]], weight[k]));
+      }
     }
-  }
+    return true;
+  });
   return FillOrder(List, [&](TStrings* Result) {
     for (int32_t node : order) Result->AddObject(at(node)->GetCaption(), at(node));
     return true;

@@ -688,6 +688,7 @@ Owned<TStrings> Times(TActivityNetwork* net, TAOEEvent* start, TAOEEvent* finish
                       const std::string& file, const Origin& origin, int32_t& time) {
   try {
     Owned<TStrings> order(Make<TEventOrder>());
+    order->SetCapacity(net->GetNodeCount());  // made once, at its size
     net->GetEarliestCompletionTime(start, finish, order.get(), time);
     if (!order->GetCount()) time = 0;
     return order;
