@@ -272,7 +272,9 @@ TEST(CpmPlanning, JsonWrittenAsItGoesIsTheLayoutOfItsValue) {
   for (int i = 1; i < 8000; ++i)
     chain += "T" + std::to_string(i) + "," + std::to_string(i % 7) + ",T" + std::to_string(i - 1) +
              (i % 3 ? "" : ";T" + std::to_string(i / 2) + " SS+1") + "\n";
-  const std::string inputs[] = {"", "id,name,duration,predecessors\nA,\"say \"\"hi\"\"\",1,\n",
+  const std::string inputs[] = {"",
+                                "id,name,duration,predecessors\nA,\"say \"\"hi\"\"\",1,\n"
+                                "B,caf\xe9,2,A\n",
                                 "a \xff\xfe 1\n", chain};
   for (std::size_t i = 0; i < runs.size(); ++i) {
     Result r = Cpm(runs[i], inputs[i]);

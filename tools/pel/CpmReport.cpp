@@ -366,6 +366,49 @@ class JsonWriter {
     *at = '"';
     FUsed += text.size() + 2;
   }
+  // A link's type and lag, as a value of Record.
+  struct LinkValue {
+    LinkType Type;
+    int32_t Lag;
+  };
+  // A record given as keys and values in turn (integers, strings, booleans,
+  // links), as Begin('{'), each Key and its value, and End('}') would write
+  // it: at once when none of its strings needs escaping.
+  template <class... Fields>
+  void Record(const Fields&... fields) {
+    static_assert(sizeof...(Fields) % 2 == 0, "keys and values in turn");
+    bool plain = true;
+    std::size_t size = 2;
+    ForPairs([&](std::string_view key,
+                 const auto& value) { size += key.size() + 6 + Size(value, plain); },
+             fields...);
+    if (!plain) {
+      Begin('{');
+      ForPairs(
+          [&](std::string_view key, const auto& value) {
+            Key(key);
+            Write(value);
+          },
+          fields...);
+      End('}');
+      return;
+    }
+    Item();
+    char* at = Room(size);
+    *at++ = '{';
+    bool first = true;
+    ForPairs(
+        [&](std::string_view key, const auto& value) {
+          if (!first) at = Copy(at, ", ");
+          first = false;
+          *at++ = '"';
+          at = Copy(Copy(at, key), "\": ");
+          at = Raw(at, value);
+        },
+        fields...);
+    *at++ = '}';
+    FUsed = static_cast<std::size_t>(at - FText.data());
+  }
   // A small value, laid out as the items written one by one would be.
   void Value(const nlohmann::ordered_json& value) {
     if (!value.is_structured()) {
@@ -384,6 +427,48 @@ class JsonWriter {
 
  private:
   static constexpr std::size_t PieceSize = std::size_t{1} << 20;
+  template <class Fn>
+  static void ForPairs(Fn&&) {}
+  template <class Fn, class Value, class... Rest>
+  static void ForPairs(Fn&& f, std::string_view key, const Value& value, const Rest&... rest) {
+    f(key, value);
+    ForPairs(f, rest...);
+  }
+  static char* Copy(char* at, std::string_view text) {
+    return std::copy(text.begin(), text.end(), at);
+  }
+  static bool NeedsEscape(const std::string& text) {
+    return std::any_of(text.begin(), text.end(), [](char c) {
+      return static_cast<unsigned char>(c) < 0x20 || static_cast<unsigned char>(c) >= 0x80 ||
+             c == '"' || c == '\\';
+    });
+  }
+  // The most a value of Record takes, and whether it is written as it is.
+  static std::size_t Size(const std::string& text, bool& plain) {
+    plain = plain && !NeedsEscape(text);
+    return text.size() + 2;
+  }
+  static std::size_t Size(bool, bool&) { return 5; }
+  static std::size_t Size(LinkValue, bool&) { return MaxLinkText + 2; }
+  static std::size_t Size(int64_t, bool&) { return 20; }
+  static char* Raw(char* at, const std::string& text) {
+    *at++ = '"';
+    at = Copy(at, text);
+    *at++ = '"';
+    return at;
+  }
+  static char* Raw(char* at, bool b) { return Copy(at, b ? "true" : "false"); }
+  static char* Raw(char* at, LinkValue link) {
+    *at++ = '"';
+    at = WriteLinkText(at, link.Type, link.Lag);
+    *at++ = '"';
+    return at;
+  }
+  static char* Raw(char* at, int64_t n) { return std::to_chars(at, at + 20, n).ptr; }
+  void Write(const std::string& text) { String(text); }
+  void Write(bool b) { Bool(b); }
+  void Write(LinkValue link) { Link(link.Type, link.Lag); }
+  void Write(int64_t n) { Int(n); }
   // Before a value: a comma after the previous item and, outside a record
   // on one line, a new line and the indentation, unless the value follows
   // its key.
@@ -546,6 +631,15 @@ void RenderJson(const Schedule& s, std::ostream& out) {
   }
   w.Key("tasks").Begin('[');
   auto task = [&](const TaskTimes& t) {
+    if (s.Plan && !t.Id.empty() && s.Scale == 1 && !dates && !t.Est.ThreePoint) {
+      // A plan's task in whole units and without dates: the record at once.
+      const int64_t start = t.EarliestStart, late = t.LatestStart, duration = t.Duration;
+      w.Record("id", t.Id, "name", t.Name, "duration", duration, "earliest_start", start,
+               "earliest_finish", start + duration, "latest_start", late, "latest_finish",
+               late + duration, "total_float", int64_t{t.Slack}, "free_float", int64_t{t.FreeFloat},
+               "critical", t.Critical);
+      return;
+    }
     w.Begin('{');
     if (s.Plan && !t.Id.empty()) {
       w.Key("id").String(t.Id);
@@ -578,11 +672,7 @@ void RenderJson(const Schedule& s, std::ostream& out) {
     w.End('}');
   };
   auto link = [&](const std::string& from, const std::string& to, LinkType type, int32_t lag) {
-    w.Begin('{');
-    w.Key("from").String(from);
-    w.Key("to").String(to);
-    w.Key("type").Link(type, lag);
-    w.End('}');
+    w.Record("from", from, "to", to, "type", JsonWriter::LinkValue{type, lag});
   };
   if (s.Source) {
     const PlanTasks& plan = *s.Source;
