@@ -114,12 +114,11 @@ void RestrictOrder(TStrings* Order, TAOEEvent* Start, TAOEEvent* Finish) {
   });
 }
 
-// Work(From, Until) over [0, Count): for a large network in two halves side
-// by side, the first in a thread of its own (the halves read the network
-// and write apart). True when every part is.
+// Work(From, Until) over [0, Count) in two halves side by side, the first
+// in a thread of its own (the halves read the network and write apart).
+// True when both are.
 template <class Fn>
-bool InParts(int32_t Count, Fn Work) {
-  if (Count < 65536) return Work(0, Count);
+bool InHalves(int32_t Count, Fn Work) {
   bool firstHalf = false;
   std::exception_ptr error;
   {
@@ -251,7 +250,10 @@ TStrings* TActivityNetwork::ComputeInArrays(TStrings* List) {
   IPtr<IIterator> iterator = GetNodes();
   TList* nodes = NodeListOf(iterator.get());
   if (!nodes) return nullptr;
+  // A smaller network lies in the caches; the walk through its objects is
+  // the quicker.
   const int32_t count = nodes->GetCount();
+  if (count < 65536) return nullptr;
   const auto at = [nodes](int32_t Index) {
     return static_cast<TPelGraphNode*>(nodes->List()[Index]);
   };
@@ -276,7 +278,7 @@ TStrings* TActivityNetwork::ComputeInArrays(TStrings* List) {
   // A few hundred nodes at a time, each step for all their edges before the
   // next: the edges, and then their end nodes, are fetched together rather
   // than one after the other.
-  const bool listed = InParts(count, [&](int32_t From, int32_t Until) {
+  const bool listed = InHalves(count, [&](int32_t From, int32_t Until) {
     std::vector<TPelGraphNode*> ends;
     for (int32_t from = From; from < Until; from += 256) {
       const int32_t until = std::min(Until, from + 256);
@@ -328,7 +330,8 @@ TStrings* TActivityNetwork::ComputeInArrays(TStrings* List) {
 
   // Every successor comes after its node, so each latest time is final
   // before the nodes leading there read it.
-  std::vector<int32_t> latest(static_cast<std::size_t>(count));
+  // Every working in-degree is 0 now: the room holds the latest times.
+  std::vector<int32_t>& latest = tag;
   for (int32_t place = count - 1; place >= 0; --place) {
     const int32_t node = order[place];
     int32_t time = place == count - 1 ? earliest[node] : InfiniteWeight;
@@ -336,10 +339,10 @@ TStrings* TActivityNetwork::ComputeInArrays(TStrings* List) {
       time = std::min(time, SubtractWeights(latest[to[k]], weight[k]));
     latest[node] = time;
   }
-  InParts(count, [&](int32_t From, int32_t Until) {
+  InHalves(count, [&](int32_t From, int32_t Until) {
     for (int32_t i = From; i < Until; ++i) {
       auto* event = static_cast<TAOEEvent*>(at(i));
-      event->SetWorkTag(tag[i]);
+      event->SetWorkTag(0);
       event->SetEarliestEventTime(earliest[i]);
       event->SetLatestEventTime(latest[i]);
       for (int32_t j = 0; j < event->GetEdgeCount(); ++j) {

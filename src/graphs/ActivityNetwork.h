@@ -111,10 +111,10 @@ class TActivityNetwork : public TPelGraph {
 
  private:
   void BackwardPass(TStrings* Order);
-  // The computation of a network whose hooks, events and tasks are exactly
-  // this unit's, on arrays indexed by node rather than through the objects,
-  // which lie far apart in a large network: the same order, times and work
-  // tags as the walk. Null, with only work tags changed, when the network is
+  // The computation of a large network whose hooks, events and tasks are
+  // exactly this unit's, on arrays indexed by node rather than through the
+  // objects, which lie far apart: the same order, times and work tags as the
+  // walk. Null, with only work tags changed, when the network is small or
   // not such a network, has a cycle, or List is a string list whose handlers
   // could look at the network while it is filled.
   TStrings* ComputeInArrays(TStrings* List);
