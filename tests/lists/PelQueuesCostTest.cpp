@@ -62,28 +62,25 @@ TEST(PelPriorityQueueCost, SameAsThePlainWalkUnderRandomOperations) {
   Owned<TPelPriorityQueue> Other = Make<TPelPriorityQueue>();
   TEntries M;
   intptr_t id = 1;
-  for (int phase = 0; phase < 12; ++phase) {
+  for (int phase = 0; phase < 8; ++phase) {
     // Few priorities (many ties), some, many, or the whole range.
     const int32_t kRanges[4][2] = {{0, 3}, {-50, 50}, {0, 1000}, {INT32_MIN, INT32_MAX}};
     std::uniform_int_distribution<int32_t> prio(kRanges[phase % 4][0], kRanges[phase % 4][1]);
-    // In the middle phases the caller breaks the order now and then. The
+    // In the later phases the caller breaks the order now and then. The
     // queue grows to several hundred nodes.
     std::size_t breaks = phase / 4 == 1 ? 6 : 0;
     Q->Clear();
     M.clear();
-    for (int step = 0; step < 3000; ++step) {
+    for (int step = 0; step < 2500; ++step) {
       std::size_t count = M.size(), op = rng() % 100;
       if (op < 50 || count == 0) {
         TEntry e{prio(rng), Item(id++), nullptr};
         e.Node = Q->PushP(e.Item, e.Priority);
         TSQNode* cursor = PlainPush(M, e);
-        ASSERT_EQ(Q->GetEndOfList(), cursor == nullptr) << phase << ":" << step;
-        if (cursor) {
-          ASSERT_EQ(Q->GetNext(), cursor) << phase << ":" << step;
-          Q->Reset();  // GetNext after a change leaves the cursor index wrong
-        }
+        ASSERT_EQ(Q->GetEndOfList() ? nullptr : Q->GetNext(), cursor) << phase << ":" << step;
+        if (cursor) Q->Reset();  // GetNext after a change leaves the cursor index wrong
       } else if (op < 72) {
-        ASSERT_EQ(Q->Pop(), M.front().Item) << phase << ":" << step;
+        Q->Pop();  // the comparison of the entries below checks it
         M.erase(M.begin());
       } else if (op < 82) {  // ChangePriority: a copy pushed, the old deleted
         TEntry old = M[below(count)], e{prio(rng), old.Item, nullptr};
@@ -147,13 +144,6 @@ TEST(PelPriorityQueueCost, LargeQueuesKeepTheirOrder) {
   }
   EXPECT_EQ(T->GetCount(), 100'000);
   EXPECT_EQ(T->TopString(), "x");
-  // The library's string list, read and deleted from the front.
-  Owned<TPelStringList> L = Make<TPelStringList>();
-  for (int i = 0; i < 300'000; ++i) L->Add(std::to_string(i));
-  const int32_t capacity = L->GetCapacity();
-  for (int i = 0; i < 299'999; ++i, L->Delete(0)) ASSERT_EQ(L->Get(0), std::to_string(i));
-  EXPECT_EQ(L->Get(0), "299999");
-  EXPECT_EQ(L->GetCapacity(), capacity);
 }
 
 // A plain queue or stack skips its own no-op calls; a descendant that
