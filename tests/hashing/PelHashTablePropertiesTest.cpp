@@ -59,6 +59,6 @@ TEST(PelHashTableProperties, PublishedPropertiesRoundTrip) {
   ReadInto(bytes, back.get());
   EXPECT_EQ(BytesOf(back.get()), bytes);
   EXPECT_FALSE(back->FInts->GetOnChange());  // the name alone binds no handler
-  src->FInts->SetOnChangeName("");  // clearing the name drops the handler
+  src->FInts->SetOnChangeName("");           // clearing the name drops the handler
   EXPECT_FALSE(src->FInts->GetOnChange());
 }

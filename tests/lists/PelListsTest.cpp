@@ -129,10 +129,11 @@ TEST_F(PelLinkedList, CursorWalkAndIndexedAccess) {
   EXPECT_EQ(list->GetNode(0), na);
   list->SetCursor(-1, nc);
   EXPECT_EQ(list->GetNode(1), nb);
-  for (int32_t bad : {-1, 3}) ExpectRaises<EListError>([&] { list->GetNode(bad); }, "Invalid Index");
+  for (int32_t bad : {-1, 3})
+    ExpectRaises<EListError>([&] { list->GetNode(bad); }, "Invalid Index");
 }
 
-TEST_F(PelLinkedList, InsertKeepsLinksAndForgetsTheCursorIndex) {
+TEST_F(PelLinkedList, InsertAndDeleteKeepLinksAndTheCursor) {
   list->Delete(na);
   list->Delete(nc);
   TSQNode* nd = list->Add(&d);
@@ -148,37 +149,33 @@ TEST_F(PelLinkedList, InsertKeepsLinksAndForgetsTheCursorIndex) {
   EXPECT_EQ(list->GetHead(), na);
   EXPECT_EQ(list->GetTail(), nd);
   EXPECT_EQ(Items(list->GetHead()), "abcd");
+  EXPECT_EQ(list->Find(na), nullptr);
+  EXPECT_EQ(list->Find(nc), nb);
 
-  // Before a node of another list: nothing changes.
+  // Nodes of no list or another list: nothing changes.
   Owned<TSQNode> loose = Make<TSQNode>(), foreign = Make<TSQNode>();
   Watch(list.get());
   ExpectRaises<EListError>([&] { list->Insert(loose.get(), foreign.get()); },
                            "Cannot find node within list");
-  EXPECT_EQ(list->GetCount(), 4);
-  EXPECT_EQ(changes.Count, 0);
+  EXPECT_THROW(list->Delete(loose.get()), EListError);
+  EXPECT_THROW(list->Delete(nullptr), EListError);
   EXPECT_THROW(list->Find(nullptr), EListError);
   EXPECT_THROW(Make<TProbeList>()->Find(nullptr), EListError);  // empty
-  EXPECT_EQ(list->Find(na), nullptr);
-  EXPECT_EQ(list->Find(nc), nb);
-}
+  EXPECT_EQ(list->GetCount(), 4);
+  EXPECT_EQ(changes.Count, 0);
 
-TEST_F(PelLinkedList, DeleteFreesNodesNotItemsAndResetsTheCursor) {
-  EXPECT_THROW(list->Delete(nullptr), EListError);
-  Owned<TSQNode> loose = Make<TSQNode>();
-  EXPECT_THROW(list->Delete(loose.get()), EListError);
-  EXPECT_EQ(list->GetCount(), 3);
-  // Deleting the tail makes its predecessor the tail.
-  list->GetNode(2);
-  list->Delete(nc);
-  EXPECT_EQ(list->GetTail(), nb);
-  EXPECT_EQ(list->Cursor(), na);  // reset to the head
-  TSQNode* nd = list->Add(&d);
-  EXPECT_EQ(Items(list->GetHead()), "abd");
+  // Deleting the tail makes its predecessor the tail and puts the cursor on
+  // the head.
+  list->GetNode(3);
+  list->Delete(nd);
+  EXPECT_EQ(list->GetTail(), nc);
+  EXPECT_EQ(list->Cursor(), na);
+  EXPECT_EQ(Items(list->GetHead()), "abc");
   // Deleting the head and then the rest empties head, tail and cursor.
   list->Delete(na);
   EXPECT_EQ(list->GetHead(), nb);
   list->Delete(nb);
-  list->Delete(nd);
+  list->Delete(nc);
   EXPECT_EQ(list->GetHead(), nullptr);
   EXPECT_EQ(list->GetTail(), nullptr);
   EXPECT_TRUE(list->GetEndOfList());

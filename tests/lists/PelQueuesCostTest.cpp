@@ -1,14 +1,13 @@
 // The priority queue finds where a node goes through an order index instead
 // of walking. These tests hold it to the plain walk (kept here) on random
 // operation sequences, including callers that break the order, and show that
-// the queues and array lists stay fast with many items.
+// a large queue stays fast.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <random>
-#include <string>
 #include <vector>
 
 #include "lists/PelLists.h"
@@ -71,7 +70,7 @@ TEST(PelPriorityQueueCost, SameAsThePlainWalkUnderRandomOperations) {
     std::size_t breaks = phase / 4 == 1 ? 6 : 0;
     Q->Clear();
     M.clear();
-    for (int step = 0; step < 2500; ++step) {
+    for (int step = 0; step < 3000; ++step) {
       std::size_t count = M.size(), op = rng() % 100;
       if (op < 50 || count == 0) {
         TEntry e{prio(rng), Item(id++), nullptr};
@@ -121,8 +120,8 @@ TEST(PelPriorityQueueCost, SameAsThePlainWalkUnderRandomOperations) {
 }
 
 TEST(PelPriorityQueueCost, LargeQueuesKeepTheirOrder) {
-  // Sizes at which a quadratic step would stall the suite; what they cost is
-  // measured in bench/QueuesBench.
+  // A size at which a quadratic step would stall the suite; what the queues
+  // cost is measured in bench/QueuesBench.
   std::mt19937 rng(1);
   std::uniform_int_distribution<int32_t> prio(0, 1'000'000);
   Owned<TPelPriorityQueue> Q = Make<TPelPriorityQueue>();
@@ -131,19 +130,6 @@ TEST(PelPriorityQueueCost, LargeQueuesKeepTheirOrder) {
     ASSERT_LE(last, Q->GetPriority(0));
     last = Q->GetPriority(0);
   }
-  Owned<TFreeList> F = Make<TFreeList>(false);
-  for (intptr_t i = 1; i <= 1'000'000; ++i) F->Add(Item(i));
-  for (intptr_t i = 1; i <= 1'000'000; ++i, F->Delete(0)) ASSERT_EQ(F->First(), Item(i));
-  Owned<TQStringQueue> T = Make<TQStringQueue>();
-  for (int i = 0; i < 300'000; ++i) T->PushItem(std::to_string(i), Item(i));
-  for (int i = 0; i < 300'000; ++i) {
-    if (i % 3 == 0) T->PushString("x");  // the pushes between pops reuse the room
-    TObject* object = nullptr;
-    ASSERT_EQ(T->PopItem(object), std::to_string(i));
-    ASSERT_EQ(object, Item(i));
-  }
-  EXPECT_EQ(T->GetCount(), 100'000);
-  EXPECT_EQ(T->TopString(), "x");
 }
 
 // A plain queue or stack skips its own no-op calls; a descendant that
