@@ -155,7 +155,7 @@ TEST(PelHashTable, StringHashSamplesLongKeys) {
     return h;
   };
   std::string k15 = "abcdefghijklmn\xE9";  // a byte above 127 counts unsigned
-  std::string k16 = "ABCDEFGHIJKLMNOP";  // from 16 characters on, sampled
+  std::string k16 = "ABCDEFGHIJKLMNOP";    // from 16 characters on, sampled
   EXPECT_EQ(fold(k15, 37, 1), TPelStringHashtable::StringCode(k15.c_str()));
   EXPECT_EQ(fold(k16, 39, 2), TPelStringHashtable::StringCode(k16.c_str()));
   // The code is reduced by the table's hash method; "" folds to the null key.
@@ -397,6 +397,7 @@ TEST(PelHashTable, AssignBetweenTablesAndLists) {
   EXPECT_EQ(htMidSquare, dst->GetHashType());
   EXPECT_EQ(0.5f, dst->GetLoadFactor());
   EXPECT_EQ(KeysByPosition(*src), KeysByPosition(*dst));
+  EXPECT_FALSE(dst->ContainsKey(P(999)));
   // A table assigned to itself keeps its entries (kept on purpose: the
   // original steps clear it before copying) and notifies nothing.
   dst->Assign(dst.get());

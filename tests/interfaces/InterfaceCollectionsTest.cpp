@@ -53,6 +53,7 @@ TEST(PelInterfaceList, CountsAndNotificationsAcrossEveryOperation) {
     EXPECT_EQ(Names(*l), "bca");
     EXPECT_EQ(l->Log, "");
     EXPECT_EQ(l->Remove(p["a"]), 2);
+    EXPECT_EQ(l->Remove(p["a"]), -1);
     l->Add(p["a"]);
     l->SetCount(1);  // deletes from the last
     EXPECT_EQ(l->Log, "-a+a-a-c");
@@ -271,6 +272,7 @@ TEST(IHashTable, EnumeratorsHandOutValuesAndKeys) {
   }
   EXPECT_TRUE(seen == "a=alpha a b=beta b " || seen == "b=beta b a=alpha a ") << seen;
   values->Reset();
+  EXPECT_EQ(values->GetCount(), 2);
   String first = keys->NextElement();
   EXPECT_EQ(first, NameOf(values->CurrentElement()) == "a" ? "alpha" : "beta");
 

@@ -104,6 +104,7 @@ TEST(ListIterators, WalkTheirSourcesAndRaiseWhatTheSourceRaises) {
   IPtr<IIterator> li(New<TListIterator>(list.get()));
   IPtr<IObjectIterator> fi(New<TFreeListIterator>(freeList.get()));
   EXPECT_EQ(li->NextElement(), o2.get());
+  EXPECT_FALSE(li->HasMoreElements());
   EXPECT_THROW(li->NextElement(), EListError);
   EXPECT_EQ(fi->NextElement(), o1.get());
   EXPECT_EQ(Supports<IIterator>(fi)->NextElement(), o2.get());

@@ -38,9 +38,17 @@ std::vector<String> Values(TPelStringQueue* Q) {
 }  // namespace
 
 TEST(PelListsPersistence, PublishedPropertiesAndStringQueueStreams) {
-  // A re-published link takes the narrower class.
+  // A re-published link takes the narrower class; links are never stored.
   const TPropInfo* next = GetPropInfo(TSQDoubleNode::StaticClass(), "Next");
   EXPECT_EQ(next->PropType->ClassType, TSQDoubleNode::StaticClass());
+  EXPECT_FALSE(GetPropInfo(TPelDoublyLinkedList::StaticClass(), "Tail")->StoredConst);
+  auto freeList = Make<TFreeList>(false);
+  EXPECT_FALSE(IsDefaultPropValue(freeList.get(), GetPropInfo(freeList.get(), "FreeItems")));
+  // Through the properties: a list's head and a node's item.
+  auto list = Make<TPelLinkedList>();
+  TSQNode* first = list->Add(list.get());
+  EXPECT_EQ(GetObjectProp(list.get(), "Head"), first);
+  EXPECT_EQ(GetObjectProp(first, "Item"), list.get());
 
   // A stack and a queue written inside a component and read back keep
   // their order; items are not written.

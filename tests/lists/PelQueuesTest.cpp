@@ -280,6 +280,7 @@ TEST(PelPriorityStringQueue, InsertLinksNothingAndKeepsTheNodes) {
   }
   // The queue frees every node it made, linked or not.
   EXPECT_EQ(TCountedPriorityStringNode::Alive, 0);
+  EXPECT_TRUE(Is<TSQPriorityStringNode>(Make<TPelPriorityStringQueue>()->PushString("x")));
 }
 
 TEST(LinkedLists, NodesHandedOverStayTheLists) {

@@ -38,4 +38,6 @@ TEST(PelTreeProperties, PublishedPropertiesRoundTrip) {
             "  Tree.OnChange = TreeChanged\n"
             "  Tree.Duplicates = dupError\n"
             "end\n");
+  src->FTree->SetOnChangeName("");  // clearing the name drops the handler
+  EXPECT_FALSE(src->FTree->GetOnChange());
 }

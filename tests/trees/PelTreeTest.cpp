@@ -137,6 +137,7 @@ TEST(PelTree, NaryStructureSearchAndCount) {
   TPelCustomTreeNode* nodes[] = {root, a, b, a1, a2, b1};
   for (int i = 0; i < 6; ++i) nodes[i]->SetData(&d[i]);
   EXPECT_EQ(tree->GetCount(), 3);  // root and its direct children only
+  EXPECT_TRUE(tree->IsLeaf(b1) && !tree->IsLeaf(b));
 
   using V = std::vector<TPelCustomTreeNode*>;
   EXPECT_EQ(Visit(*tree, toPreOrder), (V{root, a, a1, a2, b, b1}));
