@@ -21,7 +21,7 @@ namespace {
 void* P(intptr_t v) { return reinterpret_cast<void*>(v); }
 intptr_t I(void* p) { return reinterpret_cast<intptr_t>(p); }
 
-// What the test tables below saw: typed Get/Put calls, Clears, owner calls.
+// What the test tables below saw: Clears and owner calls.
 std::string gLog;
 using TCountedEntry = test::TCounted<TPelHashtableEntry>;
 
@@ -45,14 +45,6 @@ class TProbeStringTable : public TPelStringHashtable {
   PEL_CLASS(TProbeStringTable, TPelStringHashtable)
  public:
   using TPelStringHashtable::TPelStringHashtable;
-  void* Get(const String& K) override {
-    gLog += "get ";
-    return TPelStringHashtable::Get(K);
-  }
-  void* Put(const String& K, void* V) override {
-    gLog += "put ";
-    return TPelStringHashtable::Put(K, V);
-  }
   void Clear() override {
     gLog += "clear(" + std::to_string(GetCount()) + ") ";
     TPelStringHashtable::Clear();
@@ -367,16 +359,6 @@ TEST(PelHashTable, TypedTables) {
                                    "Illegal NextElement Call, must be iterating over the keys");
   EXPECT_EQ((std::set<void*>{values->NextElement(), values->NextElement()}),
             (std::set<void*>{&b, &c}));
-  // Item access and the copy to a string list skip the virtual Get and Put.
-  auto p = Make<TProbeStringTable>();
-  auto list = Make<TStringList>();
-  EXPECT_EQ("", Logged([&] {
-              p->SetItem("k", &a);
-              EXPECT_EQ(&a, p->GetItem("k"));
-              p->AssignTo(list.get());
-              EXPECT_EQ(static_cast<void*>(&a), list->GetObject(0));
-            }));
-  EXPECT_EQ("get put ", Logged([&] { p->Put("k", p->Get("k")); }));
 
   // Integer keys round-trip through pointers.
   for (int32_t k : {INT32_MIN, -1, INT32_MAX})
