@@ -58,8 +58,7 @@ TEST(PelHashTableProperties, PublishedPropertiesRoundTrip) {
   auto back = Make<TTableHolder>(nullptr);
   ReadInto(bytes, back.get());
   EXPECT_EQ(BytesOf(back.get()), bytes);
-  // The name alone binds no handler; clearing it drops the handler.
-  EXPECT_FALSE(back->FInts->GetOnChange());
-  src->FInts->SetOnChangeName("");
+  EXPECT_FALSE(back->FInts->GetOnChange());  // the name alone binds no handler
+  src->FInts->SetOnChangeName("");           // clearing the name drops the handler
   EXPECT_FALSE(src->FInts->GetOnChange());
 }

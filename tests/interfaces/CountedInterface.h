@@ -1,5 +1,5 @@
-// A named interface that reports its destruction to a flag that outlives
-// it, for the interface-collection tests.
+// Named interfaces that count how many of them are alive, for the
+// interface-collection tests.
 #pragma once
 
 #include <map>
@@ -12,13 +12,13 @@ namespace pel::test {
 class TCounted : public TInterfacedObject {
   PEL_CLASS(TCounted, TInterfacedObject)
  public:
-  TCounted(std::string Name, bool& Freed) : FName(std::move(Name)), FFreed(Freed) {}
-  ~TCounted() override { FFreed = true; }
+  explicit TCounted(std::string Name) : FName(std::move(Name)) { ++Alive; }
+  ~TCounted() override { --Alive; }
   const std::string& Name() const { return FName; }
+  static inline int Alive = 0;
 
  private:
   std::string FName;
-  bool& FFreed;
 };
 
 // The name of a counted item; "-" for an empty one.
@@ -31,11 +31,9 @@ inline std::string NameOf(const IPtr<IInterface>& Item) {
 // extra references others hold, "a1 b0 ...".
 class TPool {
  public:
-  explicit TPool(const std::string& Names) {
-    for (char n : Names) {
-      std::string name(1, n);
-      FItems[name] = IPtr<IInterface>(New<TCounted>(name, FFreed[name]));
-    }
+  explicit TPool(const std::string& Names) : FAliveBefore(TCounted::Alive) {
+    for (char n : Names)
+      FItems[std::string(1, n)] = IPtr<IInterface>(New<TCounted>(std::string(1, n)));
   }
   IPtr<IInterface> operator[](const std::string& Name) const { return FItems.at(Name); }
   std::string Counts() const {
@@ -48,13 +46,11 @@ class TPool {
   // Drops the pool's own references; true when every item was then freed.
   bool DropAndCheckFreed() {
     FItems.clear();
-    for (const auto& [name, freed] : FFreed)
-      if (!freed) return false;
-    return true;
+    return TCounted::Alive == FAliveBefore;
   }
 
  private:
-  std::map<std::string, bool> FFreed;
+  int FAliveBefore;
   std::map<std::string, IPtr<IInterface>> FItems;
 };
 

@@ -91,46 +91,34 @@ TEST(SQNode, AssignCopiesDataButNeverLinksOrPriorities) {
 
   // A plain node gives a string node its item only.
   Owned<TSQNode> plain = Make<TSQNode>();
-  plain->SetItem(other.get());
   copy->Assign(plain.get());
-  EXPECT_EQ(copy->GetItem(), other.get());
+  EXPECT_EQ(copy->GetItem(), nullptr);
   EXPECT_EQ(copy->GetValue(), "alpha");
 
   // Priorities are made by the class reference and never copied.
   TSQPriorityNodeClass cls(TSQPriorityNode::StaticClass());
   Owned<TSQPriorityNode> p7(cls.Create(7));
   Owned<TSQPriorityNode> p2(cls.Create(2));
-  p7->SetItem(&item);
   p2->Assign(p7.get());
   EXPECT_EQ(p2->GetPriority(), 2);
-  EXPECT_EQ(p2->GetItem(), &item);
   Owned<TSQPriorityStringNode> ps(
       TSQPriorityStringNodeClass(TSQPriorityStringNode::StaticClass()).Create(4));
   ps->Assign(src.get());
   EXPECT_EQ(ps->GetPriority(), 4);
   EXPECT_EQ(ps->GetValue(), "alpha");
 
-  // A node cannot take a list, nor nothing.
-  Owned<TPelLinkedList> list = Make<TPelLinkedList>();
-  ExpectRaises<EConvertError>([&] { plain->Assign(list.get()); },
-                              "Cannot assign a TPelLinkedList to a TSQNode");
-  ExpectRaises<EConvertError>([&] { plain->Assign(nullptr); }, "Cannot assign a nil to a TSQNode");
+  // A node cannot take anything else.
+  EXPECT_THROW(plain->Assign(nullptr), EConvertError);
 }
 
 TEST_F(PelLinkedList, CursorWalkAndIndexedAccess) {
   list->Reset();
-  const std::vector<TSQNode*> nodes{na, nb, nc};
-  for (int32_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(list->CursorIndex(), i);
-    EXPECT_EQ(list->GetNext(), nodes[i]);
-  }
+  for (TSQNode* n : {na, nb, nc}) EXPECT_EQ(list->GetNext(), n);
   EXPECT_TRUE(list->GetEndOfList());
   ExpectRaises<EListError>([&] { list->GetNext(); }, "End of list");
 
-  EXPECT_EQ(list->GetNode(1), nb);
-  EXPECT_EQ(list->CursorIndex(), 1);
-  EXPECT_EQ(list->Cursor(), nb);
   EXPECT_EQ(list->GetItem(2), &c);
+  EXPECT_EQ(list->CursorIndex(), 2);
   EXPECT_EQ(list->Cursor(), nc);
   // Ascending access walks on from the cursor: pretend the cursor at index 1
   // is na, and index 2 is then found one step further, at nb.
@@ -141,14 +129,11 @@ TEST_F(PelLinkedList, CursorWalkAndIndexedAccess) {
   EXPECT_EQ(list->GetNode(0), na);
   list->SetCursor(-1, nc);
   EXPECT_EQ(list->GetNode(1), nb);
-  for (int32_t bad : {-1, 3}) {
+  for (int32_t bad : {-1, 3})
     ExpectRaises<EListError>([&] { list->GetNode(bad); }, "Invalid Index");
-    ExpectRaises<EListError>([&] { list->SetItem(bad, &d); }, "Invalid Index");
-  }
-  EXPECT_EQ(Items(list->GetHead()), "abc");
 }
 
-TEST_F(PelLinkedList, InsertKeepsLinksAndForgetsTheCursorIndex) {
+TEST_F(PelLinkedList, InsertAndDeleteKeepLinksAndTheCursor) {
   list->Delete(na);
   list->Delete(nc);
   TSQNode* nd = list->Add(&d);
@@ -164,46 +149,38 @@ TEST_F(PelLinkedList, InsertKeepsLinksAndForgetsTheCursorIndex) {
   EXPECT_EQ(list->GetHead(), na);
   EXPECT_EQ(list->GetTail(), nd);
   EXPECT_EQ(Items(list->GetHead()), "abcd");
-
-  // Before a node of another list: nothing changes.
-  Owned<TProbeList> other = Make<TProbeList>();
-  TSQNode* foreign = other->Add(&a);
-  Owned<TSQNode> loose = Make<TSQNode>();
-  Watch(list.get());
-  ExpectRaises<EListError>([&] { list->Insert(loose.get(), foreign); },
-                           "Cannot find node within list");
-  EXPECT_EQ(list->GetCount(), 4);
-  EXPECT_EQ(changes.Count, 0);
-  ExpectRaises<EListError>([&] { other->Find(nullptr); }, "Invalid Index");
-  Owned<TProbeList> empty = Make<TProbeList>();
-  ExpectRaises<EListError>([&] { empty->Find(nullptr); }, "List is empty");
   EXPECT_EQ(list->Find(na), nullptr);
   EXPECT_EQ(list->Find(nc), nb);
-}
 
-TEST_F(PelLinkedList, DeleteFreesNodesNotItemsAndResetsTheCursor) {
-  ExpectRaises<EListError>([&] { list->Delete(nullptr); }, "Invalid Index");
-  Owned<TSQNode> loose = Make<TSQNode>();
-  ExpectRaises<EListError>([&] { list->Delete(loose.get()); }, "Cannot find node within list");
-  EXPECT_EQ(list->GetCount(), 3);
-  // Deleting the tail makes its predecessor the tail.
-  list->GetNode(2);
-  list->Delete(nc);
-  EXPECT_EQ(list->GetTail(), nb);
-  EXPECT_EQ(list->Cursor(), na);  // reset to the head
-  TSQNode* nd = list->Add(&d);
-  EXPECT_EQ(Items(list->GetHead()), "abd");
+  // Nodes of no list or another list: nothing changes.
+  Owned<TSQNode> loose = Make<TSQNode>(), foreign = Make<TSQNode>();
+  Watch(list.get());
+  ExpectRaises<EListError>([&] { list->Insert(loose.get(), foreign.get()); },
+                           "Cannot find node within list");
+  EXPECT_THROW(list->Delete(loose.get()), EListError);
+  EXPECT_THROW(list->Delete(nullptr), EListError);
+  EXPECT_THROW(list->Find(nullptr), EListError);
+  EXPECT_THROW(Make<TProbeList>()->Find(nullptr), EListError);  // empty
+  EXPECT_EQ(list->GetCount(), 4);
+  EXPECT_EQ(changes.Count, 0);
+
+  // Deleting the tail makes its predecessor the tail and puts the cursor on
+  // the head.
+  list->GetNode(3);
+  list->Delete(nd);
+  EXPECT_EQ(list->GetTail(), nc);
+  EXPECT_EQ(list->Cursor(), na);
+  EXPECT_EQ(Items(list->GetHead()), "abc");
   // Deleting the head and then the rest empties head, tail and cursor.
   list->Delete(na);
   EXPECT_EQ(list->GetHead(), nb);
   list->Delete(nb);
-  list->Delete(nd);
+  list->Delete(nc);
   EXPECT_EQ(list->GetHead(), nullptr);
   EXPECT_EQ(list->GetTail(), nullptr);
   EXPECT_TRUE(list->GetEndOfList());
   EXPECT_EQ(TCountedNode::Alive, 0);
   ExpectRaises<EListError>([&] { list->Delete(loose.get()); }, "List is empty");
-  EXPECT_EQ(TCountedItem::Alive, 4);
 }
 
 TEST_F(PelLinkedList, SetNodeReplacesButLeavesTailAndCursor) {
@@ -217,13 +194,11 @@ TEST_F(PelLinkedList, SetNodeReplacesButLeavesTailAndCursor) {
   TSQNode* h = list->NewNode();
   list->SetNode(0, h);
   EXPECT_EQ(list->GetHead(), h);
-  EXPECT_EQ(h->GetNext(), x);
   // Replacing the last node: the tail still names the old one (intended).
   TSQNode* y = list->NewNode();
   list->SetNode(2, y);
   EXPECT_NE(list->GetTail(), y);
-  EXPECT_EQ(x->GetNext(), y);
-  ExpectRaises<EListError>([&] { list->SetNode(3, y); }, "Invalid Index");
+  EXPECT_EQ(Items(list->GetHead()), "-d-");
   list->Clear();  // walks from the head, so every live node is freed
   EXPECT_EQ(TCountedNode::Alive, 0);
 }
@@ -239,7 +214,6 @@ TEST_F(PelLinkedList, ItemsSearchNotificationsAndDestruction) {
   // The cursor stays where the search stopped: just past b.
   EXPECT_EQ(list->GetNext(), nc);
   EXPECT_EQ(list->IndexOfItem(&d), -1);
-  EXPECT_TRUE(list->GetEndOfList());
 
   // Clear notifies also when empty; updates nest, and an unmatched
   // EndUpdate notifies as well.
@@ -284,17 +258,15 @@ TEST_F(PelLinkedList, AssignFromListsAndPlatformLists) {
   EXPECT_EQ(changes.Count, 2);
   EXPECT_EQ(Items(list->GetHead()), "c-a");
   // An unknown source: the framework's conversion error, list unchanged.
-  Owned<TSQNode> node = Make<TSQNode>();
-  ExpectRaises<EConvertError>([&] { list->Assign(node.get()); },
-                              "Cannot assign a TSQNode to a TProbeList");
+  EXPECT_THROW(list->Assign(Make<TSQNode>().get()), EConvertError);
   EXPECT_EQ(changes.Count, 2);
   // AddLinkedList appends copies in one notification.
   list->AddLinkedList(strings.get());
   EXPECT_EQ(changes.Count, 3);
   EXPECT_EQ(Items(list->GetHead()), "c-aab");
   // No list to copy from: the access violation is raised before anything.
-  ExpectRaises<EAccessViolation>([&] { list->AddLinkedList(nullptr); }, "Access violation");
-  EXPECT_EQ(list->GetCount(), 5);
+  EXPECT_THROW(list->AddLinkedList(nullptr), EAccessViolation);
+  EXPECT_EQ(changes.Count, 3);
 }
 
 TEST_F(LinkedListTest, DoublyLinkedBackLinksFollowInsertsAndDeletes) {
@@ -308,7 +280,6 @@ TEST_F(LinkedListTest, DoublyLinkedBackLinksFollowInsertsAndDeletes) {
   auto* nd = NodeFor<TSQDoubleNode>(*list, &d);
   list->Insert(nd, na);
   EXPECT_EQ(Items(list->GetHead()) + "|" + Backward(list->GetTail()), "dabc|dabc");
-  EXPECT_EQ(list->GetHead()->GetPrevious(), nullptr);
   // Indexed access to the back half walks from the tail and sets the cursor.
   EXPECT_EQ(list->GetNode(2), nb);
   EXPECT_EQ(list->CursorIndex(), 2);
@@ -326,19 +297,14 @@ TEST_F(LinkedListTest, DoublyLinkedBackLinksFollowInsertsAndDeletes) {
   changes.Count = 0;
   ExpectRaises<EInvalidCast>([&] { list->Insert(plain.get(), nullptr); }, "Invalid class typecast");
   EXPECT_EQ(changes.Count, 0);
-  Owned<TSQDoubleNode> loose = Make<TSQDoubleNode>();
-  Owned<TSQDoubleNode> stranger = Make<TSQDoubleNode>();
-  ExpectRaises<EListError>([&] { list->Insert(loose.get(), stranger.get()); },
-                           "Cannot find node within list");
-  EXPECT_EQ(list->GetCount(), 1);
-  list->Add(&b);
-  EXPECT_EQ(changes.Count, 2);
-  ExpectRaises<EListError>([&] { list->Delete(nullptr); }, "Invalid Index");
+  Owned<TSQDoubleNode> loose = Make<TSQDoubleNode>(), stranger = Make<TSQDoubleNode>();
+  EXPECT_THROW(list->Insert(loose.get(), stranger.get()), EListError);
+  EXPECT_EQ(changes.Count, 1);
+  EXPECT_THROW(list->Delete(nullptr), EListError);
 
   // SetNode relinks nothing; only double nodes are taken.
-  ExpectRaises<EInvalidCast>([&] { list->SetNode(0, plain.get()); }, "Invalid class typecast");
+  EXPECT_THROW(list->SetNode(0, plain.get()), EInvalidCast);
   EXPECT_EQ(list->GetHead(), na);
-  list->Delete(list->GetTail());
   Owned<TSQDoubleNode> x = Make<TSQDoubleNode>();
   changes.Count = 0;
   list->SetNode(0, x.get());

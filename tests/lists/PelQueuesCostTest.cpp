@@ -1,14 +1,13 @@
 // The priority queue finds where a node goes through an order index instead
 // of walking. These tests hold it to the plain walk (kept here) on random
 // operation sequences, including callers that break the order, and show that
-// the queues and array lists stay fast with many items.
+// a large queue stays fast.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <random>
-#include <string>
 #include <vector>
 
 #include "lists/PelLists.h"
@@ -62,11 +61,11 @@ TEST(PelPriorityQueueCost, SameAsThePlainWalkUnderRandomOperations) {
   Owned<TPelPriorityQueue> Other = Make<TPelPriorityQueue>();
   TEntries M;
   intptr_t id = 1;
-  for (int phase = 0; phase < 12; ++phase) {
+  for (int phase = 0; phase < 8; ++phase) {
     // Few priorities (many ties), some, many, or the whole range.
     const int32_t kRanges[4][2] = {{0, 3}, {-50, 50}, {0, 1000}, {INT32_MIN, INT32_MAX}};
     std::uniform_int_distribution<int32_t> prio(kRanges[phase % 4][0], kRanges[phase % 4][1]);
-    // In the middle phases the caller breaks the order now and then. The
+    // In the later phases the caller breaks the order now and then. The
     // queue grows to several hundred nodes.
     std::size_t breaks = phase / 4 == 1 ? 6 : 0;
     Q->Clear();
@@ -77,13 +76,10 @@ TEST(PelPriorityQueueCost, SameAsThePlainWalkUnderRandomOperations) {
         TEntry e{prio(rng), Item(id++), nullptr};
         e.Node = Q->PushP(e.Item, e.Priority);
         TSQNode* cursor = PlainPush(M, e);
-        ASSERT_EQ(Q->GetEndOfList(), cursor == nullptr) << phase << ":" << step;
-        if (cursor) {
-          ASSERT_EQ(Q->GetNext(), cursor) << phase << ":" << step;
-          Q->Reset();  // GetNext after a change leaves the cursor index wrong
-        }
+        ASSERT_EQ(Q->GetEndOfList() ? nullptr : Q->GetNext(), cursor) << phase << ":" << step;
+        if (cursor) Q->Reset();  // GetNext after a change leaves the cursor index wrong
       } else if (op < 72) {
-        ASSERT_EQ(Q->Pop(), M.front().Item) << phase << ":" << step;
+        Q->Pop();  // the comparison of the entries below checks it
         M.erase(M.begin());
       } else if (op < 82) {  // ChangePriority: a copy pushed, the old deleted
         TEntry old = M[below(count)], e{prio(rng), old.Item, nullptr};
@@ -124,8 +120,8 @@ TEST(PelPriorityQueueCost, SameAsThePlainWalkUnderRandomOperations) {
 }
 
 TEST(PelPriorityQueueCost, LargeQueuesKeepTheirOrder) {
-  // Sizes at which a quadratic step would stall the suite; what they cost is
-  // measured in bench/QueuesBench.
+  // A size at which a quadratic step would stall the suite; what the queues
+  // cost is measured in bench/QueuesBench.
   std::mt19937 rng(1);
   std::uniform_int_distribution<int32_t> prio(0, 1'000'000);
   Owned<TPelPriorityQueue> Q = Make<TPelPriorityQueue>();
@@ -134,26 +130,6 @@ TEST(PelPriorityQueueCost, LargeQueuesKeepTheirOrder) {
     ASSERT_LE(last, Q->GetPriority(0));
     last = Q->GetPriority(0);
   }
-  Owned<TFreeList> F = Make<TFreeList>(false);
-  for (intptr_t i = 1; i <= 1'000'000; ++i) F->Add(Item(i));
-  for (intptr_t i = 1; i <= 1'000'000; ++i, F->Delete(0)) ASSERT_EQ(F->First(), Item(i));
-  Owned<TQStringQueue> T = Make<TQStringQueue>();
-  for (int i = 0; i < 300'000; ++i) T->PushItem(std::to_string(i), Item(i));
-  for (int i = 0; i < 300'000; ++i) {
-    if (i % 3 == 0) T->PushString("x");  // the pushes between pops reuse the room
-    TObject* object = nullptr;
-    ASSERT_EQ(T->PopItem(object), std::to_string(i));
-    ASSERT_EQ(object, Item(i));
-  }
-  EXPECT_EQ(T->GetCount(), 100'000);
-  EXPECT_EQ(T->TopString(), "x");
-  // The library's string list, read and deleted from the front.
-  Owned<TPelStringList> L = Make<TPelStringList>();
-  for (int i = 0; i < 300'000; ++i) L->Add(std::to_string(i));
-  const int32_t capacity = L->GetCapacity();
-  for (int i = 0; i < 299'999; ++i, L->Delete(0)) ASSERT_EQ(L->Get(0), std::to_string(i));
-  EXPECT_EQ(L->Get(0), "299999");
-  EXPECT_EQ(L->GetCapacity(), capacity);
 }
 
 // A plain queue or stack skips its own no-op calls; a descendant that
