@@ -64,9 +64,8 @@ TEST(PelBufferStream, ReadFillsFromTargetAndPutsBack) {
   EXPECT_FALSE(s->IsEof());
   char c;
   ASSERT_EQ(s->Read(&c, 1), 1);
-  EXPECT_EQ(target->GetPosition(), 8192);
-  EXPECT_EQ(s->GetPosition(), 1);
-  EXPECT_EQ(s->GetState(), bsRead);
+  EXPECT_EQ(std::tuple(target->GetPosition(), s->GetPosition(), s->GetState()),
+            std::tuple(int64_t{8192}, int64_t{1}, bsRead));
   s->PutBack('x');
   ExpectRaises<EStreamError>([&] { s->PutBack('y'); }, "Overflow on push back");
   ASSERT_EQ(s->Read(&c, 1), 1);
@@ -84,7 +83,6 @@ TEST(PelBufferStream, WritesWaitForFlushAndSeek) {
   s->SetOnFlushBuffer([&](TObject*) { ++flushes; });
   s->WriteBuffer("0123456789", 10);
   EXPECT_EQ(target->GetDataString(), String(100, '.'));
-  EXPECT_EQ(s->GetState(), bsWrite);
   EXPECT_EQ(s->Seek(int32_t{10}, soFromBeginning), 10);  // where it is: nothing moves
   EXPECT_EQ(flushes, 0);
   EXPECT_EQ(s->Seek(int32_t{0}, soFromEnd), 100);
@@ -132,15 +130,6 @@ TEST(PelBufferStream, BufferSizeChanges) {
 }
 
 TEST(PelTextStream, TokensLinesAndBlanks) {
-  auto in = Make<TStringStream>("abc def");
-  auto t = Make<TPelTextStream>(in.get());
-  EXPECT_EQ(t->GetToken(), "abc");
-  EXPECT_EQ(t->GetToken(), "");  // the space is still next
-  t->SkipSpaces();
-  EXPECT_EQ(t->GetToken(), "def");
-  EXPECT_EQ(t->GetToken(), "");
-  EXPECT_EQ(t->GetChar(), '\0');
-
   auto in2 = Make<TStringStream>("a,b,c d");
   auto t2 = Make<TPelTextStream>(in2.get());
   EXPECT_EQ(t2->GetToken(",", true), "a");
@@ -148,8 +137,12 @@ TEST(PelTextStream, TokensLinesAndBlanks) {
   EXPECT_EQ(t2->GetChar(), ',');
   EXPECT_EQ(t2->GetToken(",", false), "b");
   EXPECT_EQ(t2->GetDelimiters(), ", ");
-  t2->GetChar();
+  EXPECT_EQ(t2->GetToken(), "");  // the delimiter is still next
+  EXPECT_EQ(t2->GetChar(), ',');
   EXPECT_EQ(t2->GetToken(), "c");
+  t2->SkipSpaces();
+  EXPECT_EQ(t2->GetToken(), "d");
+  EXPECT_EQ(t2->GetToken() + t2->GetChar(), String(1, '\0'));  // at the end
 
   auto lines = Make<TStringStream>("a\r\nb\rc\nd\n\re");
   auto t3 = Make<TPelTextStream>(lines.get());
