@@ -317,6 +317,15 @@ TEST(SFCList, OwnerHooksOnThePlatformList) {
   log.clear();
   l->Clear();
   EXPECT_EQ(log.front(), "clear");
+
+  // A sorted platform source keeps its order in a sorted target.
+  auto source = Make<TStringList>();
+  source->SetCaseSensitive(true);
+  for (const char* s : {"b", "B", "a"}) source->Add(s);
+  source->SetSorted(true);
+  l->SetSorted(true);  // case-insensitive: would order differently
+  l->Assign(source.get());
+  EXPECT_EQ(Strings(*l), Strings(*source));
   l->SetOwner(nullptr);
 }
 

@@ -90,14 +90,16 @@ TEST(UiPlatform, TimersFireFromTheMessageLoop) {
   // Enabling a running timer does not restart it; a new interval does.
   run(500);
   timer->SetEnabled(true);
+  run(500);
+  EXPECT_EQ(fired, 3);
   timer->SetInterval(600);
   run(599);
-  EXPECT_EQ(fired, 2);
-  run(1);
   EXPECT_EQ(fired, 3);
+  run(1);
+  EXPECT_EQ(fired, 4);
   timer.reset();  // a freed timer no longer fires
   run(5000);
-  EXPECT_EQ(fired, 3);
+  EXPECT_EQ(fired, 4);
   SetTickSource(saved);
 }
 
