@@ -207,6 +207,16 @@ TEST(PelStringList, OwnedDataGoesBeforeOwnedObjects) {
   l->Clear();
   EXPECT_EQ(freed, (Names{"data0", "object0", "data1", "object1", "data2"}));
 
+  // A string inserted among owned objects carries none of its neighbours'.
+  auto mixed = ListOf({"x", "a", "b"});
+  mixed->SetFreeObjects(true);
+  mixed->SetFreeData(true);
+  Own(*mixed, freed, "o", "d");
+  mixed->Delete(0);
+  mixed->Insert(1, "new");
+  EXPECT_EQ(mixed->GetObject(1), nullptr);
+  EXPECT_EQ(mixed->GetData(1), nullptr);
+
   // Storing the same owned object again frees it (kept behaviour): the slot
   // is left holding a dangling pointer, which this test only compares.
   freed.clear();
@@ -242,6 +252,10 @@ TEST(PelStringList, ForEachWalksBackwardsSoActionsMayDelete) {
   l->ForEach(longOnes, remove, 2);
   EXPECT_EQ(seen, (Names{"dd", "bb"}));
   EXPECT_EQ(Strings(*l), (Names{"a", "c", "e"}));
+  auto sfc = Make<TSFCList>();
+  sfc->Add("x");
+  sfc->ForEach(TForEachFilterMethod(), remove, 0);
+  EXPECT_EQ(sfc->GetCount(), 0);
 
   // Free-function callbacks: a missing action raises instead of crashing.
   EXPECT_THROW(l->ForEach(static_cast<TForEachFilterProc>(nullptr),

@@ -52,6 +52,10 @@ TEST(PelParser, WalksForwards) {
   EXPECT_EQ(p->GetToken(), "");
   EXPECT_EQ(p->GetRestOfText(), " ab");
   EXPECT_EQ(p->GetPosition(), 0);
+  // Setting the token or the rest moves nothing.
+  p->SetToken("zz");
+  p->SetRestOfText("yy");
+  EXPECT_EQ(p->GetText() + std::to_string(p->GetPosition()), " ab0");
 }
 
 TEST(PelParser, WalksBackwards) {

@@ -219,8 +219,10 @@ TEST_F(PelValue, SetAsVariantDispatchesOnTheVariantType) {
     String Text;
   };
   int target = 0;
+  IPtr<IInterface> intf(New<TInterfacedObject>());
   const Row rows[] = {
       {Variant(int16_t{-3}), vtInteger, "-3"},
+      {Variant::Error(5), vtInteger, "5"},
       {Variant(2.25), vtFloat, "2.25"},
       {Variant(true), vtBoolean, "True"},
       {Variant(int64_t{5000000000}), vtAnsiString, "5000000000"},
@@ -234,6 +236,8 @@ TEST_F(PelValue, SetAsVariantDispatchesOnTheVariantType) {
   v->SetAsVariant(Variant::ByRef(&target));
   EXPECT_EQ(v->GetValueType(), vtPointer);
   EXPECT_EQ(v->GetAsPointer(), &target);
+  v->SetAsVariant(Variant::Unknown(intf));
+  EXPECT_EQ(v->GetAsPointer(), intf.get());
   // A Null variant cannot become text; the value stays as it was.
   v->SetAsInteger(9);
   EXPECT_THROW(v->SetAsVariant(Variant::Null()), EVariantTypeCastError);
