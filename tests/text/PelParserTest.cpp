@@ -13,6 +13,11 @@ std::vector<String> Forward(TPelCustomParser& P) {
   return tokens;
 }
 
+// The token, the rest of the text and the position, as "token|rest|position".
+String State(TPelCustomParser& P) {
+  return P.GetToken() + "|" + P.GetRestOfText() + "|" + std::to_string(P.GetPosition());
+}
+
 std::vector<String> Backward(TPelCustomParser& P) {
   std::vector<String> tokens;
   for (bool ok = P.Last(); ok; ok = P.Previous()) tokens.push_back(P.GetToken());
@@ -23,12 +28,9 @@ TEST(PelParser, WalksForwards) {
   auto p = Make<TPelParser>("a b");
   EXPECT_EQ(p->GetRestOfText(), "a b");
   ASSERT_TRUE(p->First());
-  EXPECT_EQ(p->GetToken(), "a");
-  EXPECT_EQ(p->GetRestOfText(), " b");
-  EXPECT_EQ(p->GetPosition(), 2);
+  EXPECT_EQ(State(*p), "a| b|2");
   ASSERT_TRUE(p->Next());
-  EXPECT_EQ(p->GetToken() + "|" + p->GetRestOfText(), "b|");
-  EXPECT_EQ(p->GetPosition(), 4);
+  EXPECT_EQ(State(*p), "b||4");
   EXPECT_FALSE(p->Next());
 
   p->SetText("  one\r\ntwo  three ");
@@ -47,11 +49,8 @@ TEST(PelParser, WalksForwards) {
   // From position 0 Next succeeds in place: no token, the whole text left.
   p->SetText(" ab");
   p->SetPosition(-5);
-  EXPECT_EQ(p->GetPosition(), 0);
   ASSERT_TRUE(p->Next());
-  EXPECT_EQ(p->GetToken(), "");
-  EXPECT_EQ(p->GetRestOfText(), " ab");
-  EXPECT_EQ(p->GetPosition(), 0);
+  EXPECT_EQ(State(*p), "| ab|0");
   // Setting the token or the rest moves nothing.
   p->SetToken("zz");
   p->SetRestOfText("yy");
@@ -67,9 +66,7 @@ TEST(PelParser, WalksBackwards) {
   ASSERT_TRUE(p->Last());
   EXPECT_EQ(p->GetRestOfText(), "");
   ASSERT_TRUE(p->Previous());
-  EXPECT_EQ(p->GetToken(), "two");
-  EXPECT_EQ(p->GetRestOfText(), "  three");
-  EXPECT_EQ(p->GetPosition(), 4);
+  EXPECT_EQ(State(*p), "two|  three|4");
 
   // Positions clamp to 0 .. length + 1; from past the end nothing is
   // skipped and the token is empty, which still counts as found.
