@@ -150,8 +150,7 @@ TEST_F(PelValue, NumbersAndWordsConvert) {
 
   v->SetAsFloat(0.7f);  // truncated first
   EXPECT_FALSE(v->GetAsBoolean());
-  const std::pair<const char*, String> words[] = {
-      {"tRuE", "1"}, {"f", "0"}, {" true", kRefused}};
+  const std::pair<const char*, String> words[] = {{"tRuE", "1"}, {"f", "0"}, {" true", kRefused}};
   for (const auto& [word, result] : words) {
     v->SetAsString(word);
     EXPECT_EQ(Outcome([&] { return IntToStr(int32_t{v->GetAsBoolean()}); }), result) << word;
