@@ -96,7 +96,8 @@ TEST(MaxCountStrings, RefusesTheAdditionBeyondTheBound) {
 TEST(RecentFiles, NewestFirstOrLast) {
   // The index Push returns, then the list.
   auto push = [](TRecentFiles* r, const char* f) {
-    return IntToStr(r->Push(f)) + " " + r->GetCommaText();
+    const int32_t at = r->Push(f);
+    return IntToStr(at) + " " + r->GetCommaText();
   };
   auto r = Make<TRecentFiles>();
   for (const char* f : {"a", "b", "c"}) r->Push(f);
