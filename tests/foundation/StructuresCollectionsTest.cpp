@@ -94,21 +94,22 @@ TEST(MaxCountStrings, RefusesTheAdditionBeyondTheBound) {
 }
 
 TEST(RecentFiles, NewestFirstOrLast) {
+  // The index Push returns, then the list.
+  auto push = [](TRecentFiles* r, const char* f) {
+    const int32_t at = r->Push(f);
+    return IntToStr(at) + " " + r->GetCommaText();
+  };
   auto r = Make<TRecentFiles>();
-  for (const char* f : {"a", "b", "c", "d"}) EXPECT_EQ(r->Push(f), 0);
-  EXPECT_EQ(r->GetCommaText(), "d,c,b,a");
-  EXPECT_EQ(r->Push("e"), 0);  // full: the oldest ("a") goes
-  EXPECT_EQ(r->GetCommaText(), "e,d,c,b");
-  EXPECT_EQ(r->Push("C"), 0);  // present in another case: moved, not added
-  EXPECT_EQ(r->GetCommaText(), "c,e,d,b");
+  for (const char* f : {"a", "b", "c"}) r->Push(f);
+  EXPECT_EQ(push(r.get(), "d"), "0 d,c,b,a");
+  EXPECT_EQ(push(r.get(), "e"), "0 e,d,c,b");  // full: the oldest ("a") goes
+  EXPECT_EQ(push(r.get(), "C"), "0 c,e,d,b");  // present in another case: moved, not added
 
   auto atEnd = Make<TRecentFiles>();
   atEnd->SetPushAtEnd(true);
   for (const char* f : {"a", "b", "c", "d"}) atEnd->Push(f);
-  EXPECT_EQ(atEnd->Push("e"), 3);  // the oldest is at index 0
-  EXPECT_EQ(atEnd->GetCommaText(), "b,c,d,e");
-  EXPECT_EQ(atEnd->Push("b"), 3);
-  EXPECT_EQ(atEnd->GetCommaText(), "c,d,e,b");
+  EXPECT_EQ(push(atEnd.get(), "e"), "3 b,c,d,e");  // the oldest is at index 0
+  EXPECT_EQ(push(atEnd.get(), "b"), "3 c,d,e,b");
   atEnd->DeleteOldest();
   EXPECT_EQ(atEnd->GetCommaText(), "d,e,b");
 }

@@ -39,7 +39,6 @@ TEST(KtDeltaFont, EditsBecomeDeltasAndTheRestFollowsTheOriginal) {
   };
   const Case cases[] = {
       {"colour", [](TFont* f) { f->SetColor(clBlue); }, DeltaBit(daColor)},
-      {"face", [](TFont* f) { f->SetName("DejaVu Serif"); }, DeltaBit(daFace)},
       {"face, other case", [](TFont* f) { f->SetName("dejavu sans"); }, DeltaBit(daFace)},
       {"size", [](TFont* f) { f->SetSize(20); }, DeltaBit(daSize)},
       {"styles", [](TFont* f) { f->SetStyle(StyleBit(fsUnderline) | StyleBit(fsStrikeOut)); },
