@@ -68,7 +68,6 @@ TEST(ObjectText, FrameworkStreamsReadHere) {
   EXPECT_EQ(d->FTags, (std::vector<String>{"red", "green"}));
   EXPECT_EQ(d->FBlob, String("\0\1\2\3", 4));
   EXPECT_EQ(As<TDrawing>(d->GetComponent(0))->FOnClick, "MainClick");
-  EXPECT_EQ(ReadDrawing(Fixture("empty.bin"))->GetName(), "Empty");
 }
 
 // A descendant stream: children flagged inherited are found in the root,
