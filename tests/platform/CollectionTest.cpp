@@ -54,6 +54,7 @@ TEST(Collection, AddInsertDeleteIdsAndIndexes) {
   EXPECT_EQ(x->GetID(), 2);  // IDs follow creation, not position
   EXPECT_EQ(c->FindItemID(1), b);
   EXPECT_EQ(a->GetDisplayName(), "TNote");  // the class name by default
+  EXPECT_THROW(c->GetItem(3), EListError);
   EXPECT_THROW(c->Insert(5), EListError);
   EXPECT_EQ(c->GetCount(), 3);  // the failed insert left nothing behind
 

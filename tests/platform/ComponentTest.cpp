@@ -34,6 +34,7 @@ TEST(Component, OwnershipNamesAndNotificationOrder) {
   b->SetName("B");
   EXPECT_EQ(owner->GetComponent(1), b);
   EXPECT_EQ(owner->FindComponent("a"), a);
+  EXPECT_THROW(owner->GetComponent(2), EListError);
   // Each owned component (last first, the newcomer too, still unnamed) and
   // then the owner hear of an insertion.
   EXPECT_EQ(gLog, "+;Owner+;+;A+;Owner+;");

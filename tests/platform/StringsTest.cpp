@@ -48,6 +48,7 @@ TEST(StringList, GrowthAndSortedInsertionFollowingDuplicates) {
   EXPECT_EQ(Items(*l), (Names{"Apple", "FIG", "fig", "pear"}));
   ExpectRaises<EStringListError>([&] { l->Insert(0, "x"); },
                                  "Operation not allowed on sorted list");
+  EXPECT_THROW(l->Put(0, "x"), EStringListError);
   // Case-sensitive re-sorts the list in its new order.
   l->Add("banana");
   l->SetCaseSensitive(true);  // byte order in the "C" locale
@@ -164,4 +165,17 @@ TEST(Strings, HelpersGoThroughTheVirtualStorage) {
   ExpectRaises<EConvertError>([&] { v->Assign(&other); },
                               "Cannot assign a TPersistent to a TVectorStrings");
   EXPECT_EQ(v->Data.size(), 2u);
+}
+
+TEST(StringList, CustomSortCarriesTheObjects) {
+  auto l = Make<TStringList>();
+  TObject a, b, c;
+  l->AddObject("3", &c);
+  l->AddObject("1", &a);
+  l->AddObject("2", &b);
+  l->CustomSort([](TStringList* list, int32_t i, int32_t j) {
+    return CompareStr(list->Get(j), list->Get(i));  // descending
+  });
+  EXPECT_EQ(Items(*l), (Names{"3", "2", "1"}));
+  EXPECT_EQ(l->IndexOfObject(&a), 2);
 }
