@@ -33,6 +33,7 @@ TEST(Component, OwnershipNamesAndNotificationOrder) {
   TWatcher* b = New<TWatcher>(owner.get());
   b->SetName("B");
   EXPECT_EQ(owner->GetComponent(1), b);
+  EXPECT_EQ(b->GetComponentIndex(), 1);
   EXPECT_EQ(owner->FindComponent("a"), a);
   EXPECT_THROW(owner->GetComponent(2), EListError);
   // Each owned component (last first, the newcomer too, still unnamed) and

@@ -105,6 +105,7 @@ TEST(Filer, LongStringsFloatsAndTypeMismatches) {
   int64_t pos = m->GetPosition();
   EXPECT_THROW(r->ReadInteger(), EReadError);
   EXPECT_EQ(m->GetPosition(), pos);  // a mismatch leaves the value in place
+  EXPECT_THROW(r->ReadBoolean(), EReadError);
   EXPECT_EQ(r->ReadString(), "x");
 }
 

@@ -301,6 +301,7 @@ TEST(TInterfaceList, ErrorsTakeNoReference) {
   L->Add(a);
   EXPECT_THROW(L->Put(1, a), EListError);
   EXPECT_THROW(L->SetCount(-2), EListError);
+  EXPECT_THROW(L->SetCapacity(0), EListError);
   EXPECT_EQ(Refs(a), 2);  // failed calls took no reference
 
   // The lock nests.
