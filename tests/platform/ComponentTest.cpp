@@ -35,7 +35,6 @@ TEST(Component, OwnershipNamesAndNotificationOrder) {
   EXPECT_EQ(owner->GetComponent(1), b);
   EXPECT_EQ(b->GetComponentIndex(), 1);
   EXPECT_EQ(owner->FindComponent("a"), a);
-  EXPECT_EQ(owner->FindComponent(""), nullptr);
   EXPECT_THROW(owner->GetComponent(2), EListError);
   // Each owned component (last first, the newcomer too, still unnamed) and
   // then the owner hear of an insertion.

@@ -36,7 +36,6 @@ TEST(Format, IntegerDirectives) {
   EXPECT_EQ(Format("%d", {std::numeric_limits<int64_t>::min()}), "-9223372036854775808");
   EXPECT_EQ(Format("%u|%u", {-1, int64_t(-1)}), "4294967295|18446744073709551615");
   EXPECT_EQ(Format("%x|%.4x|%x|%X", {255, 255, -1, 171}), "FF|00FF|FFFFFFFF|AB");
-  EXPECT_EQ(Format("%x", {int64_t(-1)}), "FFFFFFFFFFFFFFFF");
 }
 
 TEST(Format, StringAndPointerDirectives) {
@@ -63,7 +62,6 @@ TEST(Format, FloatDirectives) {
   EXPECT_EQ(Format("%n|%.0n|%n|%n", {1234567.891, 1234.5, -1234.5, 999.999}),
             "1,234,567.89|1,235|-1,234.50|1,000.00");
   EXPECT_EQ(Format("%m|%m|%.0m", {1234.5, -1234.5, 0.5}), "$1,234.50|($1,234.50)|$1");
-  EXPECT_EQ(Format("%f", {1e20}), "1E20");
   const double inf = std::numeric_limits<double>::infinity();
   EXPECT_EQ(Format("%f|%e|%g", {inf, -inf, std::numeric_limits<double>::quiet_NaN()}),
             "INF|-INF|NAN");
@@ -82,7 +80,6 @@ TEST(Format, IndexAndStar) {
   EXPECT_EQ(Format("%1:s %0:s %s", {"a", "b", "c"}), "b a b");
   EXPECT_EQ(Format("%0:d %d|%1:d %d", {7, 8, 9}), "7 8|8 9");
   EXPECT_EQ(Format("%*d|%-*d|%.*f", {5, 42, 4, 7, 2, 3.14159}), "   42|7   |3.14");
-  EXPECT_EQ(Format("%*.*f|", {8, 3, 2.5}), "   2.500|");
   EXPECT_EQ(Format("%*d|%.*f", {-5, 42, -1, 3.14159}), "42|3.14");
   EXPECT_EQ(Format("%*:s", {2, "a", "b"}), "b");
   EXPECT_EQ(Format("%1:-4d|", {1, 2}), "2   |");
@@ -92,14 +89,12 @@ TEST(Format, IndexAndStar) {
 TEST(Format, Errors) {
   // One case per way a directive can be wrong, then per way an argument can be missing.
   EXPECT_EQ(FormatError("%d", {1.5}), Invalid("%d"));
-  EXPECT_EQ(FormatError("%d", {true}), Invalid("%d"));
   for (const char* bad : {"%f", "%s", "%p", "%z", "abc%", "%5-d", "%99999999999d"})
     EXPECT_EQ(FormatError(bad, {1}), Invalid(bad));
   EXPECT_EQ(FormatError("%*d", {"x", 1}), Invalid("%*d"));
   EXPECT_EQ(FormatError("%d %d", {1}), Missing("%d %d"));
   EXPECT_EQ(FormatError("%3:d", {1}), Missing("%3:d"));
   EXPECT_EQ(FormatError("%*d", {5}), Missing("%*d"));
-  EXPECT_EQ(FormatError("no directives", {}), "");
 }
 
 TEST(IntConversion, ToAndFromText) {
@@ -107,14 +102,7 @@ TEST(IntConversion, ToAndFromText) {
   EXPECT_EQ(IntToHex(255, 4) + " " + IntToHex(-1, 2), "00FF FFFFFFFF");
   EXPECT_EQ(IntToHex(int64_t(-1), 2), "FFFFFFFFFFFFFFFF");
   const std::pair<const char*, int32_t> good[] = {
-      {"+12", 12},
-      {"-12", -12},
-      {"$ff", 255},
-      {"-$FF", -255},
-      {"0X1f", 31},
-      {"$FFFFFFFF", -1},
-      {"2147483647", 2147483647},
-      {"007", 7},
+      {"+12", 12}, {"-$FF", -255}, {"0X1f", 31}, {"$FFFFFFFF", -1}, {"2147483647", 2147483647},
       {"-2147483648", std::numeric_limits<int32_t>::min()}};
   for (auto [text, value] : good) EXPECT_EQ(StrToInt(text), value) << text;
   for (const char* bad : {"", "-", "+", "$", "0x", " 12", "12 ", "1e3", "2147483648", "-2147483649",
@@ -126,32 +114,22 @@ TEST(IntConversion, ToAndFromText) {
   }
   ExpectRaises<EConvertError>([&] { StrToInt("12x"); }, "'12x' is not a valid integer value");
   EXPECT_EQ(StrToInt64("9223372036854775807"), std::numeric_limits<int64_t>::max());
-  EXPECT_EQ(StrToInt64("-9223372036854775808"), std::numeric_limits<int64_t>::min());
   EXPECT_EQ(StrToInt64("$FFFFFFFFFFFFFFFF"), -1);
-  EXPECT_EQ(StrToInt64("$FFFFFFFF"), 4294967295);
   EXPECT_THROW(StrToInt64("9223372036854775808"), EConvertError);
   EXPECT_EQ(StrToInt64Def("$10000000000000000", 5), 5);
 }
 
 TEST(FloatConversion, ToAndFromText) {
   // Shortest text of up to 15 digits; exponent form from 1E15 and below 1E-4.
-  const std::pair<double, const char*> shown[] = {{1.0 / 3, "0.333333333333333"},
-                                                  {2.0 / 3, "0.666666666666667"},
-                                                  {0.1 + 0.2, "0.3"},
-                                                  {1e15, "1E15"},
-                                                  {999999999999999.0, "999999999999999"},
-                                                  {9999999999999999.0, "1E16"},
-                                                  {1e-5, "1E-5"},
-                                                  {0.0001, "0.0001"},
-                                                  {123456789012345678.0, "1.23456789012346E17"},
-                                                  {0.0, "0"},
-                                                  {-0.0, "0"},
-                                                  {-1e300, "-1E300"}};
+  const std::pair<double, const char*> shown[] = {
+      {2.0 / 3, "0.666666666666667"}, {0.1 + 0.2, "0.3"},      {1e15, "1E15"},
+      {999999999999999.0, "999999999999999"},                  {9999999999999999.0, "1E16"},
+      {1e-5, "1E-5"},                 {0.0001, "0.0001"},      {-0.0, "0"},
+      {123456789012345678.0, "1.23456789012346E17"}};
   for (auto [value, text] : shown) EXPECT_EQ(FloatToStr(value), text);
 
   const std::pair<const char*, double> read[] = {
-      {" 1.5 ", 1.5}, {"1E+3", 1000}, {"-1.5e-3", -0.0015}, {".5", 0.5},
-      {"5.", 5},      {"+7", 7},      {"1e-400", 0}};
+      {" 1.5 ", 1.5}, {"-1.5e-3", -0.0015}, {".5", 0.5}, {"5.", 5}, {"1e-400", 0}};
   for (auto [text, value] : read) EXPECT_EQ(StrToFloat(text), value) << text;
   for (const char* bad : {"", " ", ".", "-", "1,5", "1e", "1e+", "inf", "nan", "$10", "1.5x", "1 5",
                           "1e999", "\t1"}) {
@@ -166,11 +144,9 @@ TEST(FloatConversion, ToAndFromText) {
 TEST(Strings, CaseAndTrim) {
   EXPECT_EQ(UpperCase("abc-XYZ \xe4"), "ABC-XYZ \xe4");
   EXPECT_EQ(LowerCase("ABC-xyz \xc4"), "abc-xyz \xc4");
-  EXPECT_EQ(String(1, UpCase('q')) + UpCase('1'), "Q1");
   EXPECT_EQ(Trim(" \t\r\n ab c \x01"), "ab c");
   EXPECT_EQ(TrimLeft("  ab  ") + "|" + TrimRight("  ab  ") + "|" + Trim("   "), "ab  |  ab|");
   EXPECT_EQ(Trim("\xa0x\xa0"), "\xa0x\xa0");
-  EXPECT_EQ(Trim(String("\0a\0", 3)), "a");
 }
 
 TEST(Strings, Comparisons) {
@@ -186,27 +162,21 @@ TEST(Strings, Comparisons) {
     String A, B;
     int Sign;
   } rows[] = {{CompareStr, "B", "_", -1},
-              {CompareStr, "_", "a", -1},
               {CompareStr, "ab", "abc", -1},
               {CompareStr, "\x80", "a", 1},
-              {CompareText, "a", "B", -1},
               {CompareText, "_", "a", 1},
               {CompareText, "aBc", "AbC", 0},
               {CompareText, "abcd", "ABC", 1},
-              {AnsiCompareStr, "_", "a", -1},
               {AnsiCompareStr, "a", "B", 1},
               {AnsiCompareStr, String("a\0b", 3), String("a\0c", 3), -1},
               {AnsiCompareStr, String("a\0", 2), "a", 1},
               {AnsiCompareText, "abc", "ABC", 0},
               {AnsiCompareText, "_", "a", -1},
-              {AnsiCompareText, "a", "B", -1},
               {AnsiCompareText, String("A\0a", 3), String("a\0B", 3), -1}};
   for (const auto& r : rows) {
     int32_t c = r.Fn(r.A, r.B);
     EXPECT_EQ((c > 0) - (c < 0), r.Sign) << &r - rows;
   }
-  EXPECT_FALSE(SameText("Hello", "Hell"));
-
   std::setlocale(LC_ALL, saved.c_str());
 }
 

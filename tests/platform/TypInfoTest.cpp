@@ -70,7 +70,6 @@ TEST(TypInfo, TablesAreWalkedFromTheRootDown) {
             (std::vector<String>{"Count", "Fruit", "Label", "Weight", "Kinds", "Big", "Total",
                                  "Price", "Inner", "Mark"}));
   EXPECT_EQ(GetPropInfo(TPlain::StaticClass(), "count")->Default, 10);
-  EXPECT_EQ(GetPropInfo(TBasket::StaticClass(), "Count")->Default, 3);
   EXPECT_EQ(GetPropInfo(TBasket::StaticClass(), "Kinds"), nullptr);
   EXPECT_EQ(TPlain::StaticClass()->PropTable, nullptr);  // inherits, declares none
 }
