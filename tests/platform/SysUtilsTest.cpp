@@ -102,7 +102,11 @@ TEST(IntConversion, ToAndFromText) {
   EXPECT_EQ(IntToHex(255, 4) + " " + IntToHex(-1, 2), "00FF FFFFFFFF");
   EXPECT_EQ(IntToHex(int64_t(-1), 2), "FFFFFFFFFFFFFFFF");
   const std::pair<const char*, int32_t> good[] = {
-      {"+12", 12}, {"-$FF", -255}, {"0X1f", 31}, {"$FFFFFFFF", -1}, {"2147483647", 2147483647},
+      {"+12", 12},
+      {"-$FF", -255},
+      {"0X1f", 31},
+      {"$FFFFFFFF", -1},
+      {"2147483647", 2147483647},
       {"-2147483648", std::numeric_limits<int32_t>::min()}};
   for (auto [text, value] : good) EXPECT_EQ(StrToInt(text), value) << text;
   for (const char* bad : {"", "-", "+", "$", "0x", " 12", "12 ", "1e3", "2147483648", "-2147483649",
@@ -121,11 +125,15 @@ TEST(IntConversion, ToAndFromText) {
 
 TEST(FloatConversion, ToAndFromText) {
   // Shortest text of up to 15 digits; exponent form from 1E15 and below 1E-4.
-  const std::pair<double, const char*> shown[] = {
-      {2.0 / 3, "0.666666666666667"}, {0.1 + 0.2, "0.3"},      {1e15, "1E15"},
-      {999999999999999.0, "999999999999999"},                  {9999999999999999.0, "1E16"},
-      {1e-5, "1E-5"},                 {0.0001, "0.0001"},      {-0.0, "0"},
-      {123456789012345678.0, "1.23456789012346E17"}};
+  const std::pair<double, const char*> shown[] = {{2.0 / 3, "0.666666666666667"},
+                                                  {0.1 + 0.2, "0.3"},
+                                                  {1e15, "1E15"},
+                                                  {999999999999999.0, "999999999999999"},
+                                                  {9999999999999999.0, "1E16"},
+                                                  {1e-5, "1E-5"},
+                                                  {0.0001, "0.0001"},
+                                                  {-0.0, "0"},
+                                                  {123456789012345678.0, "1.23456789012346E17"}};
   for (auto [value, text] : shown) EXPECT_EQ(FloatToStr(value), text);
 
   const std::pair<const char*, double> read[] = {
