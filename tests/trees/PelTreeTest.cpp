@@ -164,7 +164,8 @@ TEST(PelTree, NaryStructureSearchAndCount) {
   EXPECT_EQ(root->GetChildCount(), 1);
   EXPECT_THROW(root->DeleteChild(a1), ETreeException);
   EXPECT_THROW(root->InsertChild(5), EListError);
-  EXPECT_EQ(root->GetChild(0), root->InsertChild(0));
+  auto* inserted = root->InsertChild(0);
+  EXPECT_EQ(root->GetChild(0), inserted);
   auto other = Make<TPelTree>();
   auto* foreign = other->NewNode();
   ExpectRaises<ETreeException>([&] { tree->GetParentNode(foreign); },
