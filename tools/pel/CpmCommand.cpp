@@ -229,9 +229,8 @@ class PlanBuilder {
       count += t.Predecessors.empty() ? 1 : t.Predecessors.size();
       firstEdges += t.Predecessors.empty();
       for (const PlanLink& l : t.Predecessors) {
-        const bool afterFinish = l.Type == LinkType::FS || l.Type == LinkType::FF;
-        if (afterFinish && l.Lag >= 0) carriedOn[l.Task] = true;
-        if (presize) ++(afterFinish ? finishEdges : startEdges)[l.Task];
+        if (FromFinish(l) && l.Lag >= 0) carriedOn[l.Task] = true;
+        if (presize) ++(FromFinish(l) ? finishEdges : startEdges)[l.Task];
       }
     }
     count += static_cast<std::size_t>(std::count(carriedOn.begin(), carriedOn.end(), false));
@@ -269,13 +268,16 @@ class PlanBuilder {
     if (t.Predecessors.empty()) Dummy(FFirst, FStarts[i], 0, {nullptr, -1, 0, -1, t.Line}, i, -1);
     for (std::size_t k = 0; k < t.Predecessors.size(); ++k) {
       const PlanLink& l = t.Predecessors[k];
-      const bool fromFinish = l.Type == LinkType::FS || l.Type == LinkType::FF;
-      Dummy(fromFinish ? FFinishes[l.Task] : FStarts[l.Task], FStarts[i],
+      Dummy(FromFinish(l) ? FFinishes[l.Task] : FStarts[l.Task], FStarts[i],
             static_cast<int32_t>(Weight(l, t)),
             {nullptr, -1, l.Lag, ToFinish(l) ? static_cast<int32_t>(i) : -1, t.Line}, i,
             static_cast<int32_t>(k));
     }
     return true;
+  }
+  // Whether link l runs from its predecessor's finish (FS, FF), not its start.
+  static bool FromFinish(const PlanLink& l) {
+    return l.Type == LinkType::FS || l.Type == LinkType::FF;
   }
   // Whether link l fixes its task's finish (FF, SF): its dummy then runs to
   // the task's start less the task's duration.

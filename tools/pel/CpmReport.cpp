@@ -323,17 +323,12 @@ class JsonWriter {
   }
   void Int(int64_t n) {
     Item();
-    char* at = Room(24);
-    FUsed = static_cast<std::size_t>(std::to_chars(at, at + 24, n).ptr - FText.data());
+    PutValue(n);
   }
   // A link's type and lag as LinkText writes them ("FS", "SS+2", "FF-1").
   void Link(LinkType type, int32_t lag) {
     Item();
-    char* at = Room(MaxLinkText + 2);
-    *at = '"';
-    at = WriteLinkText(at + 1, type, lag);
-    *at++ = '"';
-    FUsed = static_cast<std::size_t>(at - FText.data());
+    PutValue(LinkValue{type, lag});
   }
   // A date, or null for "-".
   void Date(const std::string& date) {
@@ -346,25 +341,16 @@ class JsonWriter {
   }
   void Bool(bool b) {
     Item();
-    Put(b ? std::string_view("true") : std::string_view("false"));
+    PutValue(b);
   }
+  // Text that needs escaping (or is not ASCII) is written by nlohmann.
   void String(const std::string& text) {
     Item();
-    // Copied as it is checked: text that needs escaping (or is not ASCII)
-    // is taken back and written by nlohmann.
-    char* at = Room(text.size() + 2);
-    *at++ = '"';
-    for (char c : text) {
-      if (static_cast<unsigned char>(c) < 0x20 || static_cast<unsigned char>(c) >= 0x80 ||
-          c == '"' || c == '\\') {
-        Put(nlohmann::ordered_json(text).dump(-1, ' ', false,
-                                              nlohmann::ordered_json::error_handler_t::replace));
-        return;
-      }
-      *at++ = c;
-    }
-    *at = '"';
-    FUsed += text.size() + 2;
+    if (NeedsEscape(text))
+      Put(nlohmann::ordered_json(text).dump(-1, ' ', false,
+                                            nlohmann::ordered_json::error_handler_t::replace));
+    else
+      PutValue(text);
   }
   // A link's type and lag, as a value of Record.
   struct LinkValue {
@@ -465,10 +451,18 @@ class JsonWriter {
     return at;
   }
   static char* Raw(char* at, int64_t n) { return std::to_chars(at, at + 20, n).ptr; }
+  // A value of Record's kinds where the piece ends (text as it is).
+  template <class Value>
+  void PutValue(const Value& value) {
+    bool plain = true;
+    FUsed = static_cast<std::size_t>(Raw(Room(Size(value, plain)), value) - FText.data());
+  }
+  template <class Value>
+  void Write(const Value& value) {
+    Item();
+    PutValue(value);
+  }
   void Write(const std::string& text) { String(text); }
-  void Write(bool b) { Bool(b); }
-  void Write(LinkValue link) { Link(link.Type, link.Lag); }
-  void Write(int64_t n) { Int(n); }
   // Before a value: a comma after the previous item and, outside a record
   // on one line, a new line and the indentation, unless the value follows
   // its key.
