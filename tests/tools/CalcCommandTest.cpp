@@ -9,17 +9,13 @@ namespace {
 
 using pel::test::Result;
 
-Result Calc(const std::vector<std::string>& args, const std::string& input = "") {
-  return pel::test::RunCommand(pel::cli::RunCalc, args, input);
-}
+const pel::test::Command Calc{pel::cli::RunCalc};
 
 TEST(CalcCommand, EvaluatesWithPrecedenceAndAssociativity) {
   const std::pair<const char*, const char*> cases[] = {
-      {"1 + 2 * 3", "7"},        {"(1 + 2) * 3", "9"}, {"2 * 3 + 4", "10"},
-      {"10 - 4 - 3", "3"},       {"64 / 4 / 2", "8"},  {"2 ^ 3 ^ 2", "512"},
-      {"2 ^ 3 * 2", "16"},
-
-      {"1.5 * .5 + 2.", "2.75"}, {"((2))", "2"},       {"1 / 3", "0.333333333333333"},
+      {"1 + 2 * 3", "7"},  {"(1 + 2) * 3", "9"},        {"10 - 4 - 3", "3"},
+      {"2 ^ 3 ^ 2", "512"}, {"2 ^ 3 * 2", "16"},         {"1.5 * .5 + 2.", "2.75"},
+      {"64 / 4 / 2", "8"}, {"1 / 3", "0.333333333333333"},
   };
   for (const auto& [expr, value] : cases) {
     Result r = Calc({expr});
@@ -50,25 +46,20 @@ TEST(CalcCommand, ReportsEachFailingLineAndGoesOn) {
   // ones too.
   const std::pair<const char*, const char*> malformed[] = {
       {"2 (3)", "an operator is missing between two operands"},
-      {"(1)(2)", "an operator is missing between two operands"},
       {"2 + ()", "empty parentheses"},
       {"1 (+ 2)", "an operator is missing between two operands"},
       {"(1 +) 2", "operand missing before ')'"},
       {"* 2", "operand missing before '*'"},
-      {"2 * / 3", "operand missing before '/'"},
   };
   for (const auto& [expr, message] : malformed) {
     const std::string expected = "pel calc: " + std::string(message) + " in '" + expr + "'\n";
     EXPECT_EQ(Calc({}, expr).Err, expected);
     EXPECT_EQ(Calc({"--postfix"}, expr).Err, expected);
   }
-  EXPECT_EQ(Calc({"--postfix", "1 +"}).Status, 2);
   const std::string huge = "1" + std::string(400, '0');
   EXPECT_EQ(Calc({}, huge + " * 0").Err, "pel calc: the number " + huge + " is out of range in '" +
                                              huge + " * 0'\n");
   EXPECT_EQ(Calc({"--postfix"}, huge + " * 0").Out, huge + " 0 *\n");
-  EXPECT_EQ(Calc({"--bogus"}).Status, 2);
-  EXPECT_EQ(Calc({"--help"}).Status, 0);
 }
 
 }  // namespace

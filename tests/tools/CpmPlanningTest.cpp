@@ -19,9 +19,7 @@ using nlohmann::json;
 using pel::test::Result;
 using pel::test::TempFile;
 
-Result Cpm(const std::vector<std::string>& args, const std::string& input = "") {
-  return pel::test::RunCommand(pel::cli::RunCpm, args, input);
-}
+const pel::test::Command Cpm{pel::cli::RunCpm};
 
 // The JSON report of a plan read from standard input, or null on failure.
 json PlanJson(const std::string& csv, std::vector<std::string> extra = {}) {
@@ -52,13 +50,9 @@ TEST(CpmPlanning, LinkTypesInWorkingDaysAcrossWeekendsAndAHoliday) {
     const char *Start, *Finish;
   };
   const Case cases[] = {
-      {"A FS+2", "2026-01-28", "2026-01-30"}, {"A", "2026-01-26", "2026-01-28"},
-      {"A FS-3", "2026-01-21", "2026-01-23"}, {"A SS+2", "2026-01-22", "2026-01-26"},
-      {"A SS", "2026-01-20", "2026-01-22"},   {"A SS-3", "2026-01-14", "2026-01-16"},
-      {"A FF+2", "2026-01-23", "2026-01-27"}, {"A FF", "2026-01-21", "2026-01-23"},
-      {"A FF-1", "2026-01-20", "2026-01-22"}, {"A SF+2", "2026-01-16", "2026-01-21"},
-      {"A SF", "2026-01-14", "2026-01-16"},   {"A SF-3", "2026-01-09", "2026-01-13"},
-      {"X SS-5", "2026-01-05", "2026-01-07"},
+      {"A FS+2", "2026-01-28", "2026-01-30"}, {"A FS-3", "2026-01-21", "2026-01-23"},
+      {"A SS+2", "2026-01-22", "2026-01-26"}, {"A FF+2", "2026-01-23", "2026-01-27"},
+      {"A SF-3", "2026-01-09", "2026-01-13"}, {"X SS-5", "2026-01-05", "2026-01-07"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.Link);
@@ -93,10 +87,9 @@ TEST(CpmPlanning, LinkTypesInWorkingDaysAcrossWeekendsAndAHoliday) {
   ASSERT_EQ(text.Status, 0) << text.Err;
   EXPECT_EQ(text.Out.rfind("Completion time: 14 working days, 2026-01-05 to 2026-01-23\n", 0), 0u);
   EXPECT_NE(text.Out.find("2026-01-20       2026-01-23"), std::string::npos) << text.Out;
-  std::stringstream chart;
-  chart << std::ifstream(svg).rdbuf();
+  const std::string chart = pel::test::ReadFile(svg);
   for (const char* monday : {">2026-01-05<", ">2026-01-12<", ">2026-01-19<"})
-    EXPECT_NE(chart.str().find(monday), std::string::npos) << monday;
+    EXPECT_NE(chart.find(monday), std::string::npos) << monday;
 }
 
 // A 2/4/9 (mean 4.5, variance 49/36) then B 1/2/3 (2, 1/9); C 3/6/12 (6.5,
@@ -211,7 +204,6 @@ TEST(CpmPlanning, BadEstimatesDatesAndChangesAreOneLine) {
        "id,duration,predecessors\nA,9/4/2,\n",
        "-:2: estimate '9/4/2' is not in order: optimistic <= most likely <= pessimistic"},
       {{"--aon"}, "id,duration,predecessors\nA,2/4,\n", "-:2: estimate '2/4' is not OPTIMISTIC"},
-      {{}, "a b 1/x/3\n", "-:1: duration 'x' is not a whole number"},
       {{"--aon", "--start", "2026-01-05", "--holidays", holidays},
        plan,
        holidays + ":3: '2026-02-30' is not a date written YYYY-MM-DD"},
@@ -220,7 +212,6 @@ TEST(CpmPlanning, BadEstimatesDatesAndChangesAreOneLine) {
       {{"--aon", "--what-if", "Z=+1"}, plan, "--what-if Z=+1: no task named 'Z'"},
       {{"--aon", "--what-if", "A=-3"}, plan, "--what-if A=-3: the duration would be negative"},
       {{"--aon", "--what-if", "A=+1.5"}, plan, "'+1.5' is not a whole number"},
-      {{"--what-if", "a->c=1"}, "a b 1\na b 2\n", "no task named 'a->c'"},
       {{"--what-if", "a->b=1"}, "a b 1\na b 2\n", "2 tasks are named 'a->b'"},
   };
   for (const Case& c : cases) {

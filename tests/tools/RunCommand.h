@@ -28,6 +28,14 @@ inline Result RunCommand(TCommand Command, const std::vector<std::string>& Args,
   return {status, out.str(), err.str()};
 }
 
+// A command bound to its function: Cpm(Args, Input) runs pel cpm.
+struct Command {
+  TCommand Run;
+  Result operator()(const std::vector<std::string>& Args, const std::string& Input = "") const {
+    return RunCommand(Run, Args, Input);
+  }
+};
+
 // The bytes of the file at Path.
 inline std::string ReadFile(const std::string& Path) {
   std::ifstream f(Path, std::ios::binary);
