@@ -13,8 +13,9 @@ const pel::test::Command Calc{pel::cli::RunCalc};
 
 TEST(CalcCommand, EvaluatesWithPrecedenceAndAssociativity) {
   const std::pair<const char*, const char*> cases[] = {
-      {"1 + 2 * 3", "7"},  {"(1 + 2) * 3", "9"},        {"10 - 4 - 3", "3"},
-      {"2 ^ 3 ^ 2", "512"}, {"2 ^ 3 * 2", "16"},         {"1.5 * .5 + 2.", "2.75"},
+      {"1 + 2 * 3", "7"},  {"(1 + 2) * 3", "9"},
+      {"10 - 4 - 3", "3"}, {"2 ^ 3 ^ 2", "512"},
+      {"2 ^ 3 * 2", "16"}, {"1.5 * .5 + 2.", "2.75"},
       {"64 / 4 / 2", "8"}, {"1 / 3", "0.333333333333333"},
   };
   for (const auto& [expr, value] : cases) {

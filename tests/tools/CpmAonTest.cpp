@@ -48,8 +48,8 @@ TEST(CpmAon, EachLinkTypeWithLagAndLead) {
     int Start;
   };
   const Case cases[] = {
-      {"A FS+2", 16}, {"A", 14},     {"A FS-3", 11}, {"A SS", 10},   {"A SS-3", 7},   {"A FF+2", 13},
-      {"A FF-1", 10}, {"A SF+2", 9}, {"A sf-3", 4},  {"X SS-5", 0},  {"X FF-20", 0},  {"X SF+1", 0},
+      {"A FS+2", 16}, {"A", 14},     {"A FS-3", 11}, {"A SS", 10},  {"A SS-3", 7},  {"A FF+2", 13},
+      {"A FF-1", 10}, {"A SF+2", 9}, {"A sf-3", 4},  {"X SS-5", 0}, {"X FF-20", 0}, {"X SF+1", 0},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.Link);
